@@ -1,0 +1,75 @@
+// Wiring the rule families in: the generated init entry calls one link for
+// each family its table carries. A family whose words stay null is refused
+// when it is selected.
+#include "frame/world.h"
+
+using namespace qor;
+
+extern "C" {
+
+void qorLinkBer(QorGlobal *world)
+{
+    if (world != nullptr)
+        g_drivers[kBerFamily] = berDriverPair();
+}
+
+// The PER, XER, OER and EXER families link their drivers here as they are
+// built; until then selecting them reports "not linked".
+void qorLinkPer(QorGlobal *) {}
+void qorLinkXer(QorGlobal *) {}
+void qorLinkOerE(QorGlobal *) {}
+void qorLinkOerD(QorGlobal *) {}
+
+void *qorLink_Exer(QorGlobal *world, void *exerTables)
+{
+    if (world == nullptr || world->privateArea == nullptr)
+        return nullptr;
+    world->privateArea->exerTables = exerTables;
+    return world->privateArea;
+}
+
+// The compression hooks are absent from this variant: nothing to link.
+void qorLinkZlib(QorGlobal *) {}
+
+int qorInitXAPIentries(QorGlobal *world, QorXapiEntries *entries)
+{
+    if (world == nullptr || world->privateArea == nullptr)
+        return QOR_BAD_ARG;
+    world->privateArea->xapiEntries = entries;
+    return 0;
+}
+
+} // extern "C"
+
+namespace qor {
+
+int familyOf(int rules)
+{
+    switch (rules) {
+    case QOR_BER:
+    case QOR_DER:
+    case QOR_CER:
+        return kBerFamily;
+    case QOR_PER_ALIGNED:
+    case QOR_PER_UNALIGNED:
+        return kPerFamily;
+    case QOR_XER:
+    case QOR_CXER:
+        return kXerFamily;
+    case QOR_EXER:
+        return kExerFamily;
+    case QOR_OER:
+        return kOerFamily;
+    default:
+        return -1;
+    }
+}
+
+const char *ruleName(int rules)
+{
+    static const char *const names[] = {"BER", "PER", "PER", "DER", "ECN",
+                                        "XER", "CXER", "CER", "EXER", "OER"};
+    return rules >= 0 && rules <= QOR_OER ? names[rules] : "";
+}
+
+} // namespace qor

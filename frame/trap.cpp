@@ -1,0 +1,133 @@
+// The process-wide trap list, its guard, and the signal-11 handler.
+#include "frame/trap.h"
+
+#include <cstring>
+#include <unistd.h>
+
+#include "frame/errors.h"
+
+namespace qor {
+
+namespace {
+
+// The guard of the trap list. A program that never calls qorInitSync has an
+// uninitialised guard, and the list is then used unguarded.
+struct CriticalSection {
+    pthread_mutex_t mutex;
+    bool initialised;
+};
+CriticalSection qorCriticalSection;
+QorTrapRecord *qorTrapList;
+
+constexpr int kMemoryViolation = 9;
+constexpr int kSerializationError = 13;
+
+void lock(CriticalSection *cs)
+{
+    if (cs->initialised)
+        pthread_mutex_lock(&cs->mutex);
+}
+
+void unlock(CriticalSection *cs)
+{
+    if (cs->initialised)
+        pthread_mutex_unlock(&cs->mutex);
+}
+
+void unlink(QorTrapRecord *r)
+{
+    if (r->prev != nullptr)
+        r->prev->next = r->next;
+    else if (qorTrapList == r)
+        qorTrapList = r->next;
+    if (r->next != nullptr)
+        r->next->prev = r->prev;
+    r->next = r->prev = nullptr;
+}
+
+// Adds `record` for `world`; with a null `world`, removes the record of this
+// process and thread.
+bool qorBeginTrap(QorGlobal *world, QorTrapRecord *record)
+{
+    void *sync = world != nullptr ? world->syncObject : syncObjectOfProcess();
+    if (sync == nullptr)
+        return false;
+    auto *cs = static_cast<CriticalSection *>(sync);
+    lock(cs);
+    if (world != nullptr) {
+        record->pid = getpid();
+        record->tid = pthread_self();
+        record->world = world;
+        record->prev = nullptr;
+        record->next = qorTrapList;
+        if (qorTrapList != nullptr)
+            qorTrapList->prev = record;
+        qorTrapList = record;
+    } else {
+        unlink(record);
+    }
+    unlock(cs);
+    return true;
+}
+
+void qorTrapHandler(int signal)
+{
+    pid_t pid = getpid();
+    pthread_t self = pthread_self();
+    for (QorTrapRecord *r = qorTrapList; r != nullptr; r = r->next) {
+        if (r->pid == pid && pthread_equal(r->tid, self))
+            _qor_enc_error(r->world, kMemoryViolation, signal);
+    }
+    // Not ours: let the fault take its ordinary course when it happens again.
+    ::signal(signal, SIG_DFL);
+}
+
+} // namespace
+
+void *syncObjectOfProcess() { return &qorCriticalSection; }
+
+void armTrap(QorGlobal *world, TrapState *trap)
+{
+    struct sigaction action;
+    memset(&action, 0, sizeof action);
+    action.sa_handler = qorTrapHandler;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGSEGV, &action, &trap->oldAction);
+    world->oldSignalHandler = &trap->oldAction;
+    memset(&trap->record, 0, sizeof trap->record);
+    if (!qorBeginTrap(world, &trap->record))
+        raise(world, kSerializationError, longValue(0));
+}
+
+void disarmTrap(QorGlobal *world, TrapState *trap, bool listed)
+{
+    if (listed)
+        qorBeginTrap(nullptr, &trap->record);
+    sigaction(SIGSEGV, &trap->oldAction, nullptr);
+    world->oldSignalHandler = nullptr;
+}
+
+} // namespace qor
+
+using namespace qor;
+
+extern "C" {
+
+int qorInitSync(void)
+{
+    if (!qorCriticalSection.initialised) {
+        pthread_mutex_init(&qorCriticalSection.mutex, nullptr);
+        qorCriticalSection.initialised = true;
+    }
+    return 0;
+}
+
+void qorTermSync(void)
+{
+    if (qorCriticalSection.initialised) {
+        pthread_mutex_destroy(&qorCriticalSection.mutex);
+        qorCriticalSection.initialised = false;
+    }
+}
+
+} // extern "C"

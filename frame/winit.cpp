@@ -1,0 +1,116 @@
+// qorWinit and qorWterm: a context whose control table may come from a shared
+// library, with a temporary trace file for a viewer. Message boxes become
+// notices on standard error.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include "frame/errors.h"
+
+using namespace qor;
+
+namespace {
+
+constexpr int kLibraryLoadFailed = 66;
+
+void messageBox(const char *title, const char *text) { fprintf(stderr, "%s: %s\n", title, text); }
+
+using GetHeader = QorControlTable *(*)(int);
+
+// A temporary file in the system's temporary folder; its name is kept so that
+// qorWterm can remove it.
+bool openTraceTemp(QorGlobal *world)
+{
+    char pattern[] = "/tmp/qortraceXXXXXX";
+    int fd = mkstemp(pattern);
+    if (fd < 0)
+        return false;
+    FILE *f = fdopen(fd, "w+b");
+    char *name = static_cast<char *>(world->privateArea->privMalloc(sizeof pattern));
+    if (f == nullptr || name == nullptr) {
+        if (f != nullptr)
+            fclose(f);
+        else
+            close(fd);
+        unlink(pattern);
+        if (name != nullptr)
+            world->privateArea->privFree(name);
+        return false;
+    }
+    memcpy(name, pattern, sizeof pattern);
+    world->traceTemp = f;
+    world->privateArea->traceTempName = name;
+    return true;
+}
+
+} // namespace
+
+extern "C" {
+
+int qorWinit(QorGlobal *world, QorControlTable *ctl, const char *library, void *window)
+{
+    if (world == nullptr || (ctl == nullptr && library == nullptr)) {
+        messageBox("Error", "QorGlobal/Control Table Pointer Is NULL");
+        return QOR_BAD_ARG;
+    }
+    void *handle = nullptr;
+    if (ctl == nullptr) {
+        memset(world, 0, sizeof *world);
+        handle = dlopen(library, RTLD_NOW | RTLD_LOCAL);
+        void *symbol = handle != nullptr ? dlsym(handle, "qorGetHeader") : nullptr;
+        if (symbol != nullptr)
+            ctl = reinterpret_cast<GetHeader>(symbol)(0);
+        if (ctl == nullptr) {
+            if (handle != nullptr)
+                dlclose(handle);
+            setContextDefaults(world);
+            earlyError(world, kLibraryLoadFailed, stringValue(library), false);
+            return QOR_LIBRARY_LOAD_FAILED;
+        }
+    }
+    int result = qorinit(world, ctl);
+    if (result != 0) {
+        messageBox("Error", "Cannot Initialize in Qorinit()");
+        if (handle != nullptr)
+            dlclose(handle);
+        return result;
+    }
+    world->privateArea->libraryHandle = handle;
+    if (window != nullptr) {
+        world->traceWindow = window;
+        if (!openTraceTemp(world)) {
+            messageBox("Error", "Unable To Open a Temporary File");
+            qorWterm(world);
+            return 27;
+        }
+    }
+    return 0;
+}
+
+void qorWterm(QorGlobal *world)
+{
+    if (world == nullptr)
+        return;
+    QorGlobalPrivate *p = world->privateArea;
+    void *handle = nullptr;
+    if (world->traceTemp != nullptr) {
+        fclose(static_cast<FILE *>(world->traceTemp));
+        world->traceTemp = nullptr;
+    }
+    if (p != nullptr) {
+        if (p->traceTempName != nullptr) {
+            unlink(p->traceTempName);
+            p->privFree(p->traceTempName);
+            p->traceTempName = nullptr;
+        }
+        handle = p->libraryHandle;
+    }
+    world->traceWindow = nullptr;
+    qorterm(world);
+    if (handle != nullptr)
+        dlclose(handle);
+}
+
+} // extern "C"

@@ -1,0 +1,120 @@
+// The private half of the context, and the process-wide state of the library.
+#pragma once
+
+#include "frame/export.h"
+
+#include <cstdarg>
+
+// One fix-up record of a reserved PER open-type length.
+struct QorFixup {
+    unsigned char *pos;
+    QorLong room;
+    QorMemBlockRecord *block;
+    QorLong slot;
+    int bitOffset;
+};
+
+using QorVprintFn = int (*)(QorGlobal *world, const char *format, va_list args);
+
+// Allocated by qorinit with `mallocp`; copied byte for byte by qorDupWorld,
+// which re-points the fields that point into the record itself.
+struct QorGlobalPrivate {
+    QorLong bytesRead;
+    QorVprintFn userVprintFn;
+    void *(*privMalloc)(size_t size);
+    void (*privFree)(void *p);
+    QorLong tempBufferSize;
+    unsigned char *tempBuffer;
+    QorMemBlockRecord encStackBase;
+    QorMemBlockRecord *encStackTop; // points into this record
+    unsigned char padBits;
+    void *infoObjectSets[4];
+    QorXapiEntries *xapiEntries;
+    const char *xmlProlog;
+    const char *xmlDtd;
+    const char *xmlStylesheet;
+    void *namespaceCopy;
+    QorLong namespaceCount;
+    void *exerTables;
+    int moreFlagsCount;
+    QorULong moreFlagsInline;
+    QorULong *moreFlags; // the inline word until the init entry replaces it
+    QorULong compatFlags;
+    int constructedLimit;
+    int constructedDepth;
+    int seqSetLimit;
+    int seqSetDepth;
+    void *fastPushChain; // points at itself when the fix-up stack is empty
+    int fastPushCount;
+    QorFixup fixups[4];
+    unsigned char lastDecodedFlag;
+    void *userFieldCopy;
+    void *userFieldCompare;
+    QorULong debugFlags;
+    void *printPduHook;
+    void *printHexHook;
+    void *printXmlHook;
+    void *activeMemoryHandle;
+    QorMallocFn savedMalloc;
+    QorReallocFn savedRealloc;
+    QorFreeFn savedFree;
+    void *cppPointer;
+    char *extErrMsg; // a message longer than errMsgBuffer, from privMalloc
+    const unsigned char *xmlInputStart; // start of the XML text being decoded, for locations
+    void *libraryHandle;                // the control table's shared library (qorWinit)
+    char *traceTempName;
+};
+
+namespace qor {
+
+using EncoderDriver = int (*)(QorGlobal *world, int pdunum, void *value, QorBuf *output,
+                              QorULong flags);
+using DecoderDriver = int (*)(QorGlobal *world, int *pdunum, QorBuf *input, void **output,
+                              QorULong flags);
+
+// The rule drivers, process-wide, in this order; a null word: not linked.
+enum Family { kBerFamily, kOerFamily, kPerFamily, kXerFamily, kExerFamily, kFamilyCount };
+struct DriverPair {
+    EncoderDriver encoder;
+    DecoderDriver decoder;
+};
+extern DriverPair g_drivers[kFamilyCount];
+
+// The driver pair each family brings to its link call.
+DriverPair berDriverPair();
+
+// The record that guards the process-wide trap list.
+void *syncObjectOfProcess();
+
+// Family of an encoding rules code, or -1 for an unknown code (ECN included).
+int familyOf(int rules);
+// Short name of an encoding rules code for messages.
+const char *ruleName(int rules);
+
+// Default allocator thunks over the process-wide allocator.
+void *processMalloc(size_t size);
+void processFree(void *p);
+void setContextDefaults(QorGlobal *world);
+// Frees what hangs off the private area, then the area itself.
+void releasePrivate(QorGlobal *world);
+
+// The context's allocator; its hooks may have been cleared by the application.
+inline void *userAllocate(QorGlobal *world, size_t size)
+{
+    return world->userMalloc != nullptr ? world->userMalloc(world, size) : nullptr;
+}
+
+inline void userRelease(QorGlobal *world, void *p)
+{
+    if (world->userFree != nullptr)
+        world->userFree(world, p);
+}
+
+inline QorGlobal *outermost(QorGlobal *world)
+{
+    while (world->parentWorld)
+        world = world->parentWorld;
+    return world;
+}
+
+} // namespace qor

@@ -1,0 +1,98 @@
+// The block queue behind encoder output and decoder memory.
+#include "memory/blocks.h"
+
+#include <cstring>
+
+#include "frame/errors.h"
+
+namespace qor {
+
+namespace {
+
+constexpr int kOutOfMemory = 6;
+constexpr int kBufferTooSmall = 1;
+
+void resetQueue(QorGlobal *world)
+{
+    world->blockQueue.count = 0;
+    world->blockQueue.next = nullptr;
+    world->blockQueueTail = &world->blockQueue;
+    world->totalBytes = 0;
+}
+
+void freeAddedRecords(QorGlobal *world)
+{
+    QorMemBlockRecord *r = world->blockQueue.next;
+    while (r != nullptr) {
+        QorMemBlockRecord *next = r->next;
+        userRelease(world, r);
+        r = next;
+    }
+}
+
+} // namespace
+
+void *qorMemQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size)
+{
+    if (alloc == nullptr)
+        return nullptr;
+    QorMemBlockRecord *tail = world->blockQueueTail;
+    if (tail->count == QOR_BLOCK_SLOTS) {
+        auto *added = static_cast<QorMemBlockRecord *>(alloc(world, sizeof(QorMemBlockRecord)));
+        if (added == nullptr)
+            raise(world, kOutOfMemory, longValue(sizeof(QorMemBlockRecord)));
+        added->count = 0;
+        added->next = nullptr;
+        tail->next = added;
+        world->blockQueueTail = tail = added;
+    }
+    void *piece = alloc(world, size);
+    if (piece != nullptr)
+        tail->slot[tail->count++] = piece;
+    return piece;
+}
+
+void qorMemQueueFree(QorGlobal *world)
+{
+    // Newest first. Records link forwards only, so turn the added ones round.
+    QorMemBlockRecord *newest = nullptr;
+    for (QorMemBlockRecord *r = world->blockQueue.next; r != nullptr;) {
+        QorMemBlockRecord *next = r->next;
+        r->next = newest;
+        newest = r;
+        r = next;
+    }
+    auto freeSlots = [world](QorMemBlockRecord *r) {
+        for (int i = r->count - 1; i >= 0; i--) {
+            if (r->slot[i] != nullptr)
+                userRelease(world, r->slot[i]);
+        }
+    };
+    while (newest != nullptr) {
+        QorMemBlockRecord *older = newest->next;
+        freeSlots(newest);
+        userRelease(world, newest);
+        newest = older;
+    }
+    freeSlots(&world->blockQueue);
+    resetQueue(world);
+}
+
+void qorMemQueueForget(QorGlobal *world)
+{
+    freeAddedRecords(world);
+    resetQueue(world);
+}
+
+unsigned char *qorNextOutBlock(QorGlobal *world)
+{
+    if (world->userBuffer)
+        raise(world, kBufferTooSmall, longValue(world->totalBytes));
+    world->totalBytes += QOR_BLOCK_SIZE;
+    void *block = qorMemQueuePush(world, world->userMalloc, QOR_BLOCK_SIZE);
+    if (block == nullptr)
+        raise(world, kOutOfMemory, longValue(QOR_BLOCK_SIZE));
+    return static_cast<unsigned char *>(block);
+}
+
+} // namespace qor

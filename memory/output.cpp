@@ -1,0 +1,87 @@
+// Encoder output written backwards (BER, DER, CER): the message grows from its
+// last octet down through 1024-octet blocks, and is gathered once at the end.
+#include <cstring>
+
+#include "frame/errors.h"
+#include "memory/blocks.h"
+
+using namespace qor;
+
+namespace {
+
+constexpr int kOutOfMemory = 6;
+
+QorLong blockCount(const QorGlobal *world)
+{
+    QorLong n = 0;
+    for (const QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next)
+        n += r->count;
+    return n;
+}
+
+} // namespace
+
+extern "C" {
+
+QorLong _qor_write_bytes_d(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
+                           QorLong length)
+{
+    if (sizingOnly(world)) {
+        world->encLength += length;
+        return length;
+    }
+    if (length <= 0)
+        return length;
+    const auto *src = static_cast<const unsigned char *>(data);
+    if (length <= *room) {
+        *pos -= length;
+        *room -= length;
+        memcpy(*pos, src, static_cast<size_t>(length));
+        return length;
+    }
+    // The data's last octets fill what is left of this block; whole blocks
+    // follow, walking the data backwards; the rest goes at the top of a last one.
+    QorLong left = length - *room;
+    if (*room > 0)
+        memcpy(*pos - *room, src + left, static_cast<size_t>(*room));
+    while (left > QOR_BLOCK_SIZE) {
+        unsigned char *block = qorNextOutBlock(world);
+        left -= QOR_BLOCK_SIZE;
+        memcpy(block, src + left, QOR_BLOCK_SIZE);
+    }
+    unsigned char *block = qorNextOutBlock(world);
+    *pos = block + QOR_BLOCK_SIZE - left;
+    *room = QOR_BLOCK_SIZE - left;
+    memcpy(*pos, src, static_cast<size_t>(left));
+    return length;
+}
+
+void _qor_set_outmem_d(QorGlobal *world, QorLong room, QorLong *lengthOut, unsigned char **valueOut)
+{
+    QorLong blocks = blockCount(world);
+    QorLong length = blocks * QOR_BLOCK_SIZE - room;
+    *lengthOut = length;
+    if (length == 0)
+        return;
+    auto *out = static_cast<unsigned char *>(userAllocate(world, static_cast<size_t>(length)));
+    if (out == nullptr)
+        raise(world, kOutOfMemory, longValue(length));
+    // The oldest block holds the end of the message.
+    unsigned char *end = out + length;
+    QorLong seen = 0;
+    for (QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next) {
+        for (int i = 0; i < r->count; i++) {
+            const auto *block = static_cast<const unsigned char *>(r->slot[i]);
+            if (++seen < blocks) {
+                end -= QOR_BLOCK_SIZE;
+                memcpy(end, block, QOR_BLOCK_SIZE);
+            } else {
+                memcpy(out, block + room, static_cast<size_t>(QOR_BLOCK_SIZE - room));
+            }
+        }
+    }
+    *valueOut = out;
+    qorMemQueueFree(world);
+}
+
+} // extern "C"

@@ -1,0 +1,454 @@
+// The encode and decode drivers: front-door checks, caller's buffers, the
+// failure path and its clean-up, the trap, and the older interface.
+#include <cstring>
+#include <string>
+
+#include "support/roundtrip.h"
+
+using namespace qortest;
+
+namespace {
+
+class Driver : public ContextTest {};
+
+Raw rawOf(Bytes &bytes) { return {static_cast<QorLong>(bytes.size()), bytes.data()}; }
+
+Bytes encodingOfRaw(const Bytes &contents)
+{
+    Bytes out = {0x04};
+    size_t n = contents.size();
+    if (n < 128) {
+        out.push_back(static_cast<unsigned char>(n));
+    } else {
+        Bytes len;
+        for (size_t v = n; v != 0; v >>= 8)
+            len.insert(len.begin(), static_cast<unsigned char>(v));
+        out.push_back(static_cast<unsigned char>(0x80 | len.size()));
+        out.insert(out.end(), len.begin(), len.end());
+    }
+    out.insert(out.end(), contents.begin(), contents.end());
+    return out;
+}
+
+Fault faultRaising(int message, QorLong number)
+{
+    Fault f{};
+    f.message = message;
+    f.raiser = RAISE_LONG;
+    f.number = number;
+    f.element = 3;
+    return f;
+}
+
+} // namespace
+
+TEST_F(Driver, RoundTripsAcrossBlockSizes)
+{
+    for (size_t n : {size_t{0}, size_t{1}, size_t{127}, size_t{128}, size_t{1021}, size_t{1022},
+                     size_t{1024}, size_t{3000}, size_t{70000}}) {
+        SCOPED_TRACE(n);
+        Bytes contents(n);
+        for (size_t i = 0; i < n; i++)
+            contents[i] = static_cast<unsigned char>(i * 7 + 1);
+        Raw value = rawOf(contents);
+        expectRoundTrip(&world, PDU_Raw, &value, encodingOfRaw(contents), [&](void *decoded) {
+            auto *raw = static_cast<Raw *>(decoded);
+            ASSERT_EQ(raw->length, static_cast<QorLong>(n));
+            EXPECT_TRUE(n == 0 || memcmp(raw->data, contents.data(), n) == 0);
+        });
+    }
+}
+
+TEST_F(Driver, CallerBufferHoldsTheEncodingAtItsEnd)
+{
+    Bytes contents = {'a', 'b'};
+    Raw value = rawOf(contents);
+    unsigned char room[16];
+    QorBuf out = {sizeof room, room};
+    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
+    EXPECT_EQ(out.length, 4);
+    EXPECT_EQ(out.value, room + sizeof room - 4);
+    EXPECT_EQ(bytesOf(out), hex("04 02 61 62"));
+    EXPECT_EQ(CountingAllocator::calls, 0) << "a caller's buffer needs no memory";
+}
+
+TEST_F(Driver, FullCallerBufferIsReturnCodeOneWithItsSize)
+{
+    Bytes contents(100);
+    Raw value = rawOf(contents);
+    unsigned char room[50];
+    QorBuf out = {sizeof room, room};
+    EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_BUFFER_TOO_SMALL);
+    EXPECT_STREQ(qorGetErrMsg(&world),
+                 "E0001S: Output buffer too small; total buffer size: 50; check PDU #1 'Raw'.\n");
+}
+
+TEST_F(Driver, FrontDoorRefusesBadArguments)
+{
+    Bytes contents = {1};
+    Raw value = rawOf(contents);
+    QorBuf out = {0, nullptr};
+    EXPECT_EQ(qorEncode(nullptr, PDU_Raw, &value, &out), QOR_BAD_ARG);
+    EXPECT_EQ(qorEncode(&world, PDU_Raw, nullptr, &out), QOR_BAD_ARG);
+    EXPECT_STREQ(world.errMsgBuffer,
+                 "E0006S: Unexpected NULL pointer as argument to encoder/decoder.\n");
+    EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, nullptr), QOR_BAD_ARG);
+
+    void *decoded = nullptr;
+    int pdu = 0;
+    QorBuf in = {0, nullptr};
+    EXPECT_EQ(qorDecode(nullptr, &pdu, &in, &decoded), QOR_BAD_ARG);
+    EXPECT_EQ(qorDecode(&world, &pdu, &in, &decoded), QOR_BAD_ARG);
+    EXPECT_EQ(world.errMsgBuffer[0], 'D');
+    EXPECT_EQ(qorDecode(&world, &pdu, nullptr, &decoded), QOR_BAD_ARG);
+
+    EXPECT_EQ(qorEncode(&world, 0, &value, &out), QOR_PDU_RANGE);
+    EXPECT_STREQ(qorGetErrMsg(&world), "E0003S: PDU number not in range: 0.\n");
+}
+
+TEST_F(Driver, RulesMustBeKnownAllowedAndLinked)
+{
+    Bytes contents = {1};
+    Raw value = rawOf(contents);
+    QorBuf out = {0, nullptr};
+    for (int rules : {QOR_ECN, 10, -1}) {
+        world.encRules = rules;
+        EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_UNKNOWN_RULES);
+    }
+    EXPECT_STREQ(world.errMsgBuffer, "E0100S: Unknown encoding rules were requested, use "
+                                     "BER/DER/CER/PER/XER only.\n");
+    world.encRules = QOR_PER_UNALIGNED;
+    EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_RULES_NOT_LINKED);
+    EXPECT_STREQ(world.errMsgBuffer,
+                 "E0103S: The requested encoding rules were not linked: 'PER'.\n");
+
+    world.encRules = QOR_DER;
+    world.ruleBits &= ~QorULong{QOR_RULE_DER_ALLOWED};
+    EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_RULES_NOT_LINKED);
+    EXPECT_STREQ(world.errMsgBuffer, "E0118S: The encoder/decoder was generated without support "
+                                     "for selected encoding rules:'DER'.\n");
+    world.ruleBits |= QOR_RULE_DER_ALLOWED;
+    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
+    qorFreeBuf(&world, out.value);
+
+    world.encRules = QOR_CER;
+    out = {0, nullptr};
+    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
+    qorFreeBuf(&world, out.value);
+}
+
+TEST_F(Driver, MissingEntryOrWrongVersionIsReportedByTheDriver)
+{
+    QorControlTable table = testSchemaTable;
+    world.ctlTable = &table;
+    Bytes contents = {1};
+    Raw value = rawOf(contents);
+    QorBuf out = {0, nullptr};
+    table.berEncodeEntry = nullptr;
+    EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_NULL_FUNCTION);
+    EXPECT_STREQ(world.errMsgBuffer, "E0074S: NULL function pointer in the control table.\n");
+    table = testSchemaTable;
+    table.berVersion = 16;
+    EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_BAD_VERSION);
+    EXPECT_NE(std::string(world.errMsgBuffer).find("runtime library version, 17."),
+              std::string::npos);
+    world.ctlTable = &testSchemaTable;
+}
+
+TEST_F(Driver, FailedEncodeFreesItsBlocksWhateverTheEntryWrote)
+{
+    for (QorLong written : {0, 100, 1024, 5000, 60000}) {
+        Fault f = faultRaising(106, 0);
+        f.written = written;
+        QorBuf out = {0, nullptr};
+        EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_DATA_ERROR);
+        EXPECT_EQ(CountingAllocator::outstanding, 0) << written;
+        EXPECT_EQ(world.errMsgTarget, nullptr) << "no message is wanted after a failure";
+    }
+}
+
+TEST_F(Driver, FailedDecodeFreesEverythingAndClearsTheOutput)
+{
+    Bytes input = hex("30 00");
+    QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
+    void *decoded = reinterpret_cast<void *>(0);
+    int pdu = 0;
+    EXPECT_EQ(qorDecode(&world, &pdu, &in, &decoded), QOR_DATA_ERROR);
+    EXPECT_EQ(decoded, nullptr);
+    EXPECT_EQ(CountingAllocator::outstanding, 0);
+    EXPECT_EQ(pdu, PDU_Fault);
+    EXPECT_STREQ(qorGetErrMsg(&world),
+                 "D0037E: Value misencoded or length wrong for value; check PDU #2 'Fault'.\n");
+    EXPECT_EQ(qorGetBytesReadByDecoder(&world), 2);
+    EXPECT_EQ(world.decodingLength, 0);
+}
+
+TEST_F(Driver, AnAllocatorThatFailsAtEveryCallLeavesNothingBehind)
+{
+    Bytes contents(5000, 0x5a);
+    Raw value = rawOf(contents);
+    QorBuf good = {0, nullptr};
+    CountingAllocator::reset();
+    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &good), 0);
+    long encodeCalls = CountingAllocator::calls;
+    for (long n = 1; n <= encodeCalls; n++) {
+        CountingAllocator::reset(n);
+        QorBuf out = {0, nullptr};
+        EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_OUT_OF_MEMORY) << n;
+        EXPECT_EQ(out.value, nullptr);
+        EXPECT_EQ(CountingAllocator::outstanding, 0) << n;
+    }
+    CountingAllocator::reset();
+    QorBuf in = good;
+    void *decoded = nullptr;
+    int pdu = 0;
+    ASSERT_EQ(qorDecode(&world, &pdu, &in, &decoded), 0);
+    long decodeCalls = CountingAllocator::calls;
+    qorFreePDU(&world, pdu, decoded);
+    for (long n = 1; n <= decodeCalls; n++) {
+        CountingAllocator::reset(n);
+        in = good;
+        decoded = nullptr;
+        pdu = 0;
+        EXPECT_EQ(qorDecode(&world, &pdu, &in, &decoded), QOR_OUT_OF_MEMORY) << n;
+        EXPECT_EQ(decoded, nullptr);
+        EXPECT_EQ(CountingAllocator::outstanding, 0) << n;
+    }
+    CountingAllocator::reset();
+    world.userFree(&world, good.value);
+    CountingAllocator::outstanding = 0;
+}
+
+TEST_F(Driver, DecodeIntoACallersBufferAlignsItAndCountsWhatItUsed)
+{
+    Bytes input = hex("04 03 41 42 43");
+    alignas(8) unsigned char flat[256];
+    void *out = flat + 3;
+    qorSetDecodingLength(&world, 200);
+    QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
+    int pdu = PDU_Raw;
+    ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), 0);
+    EXPECT_EQ(out, flat + 8);
+    auto *raw = static_cast<Raw *>(out);
+    EXPECT_EQ(raw->length, 3);
+    EXPECT_EQ(memcmp(raw->data, "ABC", 3), 0);
+    EXPECT_EQ(qorGetDecodingLength(&world), static_cast<QorLong>(sizeof(Raw) + 3));
+    EXPECT_EQ(CountingAllocator::calls, 0);
+
+    // Too small for the pad, then too small for the value: the buffer is untouched.
+    out = flat + 3;
+    qorSetDecodingLength(&world, 5);
+    in = {static_cast<QorLong>(input.size()), input.data()};
+    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_BUFFER_TOO_SMALL);
+    EXPECT_STREQ(world.errMsgBuffer, "D0001S: Output buffer too small; total buffer size: 5.\n");
+    out = flat;
+    qorSetDecodingLength(&world, 8);
+    in = {static_cast<QorLong>(input.size()), input.data()};
+    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(out, flat) << "a caller's buffer is left where it was";
+    qorSetDecodingLength(&world, 0);
+}
+
+TEST_F(Driver, LibraryMemoryDecodeReportsTheBytesObtained)
+{
+    Bytes input = hex("04 03 41 42 43");
+    QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
+    void *out = nullptr;
+    int pdu = 0;
+    ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), 0);
+    EXPECT_EQ(world.decodingLength, static_cast<QorLong>(sizeof(Raw) + 3)) << "characters take their exact size";
+    qorFreePDU(&world, pdu, out);
+    world.decodingLength = 0;
+}
+
+TEST_F(Driver, ConsecutivePdusDecodeFromOneBuffer)
+{
+    Bytes input = hex("04 01 41 04 02 42 43 30");
+    QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
+    for (QorLong expected : {1, 2}) {
+        void *out = nullptr;
+        int pdu = 0;
+        ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), 0);
+        EXPECT_EQ(static_cast<Raw *>(out)->length, expected);
+        qorFreePDU(&world, pdu, out);
+    }
+    EXPECT_EQ(in.length, 1);
+    EXPECT_EQ(in.value, input.data() + 7);
+
+    // Without the advance, the caller's QorBuf stays.
+    world.presetDecFlags = 0;
+    in = {static_cast<QorLong>(input.size()), input.data()};
+    void *out = nullptr;
+    int pdu = 0;
+    ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), 0);
+    EXPECT_EQ(in.value, input.data());
+    EXPECT_EQ(qorGetBytesReadByDecoder(&world), 3);
+    qorFreePDU(&world, pdu, out);
+}
+
+TEST_F(Driver, DecoderMismatchAndUnknownTags)
+{
+    Bytes input = hex("04 01 41");
+    QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
+    void *out = nullptr;
+    int pdu = PDU_Fault;
+    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_BAD_CHOICE_OR_PDU);
+    EXPECT_STREQ(qorGetErrMsg(&world), "D0034E: PDU number and input tags do not match: "
+                                       "[UNIVERSAL 4] (expected tag [UNIVERSAL 16]).\n");
+    EXPECT_STREQ(qorDescribeReturnCode(&world, 9),
+                 "The PDU number that you specified does not match the tag found in the encoded data");
+    Bytes unknown = hex("45 00");
+    in = {2, unknown.data()};
+    pdu = 0;
+    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_DATA_ERROR);
+    EXPECT_STREQ(qorGetErrMsg(&world), "D0054S: PDU tag not recognized: [APPLICATION 5].\n");
+}
+
+TEST_F(Driver, TruncatedInputEndsInACleanCodeAtEveryLength)
+{
+    Bytes full = encodingOfRaw(Bytes(300, 7));
+    for (size_t n = 1; n < full.size(); n++) {
+        Bytes cut(full.begin(), full.begin() + static_cast<long>(n));
+        QorBuf in = {static_cast<QorLong>(n), cut.data()};
+        void *out = nullptr;
+        int pdu = 0;
+        ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_MORE_INPUT) << n;
+        EXPECT_EQ(out, nullptr);
+    }
+    Bytes lies = hex("04 84 FF FF FF FF 00");
+    QorBuf in = {static_cast<QorLong>(lies.size()), lies.data()};
+    void *out = nullptr;
+    int pdu = 0;
+    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_MORE_INPUT);
+}
+
+TEST_F(Driver, SizingModeCountsWithoutMemoryAndKeepsTheMessageOnFailure)
+{
+    Bytes contents(2000, 1);
+    Raw value = rawOf(contents);
+    CountingAllocator::reset();
+    EXPECT_EQ(qorDetermineEncodingLength(&world, PDU_Raw, &value), 2004);
+    EXPECT_EQ(CountingAllocator::calls, 0);
+    EXPECT_EQ(world.encodingFlags, 0x200u);
+    Fault f = faultRaising(106, 0);
+    EXPECT_EQ(qorDetermineEncodingLength(&world, PDU_Fault, &f), 0);
+    EXPECT_EQ(world.errMsgBuffer[0], 'E');
+    EXPECT_EQ(qorDetermineEncodingLength(nullptr, PDU_Raw, &value), 0);
+}
+
+TEST_F(Driver, TrappingTurnsAMemoryViolationIntoReturnCode14)
+{
+    Fault f = faultRaising(0, 0);
+    f.raiser = RAISE_SEGV;
+    f.written = 3000;
+    qorSetEncodingFlags(&world, TRAPPING | NOTRAPPING); // TRAPPING wins
+    EXPECT_EQ(world.encodingFlags & NOTRAPPING, 0u);
+    QorBuf out = {0, nullptr};
+    EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_MEMORY_VIOLATION);
+    EXPECT_NE(std::string(qorGetErrMsg(&world))
+                  .find("E0014S: A memory-violation error occurred, signal 11; check"),
+              std::string::npos);
+    EXPECT_EQ(CountingAllocator::outstanding, 0);
+
+    // The trap is gone after the call, and a trapped call that succeeds leaves none.
+    Bytes contents = {1, 2};
+    Raw value = rawOf(contents);
+    out = {0, nullptr};
+    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
+    qorFreeBuf(&world, out.value);
+    qorSetEncodingFlags(&world, 0);
+}
+
+TEST_F(Driver, DeterminePadBitsAndBytesReadOnANullContext)
+{
+    EXPECT_EQ(qorDetermineNumberOfPadBits(nullptr), -1);
+    EXPECT_EQ(qorGetBytesReadByDecoder(nullptr), -1);
+    EXPECT_EQ(qorDetermineNumberOfPadBits(&world), 0);
+}
+
+TEST(FreeBuf, NullContextUsesTheRuntimeFree)
+{
+    void *p = malloc(10);
+    qorFreeBuf(nullptr, p);
+    freeBUF(nullptr, malloc(3));
+    qorFreeBuf(nullptr, nullptr);
+}
+
+TEST(FreePdu, NeedsATableAndAnEntry)
+{
+    QorGlobal world;
+    EXPECT_EQ(qorFreePDU(nullptr, 1, nullptr), QOR_BAD_ARG);
+    ASSERT_EQ(qorbriefinit(&world), 0);
+    EXPECT_EQ(qorFreePDU(&world, PDU_Raw, reinterpret_cast<void *>(8)), QOR_NULL_TABLE);
+    QorControlTable noFree = testSchemaTable;
+    noFree.freeEntry = nullptr;
+    world.ctlTable = &noFree;
+    EXPECT_EQ(qorFreePDU(&world, PDU_Raw, nullptr), QOR_NULL_FUNCTION);
+    world.ctlTable = nullptr;
+    qorbriefterm(&world);
+
+    // The older form works with no context at all.
+    Raw *raw = static_cast<Raw *>(malloc(sizeof(Raw)));
+    raw->length = 0;
+    raw->data = nullptr;
+    EXPECT_EQ(freePDU(nullptr, PDU_Raw, raw, &testSchemaTable), 0);
+}
+
+TEST(Legacy, EncodeAndDecodeWithoutAContext)
+{
+    unsigned char text[] = "xyz";
+    Raw value = {3, text};
+    unsigned char *encoded = nullptr;
+    QorLong length = 0;
+    char message[512] = "untouched";
+    ASSERT_EQ(encode(nullptr, PDU_Raw, &value, &encoded, &length, &testSchemaTable, 0, message), 0);
+    EXPECT_EQ(Bytes(encoded, encoded + length), hex("04 03 78 79 7A"));
+    EXPECT_STREQ(message, "");
+
+    unsigned char *cursor = encoded;
+    QorLong left = length;
+    void *decoded = nullptr;
+    int pdu = 0;
+    ASSERT_EQ(decode(nullptr, &pdu, &cursor, &left, &decoded, nullptr, &testSchemaTable, 0, message),
+              0);
+    EXPECT_EQ(pdu, PDU_Raw);
+    EXPECT_EQ(left, 0);
+    EXPECT_EQ(cursor, encoded + length);
+    EXPECT_EQ(freePDU(nullptr, PDU_Raw, decoded, &testSchemaTable), 0);
+    freeBUF(nullptr, encoded);
+
+    EXPECT_EQ(encode(nullptr, PDU_Raw, &value, nullptr, &length, &testSchemaTable, 0, message),
+              QOR_BAD_ARG);
+    EXPECT_STREQ(message, "E0006S: Unexpected NULL pointer as argument to encoder/decoder.\n");
+    EXPECT_EQ(encode(nullptr, PDU_Raw, &value, &encoded, nullptr, &testSchemaTable, 0, message),
+              QOR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(encode(nullptr, PDU_Raw, &value, &encoded, &length, nullptr, 0, message),
+              QOR_NULL_TABLE);
+}
+
+TEST(Legacy, CallersBuffersThroughBufferProvided)
+{
+    QorGlobal world;
+    ASSERT_EQ(qorinit(&world, &testSchemaTable), 0);
+    unsigned char text[] = "hi";
+    Raw value = {2, text};
+    unsigned char room[32];
+    unsigned char *encoded = room;
+    QorLong length = sizeof room;
+    ASSERT_EQ(encode(&world, PDU_Raw, &value, &encoded, &length, nullptr, BUFFER_PROVIDED, nullptr),
+              0);
+    EXPECT_EQ(length, 4);
+    EXPECT_EQ(encoded, room + sizeof room - 4);
+
+    alignas(8) unsigned char flat[128];
+    void *decoded = flat;
+    QorLong flatLength = sizeof flat;
+    int pdu = PDU_Raw;
+    ASSERT_EQ(decode(&world, &pdu, &encoded, &length, &decoded, &flatLength, nullptr,
+                     BUFFER_PROVIDED, nullptr),
+              0);
+    EXPECT_EQ(decoded, flat);
+    EXPECT_EQ(flatLength, static_cast<QorLong>(sizeof(Raw) + 2));
+    EXPECT_EQ(memcmp(static_cast<Raw *>(decoded)->data, "hi", 2), 0);
+    qorterm(&world);
+}

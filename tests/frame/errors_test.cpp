@@ -1,0 +1,219 @@
+// Error reporting: message texts with each kind of value, field locations,
+// long messages, and the return-code texts.
+#include <cstdarg>
+#include <cstring>
+#include <string>
+
+#include "support/roundtrip.h"
+
+using namespace qortest;
+
+namespace {
+
+class Errors : public ContextTest {
+protected:
+    // Encodes a Fault that raises `f` and returns the message.
+    std::string raised(Fault f, int expectedCode)
+    {
+        QorBuf out = {0, nullptr};
+        EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), expectedCode);
+        return qorGetErrMsg(&world);
+    }
+
+    static Fault fault(int message, int raiser)
+    {
+        Fault f{};
+        f.message = message;
+        f.raiser = raiser;
+        f.element = 3;
+        return f;
+    }
+};
+
+std::string printed;
+
+int collectPrint(QorGlobal *, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    printed += va_arg(args, const char *);
+    va_end(args);
+    return 0;
+}
+
+const char kPath[] =
+    "; check field 'x' (type: INTEGER) of element #3 (type: Item) of field 'items' (type: Items) "
+    "of PDU #2 'Fault'.\n";
+
+} // namespace
+
+TEST_F(Errors, EachKindOfValueIsShownAsTheCatalogueAsks)
+{
+    Fault f = fault(22, RAISE_LONG); // signed
+    f.number = -42;
+    EXPECT_EQ(raised(f, 17), std::string("E0062S: Value range constraint violated, value = -42") + kPath);
+
+    f = fault(23, RAISE_LONG); // unsigned
+    f.number = -1;
+    EXPECT_EQ(raised(f, 17),
+              std::string("E0062S: Value range constraint violated, value = 4294967295") + kPath);
+
+    f = fault(22, RAISE_LONGLONG);
+    f.number = 0;
+    f.high = INT32_MIN;
+    EXPECT_EQ(raised(f, 17),
+              std::string("E0062S: Value range constraint violated, value = -9223372036854775808") +
+                  kPath);
+
+    f = fault(24, RAISE_REAL);
+    f.real = 1.5e300;
+    EXPECT_EQ(raised(f, 17),
+              std::string("E0062S: Value range constraint violated, value = 1.5e+300") + kPath);
+    f.real = 0.25;
+    EXPECT_EQ(raised(f, 17),
+              std::string("E0062S: Value range constraint violated, value = 0.25") + kPath);
+
+    f = fault(19, RAISE_STRING);
+    f.text = "abc";
+    EXPECT_EQ(raised(f, 17),
+              std::string("E0061S: Single value constraint violated, value = 'abc'") + kPath);
+
+    f = fault(29, RAISE_LONG); // character
+    f.number = 'Q';
+    EXPECT_EQ(raised(f, 17),
+              std::string("E0064S: Permitted alphabet constraint violated, bad character: 'Q'") +
+                  kPath);
+    f.number = 0x1F600;
+    EXPECT_EQ(raised(f, 17), std::string("E0064S: Permitted alphabet constraint violated, bad "
+                                         "character: {0,1,246,0}") +
+                                 kPath);
+    f.number = 7;
+    EXPECT_NE(raised(f, 17).find("{0,0,0,7}"), std::string::npos);
+
+    f = fault(30, RAISE_LONG); // no value
+    f.number = 99;
+    EXPECT_EQ(raised(f, 17), std::string("E0065S: Absence constraint violated") + kPath);
+
+    f = fault(85, RAISE_LONG); // takes a value, shows none
+    EXPECT_EQ(raised(f, 5),
+              std::string("E0095S: Mandatory field is not present in extension group: ") + kPath);
+}
+
+TEST_F(Errors, TagsShowTheirClassAndTheExpectedTag)
+{
+    Fault f = fault(103, RAISE_LONG);
+    f.number = (0x4003 << 16) | 2; // expected [APPLICATION 3], found [UNIVERSAL 2]
+    EXPECT_EQ(raised(f, 5), std::string("E0033E: Tag mismatch or tag not expected: [UNIVERSAL 2] "
+                                        "(expected tag [APPLICATION 3])") +
+                                kPath);
+    f.number = 0x8000 | 17;
+    EXPECT_NE(raised(f, 5).find("expected: [17];"), std::string::npos);
+    f.number = 0xC000 | 0x3fff;
+    EXPECT_NE(raised(f, 5).find("[PRIVATE 16383];"), std::string::npos);
+}
+
+TEST_F(Errors, UnboundedValuesAreHexadecimalForHugeIntegers)
+{
+    static const unsigned char huge[] = {0x80, 0x01, 0xAB};
+    Fault f = fault(22, RAISE_UNBOUNDED);
+    f.text = reinterpret_cast<const char *>(huge);
+    f.textLength = 3;
+    EXPECT_NE(raised(f, 17).find("value = '0x8001AB'"), std::string::npos);
+    f.message = 23;
+    EXPECT_NE(raised(f, 17).find("value = '0x08001AB'"), std::string::npos) << "reads as positive";
+    f.textLength = 0;
+    EXPECT_NE(raised(f, 17).find("value = ''"), std::string::npos);
+
+    f = fault(20, RAISE_UNBOUNDED);
+    f.text = "text\0hidden";
+    f.textLength = 11;
+    EXPECT_NE(raised(f, 17).find("value = 'text';"), std::string::npos);
+}
+
+TEST_F(Errors, MessagesWithoutLocationAndPdusNamedByType)
+{
+    Fault f = fault(3, RAISE_LONG);
+    f.number = 77;
+    EXPECT_EQ(raised(f, QOR_PDU_RANGE), "E0003S: PDU number not in range: 77.\n");
+}
+
+TEST_F(Errors, ALongPathGoesToTheExtendedMessageAndTheBufferKeepsACutText)
+{
+    static char longName[2000];
+    memset(longName, 'n', sizeof longName - 1);
+    static const QorFieldInfo rootInfo = {"Fault", "Fault", 16};
+    static const QorFieldInfo longInfo = {longName, "Long", 16};
+    QorFieldRecord root = {nullptr, &rootInfo, 0};
+    QorFieldRecord inner = {&root, &longInfo, 0};
+    world.fieldStack = &inner;
+    world.operation = QOR_OP_ENCODE;
+    world.pduNumber = 2;
+    world.errMsgTarget = world.errMsgBuffer;
+    EXPECT_EQ(_qor_krod_api_error(&world, 106, 0), QOR_DATA_ERROR);
+    std::string full = qorGetErrMsg(&world);
+    EXPECT_EQ(full, std::string("E0037E: Value misencoded or length wrong for value; check field '") +
+                        longName + "' (type: Long) of PDU #2.\n");
+    EXPECT_LT(strlen(world.errMsgBuffer), 512u);
+    EXPECT_EQ(std::string(world.errMsgBuffer), "E0037E: Value misencoded or length wrong for value; check PDU #2.\n");
+    free_ext_errMsg(&world);
+    EXPECT_STREQ(qorGetErrMsg(&world), world.errMsgBuffer);
+    world.fieldStack = nullptr;
+}
+
+TEST_F(Errors, NoTargetMeansNoMessageButTheCodeIsKept)
+{
+    world.errMsgTarget = nullptr;
+    world.errMsgBuffer[0] = '\0';
+    EXPECT_EQ(_qor_krod_api_error(&world, 48, 10), QOR_OUT_OF_MEMORY);
+    EXPECT_EQ(world.lastError, QOR_OUT_OF_MEMORY);
+    EXPECT_STREQ(world.errMsgBuffer, "");
+    EXPECT_EQ(CountingAllocator::calls, 0);
+}
+
+TEST_F(Errors, DebugFlagPrintsTheMessageThroughTheUserPrintFunction)
+{
+    printed.clear();
+    world.userPrintFn = collectPrint;
+    world.encodingFlags |= DEBUGPDU;
+    Fault f = fault(106, RAISE_LONG);
+    raised(f, 5);
+    EXPECT_NE(printed.find("The encoder error message:\n\nE0037E"), std::string::npos) << printed;
+    world.printStream = nullptr; // silences everything, user functions included
+    printed.clear();
+    raised(f, 5);
+    EXPECT_EQ(printed, "");
+}
+
+TEST_F(Errors, UnknownMessageNumbersBecomeTheImpossibleMessage)
+{
+    Fault f = fault(400, RAISE_LONG);
+    EXPECT_NE(raised(f, QOR_FATAL).find("0056S: This error cannot happen; inform QOR, code = 400"),
+              std::string::npos);
+}
+
+TEST(ReturnCodes, TextsFollowTheOperation)
+{
+    EXPECT_STREQ(qorDescribeReturnCode(nullptr, 0), "Success");
+    EXPECT_STREQ(qorDescribeReturnCode(nullptr, 8), "Out of memory");
+    EXPECT_EQ(qorDescribeReturnCode(nullptr, 87), nullptr);
+    EXPECT_EQ(qorDescribeReturnCode(nullptr, 133), nullptr);
+    EXPECT_EQ(qorDescribeReturnCode(nullptr, -1), nullptr);
+    EXPECT_STREQ(qorDescribeReturnCode(nullptr, 62), "Error when closing iconv() tables");
+    QorGlobal world{};
+    world.operation = QOR_OP_ENCODE;
+    EXPECT_STREQ(qorDescribeReturnCode(&world, 9), "Choice selector is out of range");
+    EXPECT_NE(std::string(qorDescribeReturnCode(nullptr, 9)).find("Encoder: Choice"),
+              std::string::npos);
+    world.operation = QOR_OP_DECODE;
+    EXPECT_STREQ(qorDescribeReturnCode(&world, 10),
+                 "Implementation limit exceeded.  For example, an integer value was too great");
+    EXPECT_NE(std::string(qorDescribeReturnCode(nullptr, 7)).find("few causes:\n1. In general"),
+              std::string::npos);
+}
+
+TEST(Messages, NullContextCalls)
+{
+    EXPECT_EQ(qorGetErrMsg(nullptr), nullptr);
+    free_ext_errMsg(nullptr);
+    EXPECT_EQ(_qor_krod_api_error(nullptr, 1, 0), QOR_BAD_ARG);
+}

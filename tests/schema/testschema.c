@@ -1,0 +1,243 @@
+/* The test schema module, written as generated code would be: one entry per
+ * family, each a switch on the PDU number; encoders write backwards. */
+#include "testschema.h"
+
+#include <string.h>
+
+enum {
+    MSG_PDU_RANGE = 3,
+    MSG_END_OF_INPUT = 45,
+    MSG_LENGTH_TOO_LONG = 98,
+    MSG_PDU_TAG_MISMATCH = 104,
+    MSG_MISENCODED = 106,
+    MSG_PDU_TAG_UNKNOWN = 122
+};
+
+enum { TAG_OCTET_STRING = 0x04, TAG_SEQUENCE = 0x30 };
+/* Packed tags for messages: class in bits 15-14, number below. */
+enum { PACKED_OCTET_STRING = 4, PACKED_SEQUENCE = 16 };
+
+static const char *const pduNames[PDU_COUNT][2] = {{"Raw", "OCTET STRING"}, {"Fault", "Fault"}};
+
+/* An address that is never mapped, hidden from the optimiser. */
+static volatile uintptr_t wildAddress = 16;
+
+static const QorFieldInfo faultInfo = {"Fault", "Fault", 16};
+static const QorFieldInfo itemsInfo = {"items", "Items", 10};
+static const QorFieldInfo itemInfo = {"", "Item", 16};
+static const QorFieldInfo xInfo = {"x", "INTEGER", 2};
+
+/* Writes a tag and a definite length just below *pos. */
+static void writeHeader(QorGlobal *world, unsigned char **pos, QorLong *room, unsigned char tag,
+                        QorLong length)
+{
+    unsigned char header[6];
+    int n = 0;
+    header[n++] = tag;
+    if (length < 128) {
+        header[n++] = (unsigned char)length;
+    } else {
+        unsigned char octets[4];
+        int count = 0;
+        QorULong v = (QorULong)length;
+        while (v != 0) {
+            octets[count++] = (unsigned char)v;
+            v >>= 8;
+        }
+        header[n++] = (unsigned char)(0x80 | count);
+        while (count > 0)
+            header[n++] = octets[--count];
+    }
+    _qor_write_bytes_d(world, pos, room, header, n);
+}
+
+static void encodeFault(QorGlobal *world, const Fault *f, unsigned char **pos, QorLong *room)
+{
+    QorFieldRecord root, items, item, x;
+    static const unsigned char filler[64];
+    QorLong left = f->written;
+    while (left > 0) {
+        QorLong n = left < (QorLong)sizeof filler ? left : (QorLong)sizeof filler;
+        _qor_write_bytes_d(world, pos, room, filler, n);
+        left -= n;
+    }
+    root.link = NULL;
+    root.info = &faultInfo;
+    root.index = 0;
+    items.link = &root;
+    items.info = &itemsInfo;
+    items.index = 0;
+    item.link = &items;
+    item.info = &itemInfo;
+    item.index = f->element;
+    x.link = &item;
+    x.info = &xInfo;
+    x.index = 0;
+    world->fieldStack = &x;
+    switch (f->raiser) {
+    case RAISE_LONGLONG:
+        _qor_enc_llerror(world, f->message, f->number, f->high);
+    case RAISE_STRING:
+        _qor_krod_error(world, f->message, f->text);
+    case RAISE_REAL:
+        _qor_krod_real_error(world, f->message, f->real);
+    case RAISE_UNBOUNDED:
+        _qor_unbnd_error(world, f->message, f->text, f->textLength);
+    case RAISE_SEGV:
+        *(volatile char *)wildAddress = 1;
+        break;
+    default:
+        _qor_enc_error(world, f->message, f->number);
+    }
+    world->fieldStack = root.link; /* leaving the PDU pops its records */
+}
+
+static int berEncode(QorGlobal *world, int pdunum, void *value)
+{
+    unsigned char *pos = world->outPos != NULL ? world->outPos + world->outRoom : NULL;
+    QorLong room = world->outRoom;
+    if (pdunum < 1 || pdunum > PDU_COUNT)
+        _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
+    world->pduNumber = pdunum;
+    world->pduNames = pduNames[pdunum - 1];
+    switch (pdunum) {
+    case PDU_Raw: {
+        const Raw *raw = (const Raw *)value;
+        _qor_write_bytes_d(world, &pos, &room, raw->data, raw->length);
+        writeHeader(world, &pos, &room, TAG_OCTET_STRING, raw->length);
+        break;
+    }
+    case PDU_Fault:
+        encodeFault(world, (const Fault *)value, &pos, &room);
+        break;
+    }
+    if (world->userBuffer) {
+        /* The encoding ends the caller's buffer; outRoom was the buffer's size. */
+        world->outRoom -= room;
+        world->outPos = pos;
+    } else {
+        _qor_set_outmem_d(world, room, &world->outRoom, &world->outPos);
+    }
+    return 0;
+}
+
+/* Reads a tag octet and a definite length of at most four octets; the
+ * contents must lie within the input. */
+static QorLong readHeader(QorGlobal *world, unsigned char *tag)
+{
+    const unsigned char *p = world->inPos;
+    QorLong room = world->inRoom;
+    QorULong length;
+    int header = 2;
+    if (room < 2)
+        _qor_enc_error(world, MSG_END_OF_INPUT, 0);
+    *tag = p[0];
+    length = p[1];
+    if (length & 0x80) {
+        int count = (int)(length & 0x7f);
+        int i;
+        if (count == 0 || count > 4)
+            _qor_enc_error(world, MSG_LENGTH_TOO_LONG, (QorLong)count);
+        if (room < 2 + count)
+            _qor_enc_error(world, MSG_END_OF_INPUT, 0);
+        length = 0;
+        for (i = 0; i < count; i++)
+            length = (length << 8) | p[2 + i];
+        header += count;
+    }
+    if (length > (QorULong)(room - header))
+        _qor_enc_error(world, MSG_END_OF_INPUT, 0);
+    world->inPos += header;
+    world->inRoom -= header;
+    return (QorLong)length;
+}
+
+static int pduOfTag(unsigned char tag)
+{
+    return tag == TAG_OCTET_STRING ? PDU_Raw : tag == TAG_SEQUENCE ? PDU_Fault : 0;
+}
+
+/* A one-octet tag in the packed form of messages. */
+static QorLong packedTag(unsigned char tag)
+{
+    return ((QorLong)(tag >> 6) << 14) | (tag & 0x1f);
+}
+
+static QorLong packedTagOfPdu(int pdunum)
+{
+    return pdunum == PDU_Raw ? PACKED_OCTET_STRING : PACKED_SEQUENCE;
+}
+
+static int berDecode(QorGlobal *world, int *pdunum, void **output)
+{
+    unsigned char tag;
+    QorLong length;
+    int found;
+    if (*pdunum < 0 || *pdunum > PDU_COUNT)
+        _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);
+    if (world->inRoom < 1)
+        _qor_enc_error(world, MSG_END_OF_INPUT, 0);
+    tag = world->inPos[0];
+    found = pduOfTag(tag);
+    if (*pdunum == 0) {
+        if (found == 0)
+            _qor_enc_error(world, MSG_PDU_TAG_UNKNOWN, packedTag(tag));
+        *pdunum = found;
+    } else if (found != *pdunum) {
+        _qor_enc_error(world, MSG_PDU_TAG_MISMATCH, (packedTagOfPdu(*pdunum) << 16) | packedTag(tag));
+    }
+    world->pduNumber = *pdunum;
+    world->pduNames = pduNames[*pdunum - 1];
+    length = readHeader(world, &tag);
+    switch (*pdunum) {
+    case PDU_Raw: {
+        Raw *raw = (Raw *)_qor_dec_getmem(world, sizeof(Raw));
+        raw->length = length;
+        if (length > 0) {
+            raw->data = (unsigned char *)_qor_dec_getfixmem(world, length);
+            memcpy(raw->data, world->inPos, (size_t)length);
+        }
+        world->inPos += length;
+        world->inRoom -= length;
+        *output = raw;
+        break;
+    }
+    case PDU_Fault: {
+        Fault *fault = (Fault *)_qor_dec_getmem(world, sizeof(Fault));
+        (void)_qor_dec_getmem(world, 2000);
+        (void)fault;
+        _qor_enc_error(world, MSG_MISENCODED, 0);
+    }
+    }
+    return 0;
+}
+
+static int freeValue(QorGlobal *world, int pdunum, void *value)
+{
+    switch (pdunum) {
+    case PDU_Raw: {
+        Raw *raw = (Raw *)value;
+        _qor_dec_free(world, raw->data);
+        _qor_dec_free(world, raw);
+        return 0;
+    }
+    case PDU_Fault:
+        _qor_dec_free(world, value);
+        return 0;
+    default:
+        return QOR_PDU_RANGE;
+    }
+}
+
+static int initEntry(QorGlobal *world)
+{
+    qorLinkBer(world);
+    qorInitXAPIentries(world, &testSchemaXapi);
+    world->ruleBits |= QOR_RULE_DER_ALLOWED;
+    return 0;
+}
+
+QorXapiEntries testSchemaXapi = {26, NULL, NULL, NULL, NULL, 0, NULL, 0, NULL, NULL, 0, 0, NULL, NULL};
+
+QorControlTable testSchemaTable = {initEntry, berEncode,       berDecode, freeValue, QOR_BER_VERSION,
+                                   NULL,      NULL,            0,         {0, 0},    NULL};

@@ -1,0 +1,58 @@
+/* The hand-written test schema module: a control table and entries written
+ * the way generated code is, for the tests, the demo and the benchmarks. */
+#ifndef TESTSCHEMA_H
+#define TESTSCHEMA_H
+
+#include "qorapi.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* PDU numbers. */
+enum {
+    PDU_Raw = 1,   /* OCTET STRING */
+    PDU_Fault = 2, /* SEQUENCE whose encoder and decoder fail on purpose */
+    PDU_COUNT = 2
+};
+
+/* Raw ::= OCTET STRING */
+typedef struct Raw {
+    QorLong length;
+    unsigned char *data;
+} Raw;
+
+/* How the Fault encoder leaves. */
+enum FaultRaiser {
+    RAISE_LONG,      /* _qor_enc_error with `number` */
+    RAISE_LONGLONG,  /* _qor_enc_llerror with `number` and `high` */
+    RAISE_STRING,    /* _qor_krod_error with `text` */
+    RAISE_REAL,      /* _qor_krod_real_error with `real` */
+    RAISE_UNBOUNDED, /* _qor_unbnd_error with `text`, `textLength` */
+    RAISE_SEGV       /* a memory violation */
+};
+
+/* Fault ::= SEQUENCE { items SEQUENCE OF Item } ; Item ::= SEQUENCE { x INTEGER }
+ * Encoding a Fault writes `written` octets, enters items[`element`].x and
+ * raises `message` there with the value of `raiser`. Decoding one takes
+ * memory and then reports "Value misencoded". */
+typedef struct Fault {
+    int message;
+    int raiser;
+    QorLong number;
+    QorLong high;
+    double real;
+    const char *text;
+    QorLong textLength;
+    QorLong element;
+    QorLong written;
+} Fault;
+
+extern QorControlTable testSchemaTable;
+extern QorXapiEntries testSchemaXapi;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,125 @@
+// Shared test support for every family's tests.
+#include "support/roundtrip.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace qortest {
+
+long CountingAllocator::outstanding = 0;
+long CountingAllocator::calls = 0;
+long CountingAllocator::failAt = 0;
+
+namespace {
+
+void *countingMalloc(QorGlobal *, size_t size)
+{
+    long call = ++CountingAllocator::calls;
+    if (CountingAllocator::failAt != 0 && call == CountingAllocator::failAt)
+        return nullptr;
+    void *p = malloc(size);
+    if (p != nullptr)
+        CountingAllocator::outstanding++;
+    return p;
+}
+
+void countingFree(QorGlobal *, void *p)
+{
+    if (p != nullptr)
+        CountingAllocator::outstanding--;
+    free(p);
+}
+
+void *countingRealloc(QorGlobal *, void *p, size_t size)
+{
+    if (p == nullptr)
+        return countingMalloc(nullptr, size);
+    return realloc(p, size);
+}
+
+} // namespace
+
+void CountingAllocator::reset(long failAtCall)
+{
+    outstanding = 0;
+    calls = 0;
+    failAt = failAtCall;
+}
+
+void CountingAllocator::install(QorGlobal *world)
+{
+    qorSetUserMallocFreeRealloc(world, countingMalloc, countingFree, countingRealloc);
+}
+
+void ContextTest::SetUp()
+{
+    ASSERT_EQ(qorinit(&world, &testSchemaTable), 0);
+    CountingAllocator::reset();
+    CountingAllocator::install(&world);
+}
+
+void ContextTest::TearDown()
+{
+    qorterm(&world);
+    EXPECT_EQ(CountingAllocator::outstanding, 0) << "allocations not given back";
+}
+
+Bytes bytesOf(const QorBuf &buf) { return Bytes(buf.value, buf.value + buf.length); }
+
+Bytes hex(const char *text)
+{
+    Bytes out;
+    for (const char *p = text; *p != '\0';) {
+        if (*p == ' ') {
+            p++;
+            continue;
+        }
+        out.push_back(static_cast<unsigned char>(strtoul(std::string(p, 2).c_str(), nullptr, 16)));
+        p += 2;
+    }
+    return out;
+}
+
+void expectRoundTrip(QorGlobal *world, int pdu, void *value, const Bytes &expected,
+                     const std::function<void(void *)> &check)
+{
+    const auto size = static_cast<QorLong>(expected.size());
+    EXPECT_EQ(qorDetermineEncodingLength(world, pdu, value), size) << "sizing mode";
+
+    QorBuf library = {0, nullptr};
+    ASSERT_EQ(qorEncode(world, pdu, value, &library), 0) << qorGetErrMsg(world);
+    EXPECT_EQ(bytesOf(library), expected) << "library memory";
+
+    Bytes room(expected.size() + 1);
+    QorBuf exact = {size, room.data() + 1};
+    ASSERT_EQ(qorEncode(world, pdu, value, &exact), 0) << qorGetErrMsg(world);
+    EXPECT_EQ(bytesOf(exact), expected) << "caller's buffer";
+
+    if (size > 0) {
+        QorBuf tight = {size - 1, room.data()};
+        EXPECT_EQ(qorEncode(world, pdu, value, &tight), QOR_BUFFER_TOO_SMALL) << "one octet short";
+    }
+
+    QorBuf input = {library.length, library.value};
+    void *decoded = nullptr;
+    int found = 0;
+    ASSERT_EQ(qorDecode(world, &found, &input, &decoded), 0) << qorGetErrMsg(world);
+    EXPECT_EQ(found, pdu);
+    EXPECT_EQ(qorGetBytesReadByDecoder(world), size);
+    check(decoded);
+    EXPECT_EQ(qorFreePDU(world, pdu, decoded), 0);
+
+    std::vector<unsigned char> flat(4096 + expected.size() * 2);
+    void *intoCaller = flat.data();
+    qorSetDecodingLength(world, static_cast<QorLong>(flat.size()));
+    input = {library.length, library.value};
+    found = pdu;
+    ASSERT_EQ(qorDecode(world, &found, &input, &intoCaller), 0) << qorGetErrMsg(world);
+    EXPECT_GE(static_cast<unsigned char *>(intoCaller), flat.data());
+    check(intoCaller);
+    qorSetDecodingLength(world, 0);
+
+    qorFreeBuf(world, library.value);
+}
+
+} // namespace qortest

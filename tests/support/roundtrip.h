@@ -1,0 +1,45 @@
+// Shared test support: a counting allocator that can fail on purpose, a
+// context fixture, and the round-trip check every family's tests use.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "testschema.h"
+
+namespace qortest {
+
+using Bytes = std::vector<unsigned char>;
+
+// Counts what the library takes and gives back; fails the N-th call when asked.
+struct CountingAllocator {
+    static long outstanding;
+    static long calls;
+    static long failAt; // 0: never
+    static void reset(long failAtCall = 0);
+    static void install(QorGlobal *world);
+};
+
+// A context on the test schema, ended (and checked for leaks) after the test.
+class ContextTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+    QorGlobal world{};
+};
+
+Bytes bytesOf(const QorBuf &buf);
+Bytes hex(const char *text); // "04 03 41 42 43"
+
+// Encodes `value` as `pdu` under the current rules and checks, against
+// `expected`: sizing mode, library memory, a caller's buffer of the exact size
+// and one octet too small; then decodes in library memory and into a caller's
+// buffer, handing each decoded value to `check`, and frees it. Every
+// allocation must be given back.
+void expectRoundTrip(QorGlobal *world, int pdu, void *value, const Bytes &expected,
+                     const std::function<void(void *)> &check);
+
+} // namespace qortest
