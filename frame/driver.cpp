@@ -54,6 +54,19 @@ void resetEncoderStack(QorGlobalPrivate *p)
 
 int finalCode(int code) { return code == kZeroExit ? QOR_FATAL : code; }
 
+// First steps of a failed call. The first exit's code stands. An error raised
+// by the clean-up itself (a failing release hook, say) enters the clean-up
+// again, which goes on from where it stopped, since each piece leaves its
+// list before it is released; it makes no message, so the first one stays.
+void abandonCall(QorGlobal *world, int exitValue, volatile int *code)
+{
+    if (*code == 0)
+        *code = exitValue;
+    // The field records lived in frames that the exit has left.
+    world->fieldStack = nullptr;
+    world->errMsgTarget = nullptr;
+}
+
 } // namespace
 
 int missingEntry(QorGlobal *world)
@@ -70,9 +83,9 @@ int wrongVersion(QorGlobal *world, int wanted)
 
 void qorAbortEncoder(QorGlobal *world)
 {
-    if (world->nestedOutput != nullptr) {
-        userRelease(world, world->nestedOutput);
+    if (void *nested = world->nestedOutput) {
         world->nestedOutput = nullptr;
+        userRelease(world, nested);
     }
     if (world->userBuffer)
         qorMemQueueForget(world);
@@ -100,13 +113,9 @@ int runEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULo
 
     int exitValue = sigsetjmp(frame, trapping ? 1 : 0);
     if (exitValue != 0) {
-        // A second exit during this clean-up is ignored: clean-up runs once.
-        if (code == 0) {
-            code = exitValue;
-            qorAbortEncoder(world);
-            world->errMsgTarget = nullptr;
-            world->encRules = savedRules;
-        }
+        abandonCall(world, exitValue, &code);
+        qorAbortEncoder(world);
+        world->encRules = savedRules;
         if (trapping)
             disarmTrap(world, &trap, code != kSerializationResult);
         world->jumpFrame = nullptr;
@@ -154,21 +163,17 @@ int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
 
     int exitValue = sigsetjmp(frame, trapping ? 1 : 0);
     if (exitValue != 0) {
-        if (code == 0) {
-            code = exitValue;
-            if (!world->userBuffer) {
-                qorMemQueueFree(world);
-                *output = nullptr;
-            } else {
-                qorMemQueueForget(world);
-            }
-            world->encRules = savedRules;
-            world->errMsgTarget = nullptr;
-            world->decodingLength = 0;
-            // Where the failure stopped, so that the caller can tell how far
-            // the input was good.
-            world->privateArea->bytesRead = input->length - world->inRoom;
+        abandonCall(world, exitValue, &code);
+        if (!world->userBuffer) {
+            qorMemQueueFree(world);
+            *output = nullptr;
+        } else {
+            qorMemQueueForget(world);
         }
+        world->encRules = savedRules;
+        world->decodingLength = 0;
+        // Where the failure stopped: the caller can tell how far the input was good.
+        world->privateArea->bytesRead = input->length - world->inRoom;
         if (trapping)
             disarmTrap(world, &trap, code != kSerializationResult);
         world->jumpFrame = nullptr;

@@ -52,29 +52,37 @@ void *qorMemQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size)
     return piece;
 }
 
+// Each piece leaves the list before it is released, so that a release hook
+// that fails (and so re-enters the clean-up) finds the rest still listed.
 void qorMemQueueFree(QorGlobal *world)
 {
-    // Newest first. Records link forwards only, so turn the added ones round.
-    QorMemBlockRecord *newest = nullptr;
-    for (QorMemBlockRecord *r = world->blockQueue.next; r != nullptr;) {
-        QorMemBlockRecord *next = r->next;
-        r->next = newest;
-        newest = r;
-        r = next;
+    QorMemBlockRecord *head = &world->blockQueue;
+    // Newest first. Records link forwards only, so the added ones are turned
+    // round once; a turned chain is marked by the tail pointing at the head.
+    if (world->blockQueueTail != head) {
+        QorMemBlockRecord *newest = nullptr;
+        for (QorMemBlockRecord *r = head->next; r != nullptr;) {
+            QorMemBlockRecord *next = r->next;
+            r->next = newest;
+            newest = r;
+            r = next;
+        }
+        head->next = newest;
+        world->blockQueueTail = head;
     }
-    auto freeSlots = [world](QorMemBlockRecord *r) {
-        for (int i = r->count - 1; i >= 0; i--) {
-            if (r->slot[i] != nullptr)
-                userRelease(world, r->slot[i]);
+    auto releaseSlots = [world](QorMemBlockRecord *r) {
+        while (r->count > 0) {
+            void *piece = r->slot[--r->count];
+            if (piece != nullptr)
+                userRelease(world, piece);
         }
     };
-    while (newest != nullptr) {
-        QorMemBlockRecord *older = newest->next;
-        freeSlots(newest);
-        userRelease(world, newest);
-        newest = older;
+    while (QorMemBlockRecord *r = head->next) {
+        releaseSlots(r);
+        head->next = r->next;
+        userRelease(world, r);
     }
-    freeSlots(&world->blockQueue);
+    releaseSlots(head);
     resetQueue(world);
 }
 

@@ -452,3 +452,57 @@ TEST(Legacy, CallersBuffersThroughBufferProvided)
     EXPECT_EQ(memcmp(static_cast<Raw *>(decoded)->data, "hi", 2), 0);
     qorterm(&world);
 }
+
+TEST_F(Driver, ConstraintCheckExitsWithTheMessageNumberAndNoText)
+{
+    Fault f = faultRaising(22, 5);
+    f.raiser = RAISE_IN_CHECK;
+    QorBuf out = {0, nullptr};
+    EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), 22);
+    EXPECT_STREQ(world.errMsgBuffer, "");
+    // Message 0 would be an exit with 0, which the driver reports as 18.
+    f.message = 0;
+    EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_FATAL);
+}
+
+TEST_F(Driver, AnErrorOnANestedContextReachesTheOutermostFrame)
+{
+    Fault f = faultRaising(36, 9);
+    f.raiser = RAISE_NESTED;
+    QorBuf out = {0, nullptr};
+    EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_CONSTRAINT_VIOLATED);
+    EXPECT_NE(std::string(qorGetErrMsg(&world)).find("E0071S: Value not among the ENUMERATED: 9;"),
+              std::string::npos);
+    world.childWorld = nullptr;
+}
+
+namespace {
+
+QorGlobal *raisingWorld;
+int raisingFrees;
+
+// A release hook that itself fails, as a broken allocator might during clean-up.
+void raisingFree(QorGlobal *world, void *p)
+{
+    free(p);
+    if (raisingFrees++ == 0)
+        _qor_enc_error(raisingWorld != nullptr ? raisingWorld : world, 48, 1);
+}
+
+} // namespace
+
+TEST_F(Driver, ASecondErrorDuringCleanUpIsIgnored)
+{
+    Fault f = faultRaising(106, 0);
+    f.written = 3000;
+    raisingWorld = &world;
+    raisingFrees = 0;
+    QorFreeFn saved = world.userFree;
+    world.userFree = raisingFree;
+    QorBuf out = {0, nullptr};
+    EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_DATA_ERROR) << "the first code stands";
+    EXPECT_EQ(std::string(qorGetErrMsg(&world)).substr(0, 10), "E0037E: Va");
+    EXPECT_EQ(raisingFrees, 3) << "the clean-up went on and released every block once";
+    world.userFree = saved;
+    CountingAllocator::outstanding -= 3; // released by the raising hook, uncounted
+}

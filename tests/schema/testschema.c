@@ -86,6 +86,16 @@ static void encodeFault(QorGlobal *world, const Fault *f, unsigned char **pos, Q
     case RAISE_SEGV:
         *(volatile char *)wildAddress = 1;
         break;
+    case RAISE_IN_CHECK:
+        world->operation = QOR_OP_CHECK;
+        _qor_enc_error(world, f->message, f->number);
+    case RAISE_NESTED: {
+        QorGlobal nested;
+        memset(&nested, 0, sizeof nested);
+        nested.parentWorld = world;
+        world->childWorld = &nested;
+        _qor_enc_error(&nested, f->message, f->number);
+    }
     default:
         _qor_enc_error(world, f->message, f->number);
     }

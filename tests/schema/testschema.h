@@ -29,7 +29,9 @@ enum FaultRaiser {
     RAISE_STRING,    /* _qor_krod_error with `text` */
     RAISE_REAL,      /* _qor_krod_real_error with `real` */
     RAISE_UNBOUNDED, /* _qor_unbnd_error with `text`, `textLength` */
-    RAISE_SEGV       /* a memory violation */
+    RAISE_SEGV,      /* a memory violation */
+    RAISE_IN_CHECK,  /* _qor_enc_error while the operation is a constraint check */
+    RAISE_NESTED     /* _qor_enc_error on a nested context */
 };
 
 /* Fault ::= SEQUENCE { items SEQUENCE OF Item } ; Item ::= SEQUENCE { x INTEGER }
