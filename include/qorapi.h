@@ -145,7 +145,16 @@ const char *qorGetErrMsg(QorGlobal *world);
 void free_ext_errMsg(QorGlobal *world);
 const char *qorDescribeReturnCode(QorGlobal *world, int code);
 
-/* Settings used so far. */
+/* The context's allocator, for applications: null when no allocator is set;
+ * the initialised form clears. */
+void *qorGetMemory(QorGlobal *world, QorLong size);
+void *qorGetInitializedMemory(QorGlobal *world, QorLong size);
+void qorFreeMemory(QorGlobal *world, void *p);
+/* Caller's memory for the temporary data of later calls, instead of any
+ * allocation; null stops its use. 1 when too small to use. */
+int qorSetTemporaryBuffer(QorGlobal *world, QorBuf *buffer);
+
+/* Settings. */
 int qorSetEncodingFlags(QorGlobal *world, QorULong flags); /* 13 when INDEFINITE was asked */
 int qorSetDecodingFlags(QorGlobal *world, QorULong flags);
 QorLong qorGetEncodingFlags(QorGlobal *world);

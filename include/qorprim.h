@@ -62,6 +62,69 @@ void *_qor_dec_getfixmem(QorGlobal *world, QorLong size);       /* exact size */
 void _qor_dec_free(QorGlobal *world, void *p);
 void _qor_free_creal(QorGlobal *world, void *p); /* the same function */
 
+/* Forward output (PER, OER, XML): gather the blocks into one buffer, or
+ * finish the caller's buffer; `flags` may ask for BACK_ALIGN. */
+void _qor_set_outmem_p(QorGlobal *world, QorLong *lengthOut, unsigned char **valueOut);
+void _qorSetOutMemQueue(QorGlobal *world, QorLong *lengthOut, unsigned char **valueOut,
+                        QorULong flags);
+
+/* SET OF in canonical order (DER and canonical XER): elements are built apart
+ * between these calls, then sorted and written. `mask` is ORed into the first
+ * octet of each encoding before comparing. */
+void _qor_beginBlock(QorGlobal *world, QorLong count, unsigned char **pos, QorLong *room);
+void _qor_nextItem(QorGlobal *world, QorLong *room);
+void _qor_endBlock(QorGlobal *world, unsigned char **pos, QorLong *room, unsigned char mask);
+
+/* The encoder stack of deferred lengths: frames of a count and 52 words. */
+void **_qor_increment_enc_stack(QorGlobal *world);
+void **_qor_decrement_enc_stack(QorGlobal *world);
+void **_qor_load_enc_stack(QorGlobal *world, int *count);
+void _qor_save_enc_stack(QorGlobal *world, int count);
+
+/* Temporary memory of one call, stack-ordered: freeing a piece frees every
+ * newer one. */
+void *_qor_dec_gettempmem(QorGlobal *world, QorLong size);
+void _qor_dec_freetempmem(QorGlobal *world, void *p);
+
+/* Fragment lists for sequences of unknown length, gathered at the end into
+ * one piece of decoder memory. */
+void *_qor_allocate_memblock(QorGlobal *world, void **current, void **list, QorLong size);
+void *_qor_consolidate_memblock_fast(QorGlobal *world, QorLong elemSize, QorLong count,
+                                     void *newest, QorLong full, QorLong blocks, QorLong lastCount,
+                                     QorLong header);
+
+/* The temporary stack, and alternate decoder memory. */
+void _qor_tstk_add_block(QorGlobal *world, QorLong size);
+void *_qor_tstk_alloc(QorGlobal *world, QorLong size);
+void _qor_tstk_free(QorGlobal *world, void *mark);
+void *_qor_tstk_get_altdecmem(QorGlobal *world, QorLong size);
+void _qor_tstk_consolidate_altdecmem(QorGlobal *world, void *target, QorLong total, QorLong chunk);
+void _qor_tstk_free_altdecmem(QorGlobal *world, void *mark);
+
+/* The PER bit cursor. Writers take their bits left-justified; `align` 1 asks
+ * to go to an octet boundary first under aligned PER. Readers raise message
+ * 45 at the end of the input. */
+void _qor_append(QorGlobal *world, const void *bits, QorULong bitCount, int align);
+void _qor_append_1bit_unaligned(QorGlobal *world, unsigned char bits);
+void _qor_append_2bit_unaligned(QorGlobal *world, unsigned char bits);
+void _qor_append_3bit_unaligned(QorGlobal *world, unsigned char bits);
+void _qor_append_4bit_unaligned(QorGlobal *world, unsigned char bits);
+void _qor_append_5bit_unaligned(QorGlobal *world, unsigned char bits);
+void _qor_append_6bit_unaligned(QorGlobal *world, unsigned char bits);
+void _qor_append_7bit_unaligned(QorGlobal *world, unsigned char bits);
+void _qor_append_8bit_unaligned(QorGlobal *world, unsigned char bits);
+void _qor_append_8bit_aligned(QorGlobal *world, QorULong value);
+void _qor_get_bits(QorGlobal *world, void *target, QorULong bitCount, int align);
+QorULong _qor_get_octet(QorGlobal *world, int align); /* use the low 8 bits */
+QorULong _qor_get_1bit_unaligned(QorGlobal *world);
+QorULong _qor_get_2bit_unaligned(QorGlobal *world);
+QorULong _qor_get_3bit_unaligned(QorGlobal *world);
+QorULong _qor_get_4bit_unaligned(QorGlobal *world);
+QorULong _qor_get_5bit_unaligned(QorGlobal *world);
+QorULong _qor_get_6bit_unaligned(QorGlobal *world);
+QorULong _qor_get_7bit_unaligned(QorGlobal *world);
+QorULong _qor_get_8bit_unaligned(QorGlobal *world);
+
 #ifdef __cplusplus
 }
 #endif
