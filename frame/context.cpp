@@ -53,6 +53,8 @@ QorGlobalPrivate *newPrivate(QorGlobal *world, void *(*alloc)(size_t))
     memset(p, 0, sizeof *p);
     p->privMalloc = world->mallocp;
     p->privFree = world->freep;
+    p->encStackTop = &p->encStackBase;
+    p->fastPushChain = &p->fastPushChain;
     world->privateArea = p;
     return p;
 }

@@ -45,8 +45,11 @@ void startCall(QorGlobal *world)
     p->fastPushChain = &p->fastPushChain;
 }
 
-void resetEncoderStack(QorGlobalPrivate *p)
+void resetEncoderStack(QorGlobal *world)
 {
+    // Frames an earlier encode left behind go first.
+    releaseEncoderStack(world);
+    QorGlobalPrivate *p = world->privateArea;
     p->encStackBase.count = 1;
     p->encStackBase.next = nullptr;
     p->encStackTop = &p->encStackBase;
@@ -87,10 +90,15 @@ void qorAbortEncoder(QorGlobal *world)
         world->nestedOutput = nullptr;
         userRelease(world, nested);
     }
-    if (world->userBuffer)
-        qorMemQueueForget(world);
-    else if (world->privateArea->tempBufferSize == 0)
-        qorMemQueueFree(world);
+    unwindBlockStack(world);
+    releaseEncoderStack(world);
+    bool tempBuffer = world->privateArea->tempBufferSize != 0;
+    if (!tempBuffer)
+        qorReleaseTemp(world);
+    if (world->userBuffer || tempBuffer)
+        qorMemQueueForget(world, nullptr); // the caller's buffer, or the temporary buffer
+    else
+        qorMemQueueFree(world, world->userFree);
 }
 
 int runEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULong flags,
@@ -106,7 +114,7 @@ int runEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULo
     world->jumpFrame = &frame;
     startCall(world);
     world->encLength = 0;
-    resetEncoderStack(world->privateArea);
+    resetEncoderStack(world);
     volatile int savedRules = world->encRules;
     volatile int code = 0;
     const bool trapping = (flags & NOTRAPPING) == 0;
@@ -135,6 +143,7 @@ int runEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULo
         steps.prepare(world, output);
     steps.call(world, pdunum, value);
     steps.finish(world, output, flags);
+    qorReleaseTemp(world);
     if (trapping)
         disarmTrap(world, &trap, true);
     world->jumpFrame = nullptr;
@@ -164,11 +173,13 @@ int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
     int exitValue = sigsetjmp(frame, trapping ? 1 : 0);
     if (exitValue != 0) {
         abandonCall(world, exitValue, &code);
+        if (world->privateArea->tempBufferSize == 0)
+            qorReleaseTemp(world);
         if (!world->userBuffer) {
-            qorMemQueueFree(world);
+            qorMemQueueFree(world, world->userFree);
             *output = nullptr;
         } else {
-            qorMemQueueForget(world);
+            qorMemQueueForget(world, world->userFree);
         }
         world->encRules = savedRules;
         world->decodingLength = 0;
@@ -197,9 +208,10 @@ int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
     } else {
         // The decoded value owns its pieces now.
         world->decodingLength = world->totalBytes;
-        qorMemQueueForget(world);
+        qorMemQueueForget(world, world->userFree);
     }
     steps.finish(world, input);
+    qorReleaseTemp(world);
     if ((world->presetDecFlags & QOR_PRESET_ADVANCE_INPUT) != 0) {
         input->value = world->inPos;
         input->length = world->inRoom;

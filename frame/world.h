@@ -30,9 +30,11 @@ struct QorGlobalPrivate {
     unsigned char padBits;
     void *infoObjectSets[4];
     QorXapiEntries *xapiEntries;
-    const char *xmlProlog;
-    const char *xmlDtd;
+    // The XML prolog's settings; the caller's texts, kept, not copied.
     const char *xmlStylesheet;
+    const char *xmlDtdName;
+    const char *xmlDtdId;
+    uint16_t xmlDtdKind; // 0 none, 1 SYSTEM, otherwise PUBLIC
     void *namespaceCopy;
     QorLong namespaceCount;
     void *exerTables;

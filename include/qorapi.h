@@ -4,6 +4,8 @@
 #ifndef QORAPI_H
 #define QORAPI_H
 
+#include <stdarg.h>
+
 #include "qorcontrol.h"
 #include "qorprim.h"
 
@@ -154,19 +156,139 @@ void qorFreeMemory(QorGlobal *world, void *p);
  * allocation; null stops its use. 1 when too small to use. */
 int qorSetTemporaryBuffer(QorGlobal *world, QorBuf *buffer);
 
-/* Settings. */
+/* Settings. Setters return 0, or 6 for a null context; getters give -1 for a
+ * null context. Flag words and hooks stay with the context until changed. */
 int qorSetEncodingFlags(QorGlobal *world, QorULong flags); /* 13 when INDEFINITE was asked */
 int qorSetDecodingFlags(QorGlobal *world, QorULong flags);
 QorLong qorGetEncodingFlags(QorGlobal *world);
 QorLong qorGetDecodingFlags(QorGlobal *world);
+/* Both words; the result is the encoding side's (13 for INDEFINITE, which the
+ * decoding side keeps). */
+int qorSetFlags(QorGlobal *world, QorULong flags);
+QorLong qorGetFlags(QorGlobal *world); /* the two words ORed */
+/* A code of QOR_BER to QOR_OER. 22 for ECN or an unknown code, nothing stored;
+ * 23 when the control table or the linked drivers don't carry the rules: the
+ * code is stored even so, and qorEncode and qorDecode refuse it. */
+int qorSetEncodingRules(QorGlobal *world, int rules);
+int qorGetEncodingRules(QorGlobal *world);
+int qorSetInternalFlags(QorGlobal *world, QorULong flags);
+QorLong qorGetInternalFlags(QorGlobal *world);
 int qorSetCompatibilityFlags(QorGlobal *world, QorULong flags);
 QorLong qorGetCompatibilityFlags(QorGlobal *world);
+/* The compatibility flags by release: 0 to 5 (6 for another number, nothing
+ * stored). The getter gives -2 when the flags are no release's exact set. */
+int qorSetRuntimeVersion(QorGlobal *world, int version);
+int qorGetRuntimeVersion(QorGlobal *world);
+/* Tracing of messages and values; see the QOR_DEBUG_ bits. */
+#define QOR_DEBUG_ERROR_HEADING 0x2
+#define QOR_DEBUG_DECODER_OUTPUT 0x4
+#define QOR_DEBUG_DECODER_INPUT 0x8
+#define QOR_DEBUG_ENCODER_OUTPUT 0x10
+#define QOR_DEBUG_ENCODER_INPUT 0x20
+#define QOR_DEBUG_ERRORS 0x40
+#define QOR_DEBUG_HEX_HEADING 0x80
+int qorSetDebugFlags(QorGlobal *world, QorULong flags);
+QorLong qorGetDebugFlags(QorGlobal *world);
+/* Nesting limits: constructed strings (default 10), and SET, SEQUENCE, SET OF,
+ * SEQUENCE OF and CHOICE (default 64); 0 means no limit. */
+int qorSetConstructedNestingLimit(QorGlobal *world, int limit);
+int qorGetConstructedNestingLimit(QorGlobal *world);
+int qorSetSeqSetNestingLimit(QorGlobal *world, int limit);
+int qorGetSeqSetNestingLimit(QorGlobal *world);
 int qorSetDecodingLength(QorGlobal *world, QorLong length);
 QorLong qorGetDecodingLength(QorGlobal *world);
+/* The QOR_PRESET_ bits, 16 of them. These two don't test the context: it must
+ * be an initialised one. */
+int qorSetPresetDecFlags(QorGlobal *world, QorULong flags);
+QorULong qorGetPresetDecFlags(QorGlobal *world);
+/* Overrides the pad bits reported for the last PER encoding; no result. */
+void qorSetPaddingBits(QorGlobal *world, int padBits);
+/* For the generated init entry: the feature bits of the control table,
+ * `count` bits in 32-bit words at `bits`, which stay the caller's and must
+ * outlive the context. Only the first call on a context takes effect; a null
+ * `bits` allows every rule. */
+int qorPrivateSetMoreFlags(QorGlobal *world, int count, void *bits);
+int qorPrivateGetMoreFlags(QorGlobal *world, int *count, void **bits); /* skips null pointers */
+
+/* Hooks. The functions and streams stay the caller's. The getters skip null
+ * pointers; each setter stores its functions even when they are null. */
 void qorSetUserMallocFreeRealloc(QorGlobal *world, QorMallocFn mallocFn, QorFreeFn freeFn,
                                  QorReallocFn reallocFn);
 void qorGetUserMallocFreeRealloc(QorGlobal *world, QorMallocFn *mallocFn, QorFreeFn *freeFn,
                                  QorReallocFn *reallocFn);
+/* Library text goes to `fn` instead of the print function; a non-null
+ * `stream` also replaces the print stream (a null print stream silences all
+ * text). */
+int qorSetUserPrint(QorGlobal *world, void *stream, QorUserPrintFn fn);
+int qorGetUserPrint(QorGlobal *world, void **stream, QorUserPrintFn *fn);
+typedef int (*QorUserVprintFn)(QorGlobal *world, const char *format, va_list args);
+int qorSetUserVprint(QorGlobal *world, void *stream, QorUserVprintFn fn);
+int qorGetUserVprint(QorGlobal *world, void **stream, QorUserVprintFn *fn);
+/* Called after an open type is copied or compared, for the `userField` word;
+ * a non-zero result fails the copy or compare. */
+typedef int (*QorUserFieldCopyFn)(QorGlobal *world, const QorOpenTypeUser *source,
+                                  QorOpenTypeUser *target);
+typedef int (*QorUserFieldCompareFn)(QorGlobal *world, const QorOpenTypeUser *first,
+                                     const QorOpenTypeUser *second);
+int qorSetUserFieldCpyCmp(QorGlobal *world, QorUserFieldCopyFn copyFn,
+                          QorUserFieldCompareFn compareFn);
+int qorGetUserFieldCpyCmp(QorGlobal *world, QorUserFieldCopyFn *copyFn,
+                          QorUserFieldCompareFn *compareFn);
+/* One word for a wrapper layer; the context isn't tested, as above. */
+int qorSetCppPointer(QorGlobal *world, void *pointer);
+void *qorGetCppPointer(QorGlobal *world);
+
+/* The XML prolog of the XER encoders. The texts are kept, not copied: they
+ * must outlive the encodings. A null `href` drops the style sheet line.
+ * qorSetXmlDTD: 6 when a kind other than QOR_DTD_NONE comes without a name
+ * or an identifier. */
+#define QOR_DTD_NONE 0
+#define QOR_DTD_SYSTEM 1
+#define QOR_DTD_PUBLIC 2
+int qorSetXmlStylesheet(QorGlobal *world, const char *href);
+int qorSetXmlDTD(QorGlobal *world, const char *name, const char *id, int kind);
+
+/* A retained unknown extension addition: decoders keep each one, in order, in
+ * a chain of these records, whose last record is an empty one. */
+typedef struct QorExtensionAddition {
+    QorLong length;
+    unsigned char *value;
+    struct QorExtensionAddition *next;
+    struct QorExtensionAddition *prev;
+} QorExtensionAddition;
+/* The encoding of the `index`-th (from 0) addition of the chain at
+ * `extensions`, into `*value`; the octets stay in the decoded value. 6 when
+ * there is no such addition, with `*value` cleared. */
+int qorGetExtensionAddition(QorGlobal *world, const QorExtensionAddition *extensions,
+                            QorULong index, QorBuf *value);
+
+/* Compression hooks are absent from this variant: each setter and its getter
+ * are one call that gives 25, or 6 when every argument is null. */
+typedef int (*QorCompressFn)(QorGlobal *world, const unsigned char *input, QorULong inputLength,
+                             unsigned char *output, QorULong *outputLength, void *info);
+typedef int (*QorDecompressFn)(QorGlobal *world, const unsigned char *input, QorULong inputLength,
+                               unsigned char *output, QorULong *outputLength, void *info);
+typedef QorULong (*QorCompSizeEstimatorFn)(QorGlobal *world, QorULong inputLength, void *info);
+int qorSetCompressDecompressFunctions(QorGlobal *world, QorCompressFn compressFn,
+                                      QorDecompressFn decompressFn);
+int qorGetCompressDecompressFunctions(QorGlobal *world, QorCompressFn *compressFn,
+                                      QorDecompressFn *decompressFn);
+int qorSetCompressDecompressInfo(QorGlobal *world, void *info);
+int qorGetCompressDecompressInfo(QorGlobal *world, void **info);
+int qorSetCompSizeEstimator(QorGlobal *world, QorCompSizeEstimatorFn estimator);
+int qorGetCompSizeEstimator(QorGlobal *world, QorCompSizeEstimatorFn *estimator);
+
+/* Kept for older applications; fixed results. Marked objects aren't part of
+ * this variant: qorMarkObj, qorGetObj and qorUnmarkObj give -1, qorTestObj 0.
+ * There is no formatter buffer: the getter gives 0, the setter 25. */
+int qorMarkObj(QorGlobal *world, void *object);
+int qorGetObj(QorGlobal *world, void *handle);
+int qorUnmarkObj(QorGlobal *world, void *handle);
+int qorTestObj(QorGlobal *world, void *handle);
+int qorCallerIsDecoder(QorGlobal *world); /* -1 */
+void qorSetTimeout(QorGlobal *world, QorLong timeout); /* does nothing */
+int qorGetFormatterBufferSize(QorGlobal *world);
+int qorSetFormatterBufferSize(QorGlobal *world, QorULong size);
 
 /* Value services. */
 int qorFreePDU(QorGlobal *world, int pdunum, void *value);

@@ -20,12 +20,13 @@ void resetQueue(QorGlobal *world)
     world->totalBytes = 0;
 }
 
-void freeAddedRecords(QorGlobal *world)
+void releaseAddedRecords(QorGlobal *world, QorFreeFn release)
 {
     QorMemBlockRecord *r = world->blockQueue.next;
-    while (r != nullptr) {
+    world->blockQueue.next = nullptr;
+    while (r != nullptr && release != nullptr) {
         QorMemBlockRecord *next = r->next;
-        userRelease(world, r);
+        release(world, r);
         r = next;
     }
 }
@@ -54,7 +55,7 @@ void *qorMemQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size)
 
 // Each piece leaves the list before it is released, so that a release hook
 // that fails (and so re-enters the clean-up) finds the rest still listed.
-void qorMemQueueFree(QorGlobal *world)
+void qorMemQueueFree(QorGlobal *world, QorFreeFn release)
 {
     QorMemBlockRecord *head = &world->blockQueue;
     // Newest first. Records link forwards only, so the added ones are turned
@@ -70,26 +71,35 @@ void qorMemQueueFree(QorGlobal *world)
         head->next = newest;
         world->blockQueueTail = head;
     }
-    auto releaseSlots = [world](QorMemBlockRecord *r) {
+    auto releaseOne = [world, release](void *p) {
+        if (release != nullptr)
+            release(world, p);
+    };
+    auto releaseSlots = [&releaseOne](QorMemBlockRecord *r) {
         while (r->count > 0) {
             void *piece = r->slot[--r->count];
             if (piece != nullptr)
-                userRelease(world, piece);
+                releaseOne(piece);
         }
     };
     while (QorMemBlockRecord *r = head->next) {
         releaseSlots(r);
         head->next = r->next;
-        userRelease(world, r);
+        releaseOne(r);
     }
     releaseSlots(head);
     resetQueue(world);
 }
 
-void qorMemQueueForget(QorGlobal *world)
+void qorMemQueueForget(QorGlobal *world, QorFreeFn release)
 {
-    freeAddedRecords(world);
+    releaseAddedRecords(world, release);
     resetQueue(world);
+}
+
+QorFreeFn outputBlockRelease(const QorGlobal *world)
+{
+    return world->privateArea->tempBufferSize != 0 ? qorTmpBufFree : world->userFree;
 }
 
 unsigned char *qorNextOutBlock(QorGlobal *world)
@@ -97,7 +107,8 @@ unsigned char *qorNextOutBlock(QorGlobal *world)
     if (world->userBuffer)
         raise(world, kBufferTooSmall, longValue(world->totalBytes));
     world->totalBytes += QOR_BLOCK_SIZE;
-    void *block = qorMemQueuePush(world, world->userMalloc, QOR_BLOCK_SIZE);
+    QorMallocFn alloc = world->privateArea->tempBufferSize != 0 ? qorTmpBufAlloc : world->userMalloc;
+    void *block = qorMemQueuePush(world, alloc, QOR_BLOCK_SIZE);
     if (block == nullptr)
         raise(world, kOutOfMemory, longValue(QOR_BLOCK_SIZE));
     return static_cast<unsigned char *>(block);

@@ -1,5 +1,6 @@
-// The chained list of block slots in the context: encoder output blocks, or
-// the pieces a decode has handed out.
+// The chained list of block slots in the context (encoder output blocks, or
+// the pieces a decode has handed out), and the internal calls of the memory
+// subsystem that the drivers use.
 #pragma once
 
 #include "frame/world.h"
@@ -10,16 +11,36 @@ namespace qor {
 // queue, adding a slot record when the current one is full (message 6 when
 // that fails). Returns null when the piece itself cannot be had.
 void *qorMemQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size);
-// Frees every listed piece, newest first, and the added records.
-void qorMemQueueFree(QorGlobal *world);
-// Forgets the listed pieces (the caller owns them now) and frees the added records.
-void qorMemQueueForget(QorGlobal *world);
+// Releases every listed piece, newest first, and the added records.
+void qorMemQueueFree(QorGlobal *world, QorFreeFn release);
+// Forgets the listed pieces (the caller owns them now) and releases the
+// added records; a null `release` abandons them too (temporary buffer).
+void qorMemQueueForget(QorGlobal *world, QorFreeFn release);
 // A fresh 1024-octet output block; message 1 when the caller's buffer is full.
 unsigned char *qorNextOutBlock(QorGlobal *world);
+// The release function that matches where output blocks come from.
+QorFreeFn outputBlockRelease(const QorGlobal *world);
+
+// The caller's temporary buffer, used from its top down for output blocks:
+// each piece has an 8-octet size header; pieces go back in reverse order.
+void *qorTmpBufAlloc(QorGlobal *world, size_t size);
+void qorTmpBufFree(QorGlobal *world, void *p);
+// Releases all temporary memory of the call: the temporary stack's blocks
+// and alternate decoder memory.
+void qorReleaseTemp(QorGlobal *world);
+
+// Forward output: `n` octets at the cursor, counted in `encLength`.
+void appendBytes(QorGlobal *world, const void *data, QorLong n);
+
+// After a failed encode: the canonical SET OF frames, the encoder stack.
+void unwindBlockStack(QorGlobal *world);
+void releaseEncoderStack(QorGlobal *world);
 
 inline bool sizingOnly(const QorGlobal *world)
 {
     return (world->encodingFlags & DETERMINE_ENC_LENGTH) != 0;
 }
+
+inline QorLong roundUp8(QorLong size) { return (size + 7) & ~QorLong{7}; }
 
 } // namespace qor

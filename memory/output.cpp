@@ -81,7 +81,7 @@ void _qor_set_outmem_d(QorGlobal *world, QorLong room, QorLong *lengthOut, unsig
         }
     }
     *valueOut = out;
-    qorMemQueueFree(world);
+    qorMemQueueFree(world, outputBlockRelease(world));
 }
 
 } // extern "C"

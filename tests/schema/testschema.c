@@ -9,15 +9,18 @@ enum {
     MSG_END_OF_INPUT = 45,
     MSG_LENGTH_TOO_LONG = 98,
     MSG_PDU_TAG_MISMATCH = 104,
+    MSG_SIZE_EXCEEDED = 79,
+    MSG_INCONSISTENT_LENGTHS = 102,
     MSG_MISENCODED = 106,
     MSG_PDU_TAG_UNKNOWN = 122
 };
 
-enum { TAG_OCTET_STRING = 0x04, TAG_SEQUENCE = 0x30 };
+enum { TAG_OCTET_STRING = 0x04, TAG_SEQUENCE = 0x30, TAG_SET = 0x31, TAG_BAGS = 0x61 };
+enum { BAG_SIZE_LIMIT = 4000 };
 /* Packed tags for messages: class in bits 15-14, number below. */
-enum { PACKED_OCTET_STRING = 4, PACKED_SEQUENCE = 16 };
 
-static const char *const pduNames[PDU_COUNT][2] = {{"Raw", "OCTET STRING"}, {"Fault", "Fault"}};
+static const char *const pduNames[PDU_COUNT][2] = {
+    {"Raw", "OCTET STRING"}, {"Fault", "Fault"}, {"Bag", "Bag"}, {"Bags", "Bags"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -27,8 +30,8 @@ static const QorFieldInfo itemsInfo = {"items", "Items", 10};
 static const QorFieldInfo itemInfo = {"", "Item", 16};
 static const QorFieldInfo xInfo = {"x", "INTEGER", 2};
 
-/* Writes a tag and a definite length just below *pos. */
-static void writeHeader(QorGlobal *world, unsigned char **pos, QorLong *room, unsigned char tag,
+/* Writes a tag and a definite length just below *pos; returns their size. */
+static QorLong writeHeader(QorGlobal *world, unsigned char **pos, QorLong *room, unsigned char tag,
                         QorLong length)
 {
     unsigned char header[6];
@@ -48,7 +51,44 @@ static void writeHeader(QorGlobal *world, unsigned char **pos, QorLong *room, un
         while (count > 0)
             header[n++] = octets[--count];
     }
-    _qor_write_bytes_d(world, pos, room, header, n);
+    return _qor_write_bytes_d(world, pos, room, header, n);
+}
+
+static QorLong encodeOctets(QorGlobal *world, const Raw *raw, unsigned char **pos, QorLong *room)
+{
+    QorLong n;
+    if (raw->length > BAG_SIZE_LIMIT)
+        _qor_enc_error(world, MSG_SIZE_EXCEEDED, raw->length);
+    n = _qor_write_bytes_d(world, pos, room, raw->data, raw->length);
+    return n + writeHeader(world, pos, room, TAG_OCTET_STRING, raw->length);
+}
+
+/* SET OF: elements written last first; under DER the library sorts them. */
+static QorLong encodeBag(QorGlobal *world, const Bag *bag, unsigned char tag, unsigned char **pos,
+                         QorLong *room)
+{
+    QorLong total = 0;
+    QorLong i;
+    _qor_beginBlock(world, bag->count, pos, room);
+    for (i = bag->count - 1; i >= 0; i--) {
+        _qor_nextItem(world, room);
+        total += encodeOctets(world, &bag->items[i], pos, room);
+    }
+    _qor_endBlock(world, pos, room, 0);
+    return total + writeHeader(world, pos, room, tag, total);
+}
+
+static QorLong encodeBags(QorGlobal *world, const Bags *bags, unsigned char **pos, QorLong *room)
+{
+    QorLong total = 0;
+    QorLong i;
+    _qor_beginBlock(world, bags->count, pos, room);
+    for (i = bags->count - 1; i >= 0; i--) {
+        _qor_nextItem(world, room);
+        total += encodeBag(world, &bags->items[i], TAG_SET, pos, room);
+    }
+    _qor_endBlock(world, pos, room, 0);
+    return total + writeHeader(world, pos, room, TAG_BAGS, total);
 }
 
 static void encodeFault(QorGlobal *world, const Fault *f, unsigned char **pos, QorLong *room)
@@ -120,6 +160,12 @@ static int berEncode(QorGlobal *world, int pdunum, void *value)
     case PDU_Fault:
         encodeFault(world, (const Fault *)value, &pos, &room);
         break;
+    case PDU_Bag:
+        encodeBag(world, (const Bag *)value, TAG_SET, &pos, &room);
+        break;
+    case PDU_Bags:
+        encodeBags(world, (const Bags *)value, &pos, &room);
+        break;
     }
     if (world->userBuffer) {
         /* The encoding ends the caller's buffer; outRoom was the buffer's size. */
@@ -129,6 +175,12 @@ static int berEncode(QorGlobal *world, int pdunum, void *value)
         _qor_set_outmem_d(world, room, &world->outRoom, &world->outPos);
     }
     return 0;
+}
+
+/* A one-octet tag in the packed form of messages. */
+static QorLong packedTag(unsigned char tag)
+{
+    return ((QorLong)(tag >> 6) << 14) | (tag & 0x1f);
 }
 
 /* Reads a tag octet and a definite length of at most four octets; the
@@ -164,18 +216,86 @@ static QorLong readHeader(QorGlobal *world, unsigned char *tag)
 
 static int pduOfTag(unsigned char tag)
 {
-    return tag == TAG_OCTET_STRING ? PDU_Raw : tag == TAG_SEQUENCE ? PDU_Fault : 0;
+    switch (tag) {
+    case TAG_OCTET_STRING:
+        return PDU_Raw;
+    case TAG_SEQUENCE:
+        return PDU_Fault;
+    case TAG_SET:
+        return PDU_Bag;
+    case TAG_BAGS:
+        return PDU_Bags;
+    default:
+        return 0;
+    }
 }
 
-/* A one-octet tag in the packed form of messages. */
-static QorLong packedTag(unsigned char tag)
+/* Reads a header whose tag must be `expected` and whose contents must lie
+ * within the enclosing value, which ends at `end`. */
+static QorLong readInner(QorGlobal *world, unsigned char expected, const unsigned char *end)
 {
-    return ((QorLong)(tag >> 6) << 14) | (tag & 0x1f);
+    unsigned char tag;
+    QorLong length = readHeader(world, &tag);
+    if (tag != expected)
+        _qor_enc_error(world, 103, ((QorLong)packedTag(expected) << 16) | packedTag(tag));
+    if (length > end - world->inPos)
+        _qor_enc_error(world, MSG_INCONSISTENT_LENGTHS, 0);
+    return length;
+}
+
+/* How many elements of one tag fill the contents ending at `end`. */
+static QorLong countElements(QorGlobal *world, unsigned char tag, const unsigned char *end)
+{
+    unsigned char *savedPos = world->inPos;
+    QorLong savedRoom = world->inRoom;
+    QorLong count = 0;
+    while (world->inPos < end) {
+        QorLong length = readInner(world, tag, end);
+        world->inPos += length;
+        world->inRoom -= length;
+        count++;
+    }
+    world->inPos = savedPos;
+    world->inRoom = savedRoom;
+    return count;
+}
+
+static void decodeOctets(QorGlobal *world, Raw *raw, QorLong length)
+{
+    raw->length = length;
+    raw->data = NULL;
+    if (length > 0) {
+        raw->data = (unsigned char *)_qor_dec_getfixmem(world, length);
+        memcpy(raw->data, world->inPos, (size_t)length);
+    }
+    world->inPos += length;
+    world->inRoom -= length;
+}
+
+static void decodeBag(QorGlobal *world, Bag *bag, QorLong length)
+{
+    const unsigned char *end = world->inPos + length;
+    QorLong i;
+    bag->count = countElements(world, TAG_OCTET_STRING, end);
+    bag->items = bag->count > 0 ? (Raw *)_qor_dec_getmem(world, bag->count * (QorLong)sizeof(Raw)) : NULL;
+    for (i = 0; i < bag->count; i++)
+        decodeOctets(world, &bag->items[i], readInner(world, TAG_OCTET_STRING, end));
+}
+
+static void decodeBags(QorGlobal *world, Bags *bags, QorLong length)
+{
+    const unsigned char *end = world->inPos + length;
+    QorLong i;
+    bags->count = countElements(world, TAG_SET, end);
+    bags->items = bags->count > 0 ? (Bag *)_qor_dec_getmem(world, bags->count * (QorLong)sizeof(Bag)) : NULL;
+    for (i = 0; i < bags->count; i++)
+        decodeBag(world, &bags->items[i], readInner(world, TAG_SET, end));
 }
 
 static QorLong packedTagOfPdu(int pdunum)
 {
-    return pdunum == PDU_Raw ? PACKED_OCTET_STRING : PACKED_SEQUENCE;
+    static const unsigned char tags[PDU_COUNT] = {TAG_OCTET_STRING, TAG_SEQUENCE, TAG_SET, TAG_BAGS};
+    return packedTag(tags[pdunum - 1]);
 }
 
 static int berDecode(QorGlobal *world, int *pdunum, void **output)
@@ -202,29 +322,60 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
     switch (*pdunum) {
     case PDU_Raw: {
         Raw *raw = (Raw *)_qor_dec_getmem(world, sizeof(Raw));
-        raw->length = length;
-        if (length > 0) {
-            raw->data = (unsigned char *)_qor_dec_getfixmem(world, length);
-            memcpy(raw->data, world->inPos, (size_t)length);
-        }
-        world->inPos += length;
-        world->inRoom -= length;
+        decodeOctets(world, raw, length);
         *output = raw;
+        break;
+    }
+    case PDU_Bag: {
+        Bag *bag = (Bag *)_qor_dec_getmem(world, sizeof(Bag));
+        decodeBag(world, bag, length);
+        *output = bag;
+        break;
+    }
+    case PDU_Bags: {
+        Bags *bags = (Bags *)_qor_dec_getmem(world, sizeof(Bags));
+        decodeBags(world, bags, length);
+        *output = bags;
         break;
     }
     case PDU_Fault: {
         Fault *fault = (Fault *)_qor_dec_getmem(world, sizeof(Fault));
         (void)_qor_dec_getmem(world, 2000);
         (void)fault;
+        /* Scratch of every kind is left behind for the driver to release. */
+        (void)_qor_tstk_alloc(world, 100);
+        (void)_qor_dec_gettempmem(world, 50);
+        (void)_qor_tstk_get_altdecmem(world, 10);
         _qor_enc_error(world, MSG_MISENCODED, 0);
     }
     }
     return 0;
 }
 
+static void freeBag(QorGlobal *world, Bag *bag)
+{
+    QorLong i;
+    for (i = 0; i < bag->count; i++)
+        _qor_dec_free(world, bag->items[i].data);
+    _qor_dec_free(world, bag->items);
+}
+
 static int freeValue(QorGlobal *world, int pdunum, void *value)
 {
     switch (pdunum) {
+    case PDU_Bag:
+        freeBag(world, (Bag *)value);
+        _qor_dec_free(world, value);
+        return 0;
+    case PDU_Bags: {
+        Bags *bags = (Bags *)value;
+        QorLong i;
+        for (i = 0; i < bags->count; i++)
+            freeBag(world, &bags->items[i]);
+        _qor_dec_free(world, bags->items);
+        _qor_dec_free(world, bags);
+        return 0;
+    }
     case PDU_Raw: {
         Raw *raw = (Raw *)value;
         _qor_dec_free(world, raw->data);

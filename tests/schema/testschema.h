@@ -13,7 +13,9 @@ extern "C" {
 enum {
     PDU_Raw = 1,   /* OCTET STRING */
     PDU_Fault = 2, /* SEQUENCE whose encoder and decoder fail on purpose */
-    PDU_COUNT = 2
+    PDU_Bag = 3,   /* SET OF OCTET STRING */
+    PDU_Bags = 4,  /* [APPLICATION 1] SET OF Bag */
+    PDU_COUNT = 4
 };
 
 /* Raw ::= OCTET STRING */
@@ -21,6 +23,18 @@ typedef struct Raw {
     QorLong length;
     unsigned char *data;
 } Raw;
+
+/* Bag ::= SET OF OCTET STRING (SIZE(0..4000)) */
+typedef struct Bag {
+    QorLong count;
+    Raw *items;
+} Bag;
+
+/* Bags ::= [APPLICATION 1] IMPLICIT SET OF Bag */
+typedef struct Bags {
+    QorLong count;
+    Bag *items;
+} Bags;
 
 /* How the Fault encoder leaves. */
 enum FaultRaiser {

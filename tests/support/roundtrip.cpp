@@ -9,12 +9,14 @@ namespace qortest {
 long CountingAllocator::outstanding = 0;
 long CountingAllocator::calls = 0;
 long CountingAllocator::failAt = 0;
+size_t CountingAllocator::lastSize = 0;
 
 namespace {
 
 void *countingMalloc(QorGlobal *, size_t size)
 {
     long call = ++CountingAllocator::calls;
+    CountingAllocator::lastSize = size;
     if (CountingAllocator::failAt != 0 && call == CountingAllocator::failAt)
         return nullptr;
     void *p = malloc(size);
@@ -65,6 +67,23 @@ void ContextTest::TearDown()
 }
 
 Bytes bytesOf(const QorBuf &buf) { return Bytes(buf.value, buf.value + buf.length); }
+
+Bytes forwardOutput(QorGlobal *world)
+{
+    Bytes out;
+    long blocks = 0;
+    for (const QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next)
+        blocks += r->count;
+    long seen = 0;
+    for (const QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next) {
+        for (int i = 0; i < r->count; i++) {
+            auto *block = static_cast<const unsigned char *>(r->slot[i]);
+            long n = ++seen < blocks ? QOR_BLOCK_SIZE : QOR_BLOCK_SIZE - world->outRoom;
+            out.insert(out.end(), block, block + n);
+        }
+    }
+    return out;
+}
 
 Bytes hex(const char *text)
 {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <csetjmp>
 #include <cstdint>
 #include <functional>
 #include <vector>
@@ -19,6 +20,7 @@ struct CountingAllocator {
     static long outstanding;
     static long calls;
     static long failAt; // 0: never
+    static size_t lastSize;
     static void reset(long failAtCall = 0);
     static void install(QorGlobal *world);
 };
@@ -30,6 +32,27 @@ protected:
     void TearDown() override;
     QorGlobal world{};
 };
+
+// Runs `body` as a driver would, with an exit frame armed and the per-call
+// fields set; returns 0, or the code of the error that `body` raised. The
+// body must keep no object with a destructor alive across library calls.
+template <class Body> int inFrame(QorGlobal *world, int operation, Body &&body)
+{
+    sigjmp_buf frame;
+    void *outer = world->jumpFrame;
+    world->jumpFrame = &frame;
+    world->operation = operation;
+    world->errMsgTarget = world->errMsgBuffer;
+    world->blockQueueTail = &world->blockQueue;
+    int code = sigsetjmp(frame, 0);
+    if (code == 0)
+        body();
+    world->jumpFrame = outer;
+    return code;
+}
+
+// The octets written forwards so far, gathered from the block queue.
+Bytes forwardOutput(QorGlobal *world);
 
 Bytes bytesOf(const QorBuf &buf);
 Bytes hex(const char *text); // "04 03 41 42 43"

@@ -1,0 +1,149 @@
+// Temporary memory of one call: the caller's temporary buffer, and the
+// stack-ordered pieces of _qor_dec_gettempmem, which share their block
+// records with the temporary stack.
+#include <cstring>
+
+#include "frame/errors.h"
+#include "memory/blocks.h"
+#include "memory/temp_block.h"
+
+using namespace qor;
+
+namespace {
+
+constexpr int kOutOfMemory = 6;
+constexpr int kTempBufferTooSmall = 145;
+constexpr size_t kSizeHeader = 8;
+
+} // namespace
+
+namespace qor {
+
+void *qorTmpBufAlloc(QorGlobal *world, size_t size)
+{
+    QorLong rounded = roundUp8(static_cast<QorLong>(size));
+    QorLong need = rounded + static_cast<QorLong>(kSizeHeader);
+    if (world->tempHigh - world->tempLow < need)
+        raise(world, kTempBufferTooSmall, longValue(need));
+    world->tempHigh -= need;
+    uint64_t stored = static_cast<uint64_t>(rounded);
+    memcpy(world->tempHigh, &stored, sizeof stored);
+    return world->tempHigh + kSizeHeader;
+}
+
+void qorTmpBufFree(QorGlobal *world, void *p)
+{
+    // Pieces come back newest first; the top moves past each.
+    auto *piece = static_cast<unsigned char *>(p);
+    uint64_t size;
+    memcpy(&size, piece - kSizeHeader, sizeof size);
+    unsigned char *end = piece + size;
+    if (end > world->tempHigh)
+        world->tempHigh = end;
+}
+
+void releaseTempBlocksDownTo(QorGlobal *world, const void *p)
+{
+    // Frees blocks from the top until the block holding `p` is on top.
+    auto *mark = static_cast<const unsigned char *>(p);
+    while (auto *top = static_cast<TempBlock *>(world->tempBlockList)) {
+        if (mark > reinterpret_cast<unsigned char *>(top) && mark <= world->tempHigh)
+            return;
+        world->tempBlockList = top->prev;
+        world->tempHigh = top->savedHigh;
+        world->tempLow = top->savedLow;
+        userRelease(world, top);
+    }
+}
+
+void qorReleaseTemp(QorGlobal *world)
+{
+    if (world->privateArea->tempBufferSize == 0)
+        releaseTempBlocksDownTo(world, nullptr);
+    while (void *piece = world->altDecList) {
+        world->altDecList = *static_cast<void **>(piece);
+        userRelease(world, piece);
+    }
+}
+
+} // namespace qor
+
+extern "C" {
+
+void *_qor_dec_gettempmem(QorGlobal *world, QorLong size)
+{
+    if (size < 0 || size > INT32_MAX - 64)
+        raise(world, kOutOfMemory, longValue(size));
+    QorLong rounded = roundUp8(size);
+    if (world->privateArea->tempBufferSize != 0) {
+        if (world->tempHigh - world->tempLow < rounded)
+            raise(world, kTempBufferTooSmall, longValue(size));
+        unsigned char *piece = world->tempLow;
+        world->tempLow += rounded;
+        return piece;
+    }
+    // Each piece is a block of its own, on the same list as the temporary stack.
+    size_t total = sizeof(TempBlock) + static_cast<size_t>(rounded);
+    auto *block = static_cast<TempBlock *>(userAllocate(world, total));
+    if (block == nullptr)
+        raise(world, kOutOfMemory, longValue(static_cast<QorLong>(total)));
+    block->prev = static_cast<TempBlock *>(world->tempBlockList);
+    block->savedHigh = world->tempHigh;
+    block->savedLow = world->tempLow;
+    block->reserved = nullptr;
+    world->tempBlockList = block;
+    world->tempLow = world->tempHigh = reinterpret_cast<unsigned char *>(block) + total;
+    return block->payload();
+}
+
+void _qor_dec_freetempmem(QorGlobal *world, void *p)
+{
+    auto *piece = static_cast<unsigned char *>(p);
+    if (world->privateArea->tempBufferSize != 0) {
+        if (piece >= world->privateArea->tempBuffer && piece < world->tempLow)
+            world->tempLow = piece;
+        return;
+    }
+    releaseTempBlocksDownTo(world, piece);
+    auto *top = static_cast<TempBlock *>(world->tempBlockList);
+    if (top == nullptr)
+        return;
+    if (piece == top->payload()) {
+        // The block's first piece: the block itself goes.
+        world->tempBlockList = top->prev;
+        world->tempHigh = top->savedHigh;
+        world->tempLow = top->savedLow;
+        userRelease(world, top);
+    } else {
+        world->tempLow = piece;
+    }
+}
+
+} // extern "C"
+
+extern "C" {
+
+int qorSetTemporaryBuffer(QorGlobal *world, QorBuf *buffer)
+{
+    if (world == nullptr || world->privateArea == nullptr)
+        return QOR_BAD_ARG;
+    QorGlobalPrivate *p = world->privateArea;
+    if (buffer == nullptr) {
+        p->tempBufferSize = 0;
+        p->tempBuffer = nullptr;
+        return 0;
+    }
+    if (buffer->value == nullptr)
+        return QOR_BAD_ARG;
+    QorLong pad = static_cast<QorLong>((-reinterpret_cast<uintptr_t>(buffer->value)) & 7);
+    if (buffer->length <= pad)
+        return QOR_BUFFER_TOO_SMALL;
+    QorLong size = (buffer->length - pad) & ~QorLong{15};
+    if (size < 8)
+        return QOR_BUFFER_TOO_SMALL;
+    p->tempBufferSize = size;
+    p->tempBuffer = buffer->value + pad;
+    return 0;
+}
+
+} // extern "C"

@@ -1,0 +1,426 @@
+// Settings on the context: flag normalising, the choice of encoding rules
+// against the table's feature bits and the linked drivers, release versions,
+// hooks, retained extension additions, and the fixed results of the calls kept
+// for older applications.
+#include <dlfcn.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+
+#include "support/roundtrip.h"
+
+using namespace qortest;
+
+namespace {
+
+class SettingsFlags : public ContextTest {};
+class SettingsRules : public ContextTest {};
+class SettingsVersions : public ContextTest {};
+class SettingsValues : public ContextTest {};
+class SettingsHooks : public ContextTest {};
+
+std::string printed;
+
+int collect(QorGlobal *, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    char line[1024];
+    int n = vsnprintf(line, sizeof line, format, args);
+    va_end(args);
+    printed += line;
+    return n;
+}
+
+int ignorePrint(QorGlobal *, const char *, ...) { return 0; }
+
+} // namespace
+
+TEST_F(SettingsFlags, IndefiniteIsRefusedButTheRestIsStored)
+{
+    EXPECT_EQ(qorSetEncodingFlags(&world, INDEFINITE | DEFINITE | DEBUGPDU),
+              QOR_INDEFINITE_NOT_SUPPORTED);
+    EXPECT_EQ(qorGetEncodingFlags(&world), DEFINITE | DEBUGPDU | NOTRAPPING);
+}
+
+TEST_F(SettingsFlags, SetFlagsReportsTheEncodingSideAndTheDecodingSideKeepsIndefinite)
+{
+    EXPECT_EQ(qorSetFlags(&world, INDEFINITE | QOR_RELAXED), QOR_INDEFINITE_NOT_SUPPORTED);
+    EXPECT_EQ(qorGetEncodingFlags(&world), QOR_RELAXED | NOTRAPPING);
+    EXPECT_EQ(qorGetDecodingFlags(&world), INDEFINITE | QOR_RELAXED | NOTRAPPING);
+    EXPECT_EQ(qorGetFlags(&world), INDEFINITE | QOR_RELAXED | NOTRAPPING);
+
+    EXPECT_EQ(qorSetFlags(&world, TRAPPING | COMPRESS | STRICT_ENCODING_DECODING_RULES), 0);
+    QorLong both = TRAPPING | COMPRESS | IGNORE_DEFER_DECODING | STRICT_ENCODING_DECODING_RULES;
+    EXPECT_EQ(qorGetEncodingFlags(&world), both);
+    EXPECT_EQ(qorGetDecodingFlags(&world), both);
+}
+
+TEST_F(SettingsFlags, OnlyTrappingTurnsTheTrapOnAndStrictDropsRelaxed)
+{
+    EXPECT_EQ(qorSetDecodingFlags(&world, TRAPPING | NOTRAPPING), 0);
+    EXPECT_EQ(qorGetDecodingFlags(&world), TRAPPING);
+    EXPECT_EQ(qorSetDecodingFlags(&world, 0), 0);
+    EXPECT_EQ(qorGetDecodingFlags(&world), NOTRAPPING);
+    EXPECT_EQ(qorSetDecodingFlags(&world, STRICT_ENCODING_DECODING_RULES | QOR_RELAXED), 0);
+    EXPECT_EQ(qorGetDecodingFlags(&world), STRICT_ENCODING_DECODING_RULES | NOTRAPPING);
+}
+
+TEST_F(SettingsRules, EcnAndUnknownCodesAreRefusedAndLeaveTheRules)
+{
+    ASSERT_EQ(qorSetEncodingRules(&world, QOR_DER), 0);
+    for (int rules : {QOR_ECN, 10, 255, -1}) {
+        EXPECT_EQ(qorSetEncodingRules(&world, rules), QOR_UNKNOWN_RULES) << rules;
+        EXPECT_EQ(qorGetEncodingRules(&world), QOR_DER) << rules;
+    }
+}
+
+// Only BER is linked in this process, and a table that names no feature set
+// has bits 0 to 3: CER (bit 7) is linked but not carried.
+TEST_F(SettingsRules, UnlinkedOrUncarriedRulesAreStoredWithTwentyThree)
+{
+    EXPECT_EQ(qorGetEncodingRules(&world), QOR_BER);
+    for (int rules : {QOR_BER, QOR_DER}) {
+        EXPECT_EQ(qorSetEncodingRules(&world, rules), 0) << rules;
+        EXPECT_EQ(qorGetEncodingRules(&world), rules);
+    }
+    for (int rules : {QOR_CER, QOR_PER_ALIGNED, QOR_PER_UNALIGNED, QOR_XER, QOR_CXER, QOR_EXER,
+                      QOR_OER}) {
+        EXPECT_EQ(qorSetEncodingRules(&world, rules), QOR_RULES_NOT_LINKED) << rules;
+        EXPECT_EQ(qorGetEncodingRules(&world), rules);
+    }
+}
+
+TEST_F(SettingsRules, AnUnlinkedFamilyFailsAtTheEncoderToo)
+{
+    ASSERT_EQ(qorSetEncodingRules(&world, QOR_PER_UNALIGNED), QOR_RULES_NOT_LINKED);
+    unsigned char text[] = "a";
+    Raw value = {1, text};
+    QorBuf out = {0, nullptr};
+    EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_RULES_NOT_LINKED);
+    EXPECT_EQ(out.value, nullptr);
+}
+
+TEST_F(SettingsRules, FeatureBitsOfTheTableGateLinkedRules)
+{
+    // A table made for DER only: bit 3 alone, within a count of 8.
+    static QorULong derOnly = 0x8;
+    ASSERT_EQ(qorPrivateSetMoreFlags(&world, 8, &derOnly), 0);
+    EXPECT_EQ(qorSetEncodingRules(&world, QOR_BER), 0);
+    EXPECT_EQ(qorSetEncodingRules(&world, QOR_DER), 0);
+    EXPECT_EQ(qorSetEncodingRules(&world, QOR_CER), QOR_RULES_NOT_LINKED);
+    EXPECT_EQ(qorGetEncodingRules(&world), QOR_CER);
+}
+
+TEST_F(SettingsRules, CerBitCarriesAllThreeBerCodes)
+{
+    static QorULong cerOnly = 0x80;
+    ASSERT_EQ(qorPrivateSetMoreFlags(&world, 8, &cerOnly), 0);
+    for (int rules : {QOR_BER, QOR_DER, QOR_CER})
+        EXPECT_EQ(qorSetEncodingRules(&world, rules), 0) << rules;
+}
+
+TEST_F(SettingsRules, BitsBeyondTheCountDontCount)
+{
+    static QorULong bits = 0xFF;
+    ASSERT_EQ(qorPrivateSetMoreFlags(&world, 3, &bits), 0);
+    EXPECT_EQ(qorSetEncodingRules(&world, QOR_BER), 0) << "bit 0";
+    EXPECT_EQ(qorSetEncodingRules(&world, QOR_DER), QOR_RULES_NOT_LINKED) << "bit 3 is the fourth";
+    EXPECT_EQ(qorSetEncodingRules(&world, QOR_CER), QOR_RULES_NOT_LINKED);
+}
+
+TEST_F(SettingsRules, NoFeatureSetLeavesOnlyTheLinkTest)
+{
+    ASSERT_EQ(qorPrivateSetMoreFlags(&world, 0, nullptr), 0);
+    EXPECT_EQ(qorSetEncodingRules(&world, QOR_CER), 0);
+    EXPECT_EQ(qorSetEncodingRules(&world, QOR_PER_ALIGNED), QOR_RULES_NOT_LINKED);
+}
+
+TEST_F(SettingsRules, TheFirstFeatureSetWins)
+{
+    int count = 0;
+    void *bits = nullptr;
+    ASSERT_EQ(qorPrivateGetMoreFlags(&world, &count, &bits), 0);
+    EXPECT_EQ(count, 4);
+    ASSERT_NE(bits, nullptr);
+    EXPECT_EQ(*static_cast<QorULong *>(bits), 0x0Fu);
+
+    static QorULong first = 0x1;
+    static QorULong second = 0xFFFF;
+    EXPECT_EQ(qorPrivateSetMoreFlags(&world, 1, &first), 0);
+    EXPECT_EQ(qorPrivateSetMoreFlags(&world, 16, &second), 0);
+    ASSERT_EQ(qorPrivateGetMoreFlags(&world, &count, &bits), 0);
+    EXPECT_EQ(count, 1);
+    EXPECT_EQ(bits, &first);
+    EXPECT_EQ(qorSetEncodingRules(&world, QOR_DER), QOR_RULES_NOT_LINKED);
+    EXPECT_EQ(qorPrivateGetMoreFlags(&world, nullptr, nullptr), 0);
+}
+
+TEST_F(SettingsVersions, EveryReleaseRoundTrips)
+{
+    EXPECT_EQ(qorGetRuntimeVersion(&world), 0) << "no compatibility flags by default";
+    const QorULong flags[] = {0, 0x280FF, 0x280FE, 0x28080, 0x28000, 0x20000};
+    for (int version = 5; version >= 0; version--) {
+        ASSERT_EQ(qorSetRuntimeVersion(&world, version), 0);
+        EXPECT_EQ(qorGetCompatibilityFlags(&world), static_cast<QorLong>(flags[version]));
+        EXPECT_EQ(qorGetRuntimeVersion(&world), version);
+    }
+}
+
+TEST_F(SettingsVersions, FlagsOfNoReleaseAndUnknownReleases)
+{
+    ASSERT_EQ(qorSetCompatibilityFlags(&world, 1), 0);
+    EXPECT_EQ(qorGetRuntimeVersion(&world), -2);
+    ASSERT_EQ(qorSetCompatibilityFlags(&world, 0x280FF | 0x100), 0);
+    EXPECT_EQ(qorGetRuntimeVersion(&world), -2);
+    for (int version : {6, -1, 100}) {
+        EXPECT_EQ(qorSetRuntimeVersion(&world, version), QOR_BAD_ARG) << version;
+        EXPECT_EQ(qorGetCompatibilityFlags(&world), 0x280FF | 0x100) << "nothing stored";
+    }
+    ASSERT_EQ(qorSetCompatibilityFlags(&world, 0x28080), 0);
+    EXPECT_EQ(qorGetRuntimeVersion(&world), 3);
+}
+
+TEST_F(SettingsValues, DefaultsAndRoundTrips)
+{
+    EXPECT_EQ(qorGetConstructedNestingLimit(&world), 10);
+    EXPECT_EQ(qorGetSeqSetNestingLimit(&world), 64);
+    EXPECT_EQ(qorGetDebugFlags(&world), 0);
+    EXPECT_EQ(qorGetInternalFlags(&world), 0);
+    EXPECT_EQ(qorGetPresetDecFlags(&world) & QOR_PRESET_ADVANCE_INPUT, 1u);
+
+    EXPECT_EQ(qorSetConstructedNestingLimit(&world, 0), 0);
+    EXPECT_EQ(qorGetConstructedNestingLimit(&world), 0);
+    EXPECT_EQ(qorSetSeqSetNestingLimit(&world, 3), 0);
+    EXPECT_EQ(qorGetSeqSetNestingLimit(&world), 3);
+    EXPECT_EQ(qorSetDebugFlags(&world, QOR_DEBUG_ERRORS | QOR_DEBUG_HEX_HEADING), 0);
+    EXPECT_EQ(qorGetDebugFlags(&world), QOR_DEBUG_ERRORS | QOR_DEBUG_HEX_HEADING);
+    EXPECT_EQ(qorSetInternalFlags(&world, 0x201), 0);
+    EXPECT_EQ(qorGetInternalFlags(&world), 0x201);
+    EXPECT_EQ(qorSetPresetDecFlags(&world, 0x12345), 0);
+    EXPECT_EQ(qorGetPresetDecFlags(&world), 0x2345u) << "the word is 16 bits";
+}
+
+TEST_F(SettingsValues, PaddingBitsShowInThePadBitCount)
+{
+    qorSetPaddingBits(&world, 5);
+    EXPECT_EQ(qorDetermineNumberOfPadBits(&world), 5);
+}
+
+TEST_F(SettingsValues, DebugFlagsPrintErrorMessagesThroughTheUserPrint)
+{
+    printed.clear();
+    ASSERT_EQ(qorSetUserPrint(&world, nullptr, collect), 0);
+    ASSERT_EQ(qorSetDebugFlags(&world, QOR_DEBUG_ERRORS), 0);
+    int pdu = 0;
+    void *decoded = nullptr;
+    unsigned char junk[] = {0x1F};
+    QorBuf in = {1, junk};
+    EXPECT_NE(qorDecode(&world, &pdu, &in, &decoded), 0);
+    EXPECT_NE(printed.find(qorGetErrMsg(&world)), std::string::npos) << printed;
+}
+
+TEST_F(SettingsHooks, PrintHooksKeepTheStreamUnlessGivenOne)
+{
+    void *stream = nullptr;
+    QorUserPrintFn fn = nullptr;
+    ASSERT_EQ(qorGetUserPrint(&world, &stream, &fn), 0);
+    EXPECT_EQ(stream, stdout);
+    EXPECT_EQ(fn, nullptr);
+
+    ASSERT_EQ(qorSetUserPrint(&world, nullptr, ignorePrint), 0);
+    ASSERT_EQ(qorGetUserPrint(&world, &stream, &fn), 0);
+    EXPECT_EQ(stream, stdout);
+    EXPECT_EQ(fn, ignorePrint);
+
+    QorUserVprintFn vprint = [](QorGlobal *, const char *, va_list) { return 0; };
+    ASSERT_EQ(qorSetUserVprint(&world, stderr, vprint), 0);
+    QorUserVprintFn vfn = nullptr;
+    ASSERT_EQ(qorGetUserVprint(&world, &stream, &vfn), 0);
+    EXPECT_EQ(stream, stderr);
+    EXPECT_EQ(vfn, vprint);
+
+    // A null function is stored: it removes the hook.
+    ASSERT_EQ(qorSetUserPrint(&world, nullptr, nullptr), 0);
+    ASSERT_EQ(qorGetUserPrint(&world, nullptr, &fn), 0);
+    EXPECT_EQ(fn, nullptr);
+}
+
+TEST_F(SettingsHooks, FieldHooksAndTheWrapperWord)
+{
+    QorUserFieldCopyFn copy = [](QorGlobal *, const QorOpenTypeUser *, QorOpenTypeUser *) {
+        return 0;
+    };
+    QorUserFieldCompareFn compare = [](QorGlobal *, const QorOpenTypeUser *,
+                                       const QorOpenTypeUser *) { return 0; };
+    ASSERT_EQ(qorSetUserFieldCpyCmp(&world, copy, compare), 0);
+    QorUserFieldCopyFn gotCopy = nullptr;
+    QorUserFieldCompareFn gotCompare = nullptr;
+    ASSERT_EQ(qorGetUserFieldCpyCmp(&world, &gotCopy, &gotCompare), 0);
+    EXPECT_EQ(gotCopy, copy);
+    EXPECT_EQ(gotCompare, compare);
+
+    EXPECT_EQ(qorGetCppPointer(&world), nullptr);
+    int wrapper = 0;
+    ASSERT_EQ(qorSetCppPointer(&world, &wrapper), 0);
+    EXPECT_EQ(qorGetCppPointer(&world), &wrapper);
+}
+
+TEST_F(SettingsHooks, XmlDoctypeNeedsANameAndAnIdentifier)
+{
+    EXPECT_EQ(qorSetXmlDTD(&world, "Doc", nullptr, QOR_DTD_SYSTEM), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetXmlDTD(&world, nullptr, "doc.dtd", QOR_DTD_PUBLIC), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetXmlDTD(&world, "Doc", "doc.dtd", QOR_DTD_SYSTEM), 0);
+    EXPECT_EQ(qorSetXmlDTD(&world, nullptr, nullptr, QOR_DTD_NONE), 0);
+    EXPECT_EQ(qorSetXmlStylesheet(&world, "style.xsl"), 0);
+    EXPECT_EQ(qorSetXmlStylesheet(&world, nullptr), 0);
+}
+
+TEST_F(SettingsHooks, ExtensionAdditionsByIndex)
+{
+    unsigned char first[] = {0x80, 0x01, 0x07};
+    unsigned char second[] = {0x81, 0x00};
+    QorExtensionAddition end = {0, nullptr, nullptr, nullptr};
+    QorExtensionAddition b = {2, second, &end, nullptr};
+    QorExtensionAddition a = {3, first, &b, nullptr};
+    b.prev = &a;
+    end.prev = &b;
+
+    QorBuf value = {99, first};
+    ASSERT_EQ(qorGetExtensionAddition(&world, &a, 0, &value), 0);
+    EXPECT_EQ(value.length, 3);
+    EXPECT_EQ(value.value, first);
+    ASSERT_EQ(qorGetExtensionAddition(&world, &a, 1, &value), 0);
+    EXPECT_EQ(value.length, 2);
+    EXPECT_EQ(value.value, second);
+
+    // The empty record that ends the chain is no addition; nor is anything past it.
+    for (QorULong index : {2u, 3u, 0xFFFFFFFFu}) {
+        value = QorBuf{99, first};
+        EXPECT_EQ(qorGetExtensionAddition(&world, &a, index, &value), QOR_BAD_ARG) << index;
+        EXPECT_EQ(value.length, 0);
+        EXPECT_EQ(value.value, nullptr);
+    }
+    // A chain whose last record holds an addition.
+    b.next = nullptr;
+    EXPECT_EQ(qorGetExtensionAddition(&world, &a, 1, &value), 0);
+    EXPECT_EQ(qorGetExtensionAddition(&world, &a, 2, &value), QOR_BAD_ARG);
+    value = QorBuf{99, first};
+    EXPECT_EQ(qorGetExtensionAddition(&world, nullptr, 0, &value), QOR_BAD_ARG);
+    EXPECT_EQ(value.value, nullptr);
+    EXPECT_EQ(qorGetExtensionAddition(&world, &a, 0, nullptr), QOR_BAD_ARG);
+}
+
+TEST(SettingsNullContext, SettersGiveSixAndGettersMinusOne)
+{
+    EXPECT_EQ(qorSetFlags(nullptr, 0), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetFlags(nullptr, INDEFINITE), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetEncodingRules(nullptr, QOR_BER), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetInternalFlags(nullptr, 0), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetRuntimeVersion(nullptr, 0), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetDebugFlags(nullptr, 0), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetConstructedNestingLimit(nullptr, 1), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetSeqSetNestingLimit(nullptr, 1), QOR_BAD_ARG);
+    EXPECT_EQ(qorPrivateSetMoreFlags(nullptr, 0, nullptr), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetUserPrint(nullptr, nullptr, nullptr), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetUserVprint(nullptr, nullptr, nullptr), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetUserFieldCpyCmp(nullptr, nullptr, nullptr), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetXmlStylesheet(nullptr, "s.xsl"), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetXmlDTD(nullptr, "Doc", "doc.dtd", QOR_DTD_SYSTEM), QOR_BAD_ARG);
+    qorSetPaddingBits(nullptr, 3);
+    qorSetTimeout(nullptr, 10);
+
+    EXPECT_EQ(qorGetFlags(nullptr), -1);
+    EXPECT_EQ(qorGetEncodingRules(nullptr), -1);
+    EXPECT_EQ(qorGetInternalFlags(nullptr), -1);
+    EXPECT_EQ(qorGetRuntimeVersion(nullptr), -1);
+    EXPECT_EQ(qorGetDebugFlags(nullptr), -1);
+    EXPECT_EQ(qorGetConstructedNestingLimit(nullptr), -1);
+    EXPECT_EQ(qorGetSeqSetNestingLimit(nullptr), -1);
+    int count = 7;
+    EXPECT_EQ(qorPrivateGetMoreFlags(nullptr, &count, nullptr), -1);
+    EXPECT_EQ(count, 7);
+    EXPECT_EQ(qorGetUserPrint(nullptr, nullptr, nullptr), -1);
+    EXPECT_EQ(qorGetUserVprint(nullptr, nullptr, nullptr), -1);
+    EXPECT_EQ(qorGetUserFieldCpyCmp(nullptr, nullptr, nullptr), -1);
+    QorBuf value = {1, nullptr};
+    EXPECT_EQ(qorGetExtensionAddition(nullptr, nullptr, 0, &value), QOR_BAD_ARG);
+    EXPECT_EQ(value.length, 0);
+}
+
+// A context whose initialisation failed keeps no private area.
+TEST(SettingsNullContext, AHalfMadeContextRefusesPrivateSettings)
+{
+    QorGlobal world;
+    ASSERT_EQ(qorinit(&world, nullptr), QOR_NULL_TABLE);
+    EXPECT_EQ(qorSetRuntimeVersion(&world, 1), QOR_BAD_ARG);
+    EXPECT_EQ(qorGetRuntimeVersion(&world), -1);
+    EXPECT_EQ(qorSetDebugFlags(&world, 0), QOR_BAD_ARG);
+    EXPECT_EQ(qorSetCppPointer(&world, &world), QOR_BAD_ARG);
+    EXPECT_EQ(qorGetCppPointer(&world), nullptr);
+    qorSetPaddingBits(&world, 3);
+    EXPECT_EQ(qorSetInternalFlags(&world, 1), 0) << "a word of the context itself";
+}
+
+TEST(SettingsFixedResults, CallsKeptForOlderApplications)
+{
+    QorGlobal world{};
+    int object = 0;
+    for (QorGlobal *w : {&world, static_cast<QorGlobal *>(nullptr)}) {
+        EXPECT_EQ(qorMarkObj(w, &object), -1);
+        EXPECT_EQ(qorGetObj(w, &object), -1);
+        EXPECT_EQ(qorUnmarkObj(w, &object), -1);
+        EXPECT_EQ(qorTestObj(w, &object), 0);
+        EXPECT_EQ(qorCallerIsDecoder(w), -1);
+        EXPECT_EQ(qorGetFormatterBufferSize(w), 0);
+        EXPECT_EQ(qorSetFormatterBufferSize(w, 4096), QOR_NOT_SUPPORTED);
+    }
+}
+
+TEST(SettingsFixedResults, CompressionHooksAreAbsent)
+{
+    QorGlobal world{};
+    QorCompressFn compress = [](QorGlobal *, const unsigned char *, QorULong, unsigned char *,
+                                QorULong *, void *) { return 0; };
+    QorCompressFn compressFn = nullptr;
+    QorDecompressFn decompressFn = nullptr;
+    void *info = nullptr;
+    QorCompSizeEstimatorFn estimator = nullptr;
+
+    EXPECT_EQ(qorSetCompressDecompressFunctions(&world, compress, compress), QOR_NOT_SUPPORTED);
+    EXPECT_EQ(qorSetCompressDecompressFunctions(&world, nullptr, nullptr), QOR_NOT_SUPPORTED);
+    EXPECT_EQ(qorSetCompressDecompressFunctions(nullptr, compress, nullptr), QOR_NOT_SUPPORTED);
+    EXPECT_EQ(qorSetCompressDecompressFunctions(nullptr, nullptr, nullptr), QOR_BAD_ARG);
+    EXPECT_EQ(qorGetCompressDecompressFunctions(&world, &compressFn, &decompressFn),
+              QOR_NOT_SUPPORTED);
+    EXPECT_EQ(qorGetCompressDecompressFunctions(nullptr, nullptr, nullptr), QOR_BAD_ARG);
+    EXPECT_EQ(compressFn, nullptr);
+
+    EXPECT_EQ(qorSetCompressDecompressInfo(&world, &world), QOR_NOT_SUPPORTED);
+    EXPECT_EQ(qorSetCompressDecompressInfo(nullptr, nullptr), QOR_BAD_ARG);
+    EXPECT_EQ(qorGetCompressDecompressInfo(&world, &info), QOR_NOT_SUPPORTED);
+    EXPECT_EQ(qorGetCompressDecompressInfo(nullptr, nullptr), QOR_BAD_ARG);
+    EXPECT_EQ(info, nullptr);
+
+    EXPECT_EQ(qorSetCompSizeEstimator(&world, nullptr), QOR_NOT_SUPPORTED);
+    EXPECT_EQ(qorSetCompSizeEstimator(nullptr, nullptr), QOR_BAD_ARG);
+    EXPECT_EQ(qorGetCompSizeEstimator(&world, &estimator), QOR_NOT_SUPPORTED);
+    EXPECT_EQ(qorGetCompSizeEstimator(nullptr, nullptr), QOR_BAD_ARG);
+}
+
+// Older applications find these by name: each pair is one entry point.
+TEST(SettingsFixedResults, PairedNamesAreOneFunction)
+{
+    const char *const pairs[][2] = {
+        {"qorGetObj", "qorUnmarkObj"},
+        {"qorSetCompressDecompressFunctions", "qorGetCompressDecompressFunctions"},
+        {"qorSetCompressDecompressInfo", "qorGetCompressDecompressInfo"},
+        {"qorSetCompSizeEstimator", "qorGetCompSizeEstimator"},
+    };
+    for (const auto &pair : pairs) {
+        void *first = dlsym(RTLD_DEFAULT, pair[0]);
+        ASSERT_NE(first, nullptr) << pair[0];
+        EXPECT_EQ(first, dlsym(RTLD_DEFAULT, pair[1])) << pair[1];
+    }
+}
