@@ -101,6 +101,105 @@ void *_qor_tstk_get_altdecmem(QorGlobal *world, QorLong size);
 void _qor_tstk_consolidate_altdecmem(QorGlobal *world, void *target, QorLong total, QorLong chunk);
 void _qor_tstk_free_altdecmem(QorGlobal *world, void *mark);
 
+/* BER, DER and CER. Every primitive takes the position and room of the
+ * generated code's locals: encoders write below *pos and return the octets
+ * written (or counted in sizing mode); decoders read from *pos.
+ * Tags: encoders take the tag's octets as a big-endian number, constructed
+ * bit included (0x30, 0x9F21); _qor_dec_tag_length expects the octets in
+ * stream order from the low byte, without the constructed bit (0x219F for
+ * 9F 21); _qor_dec_tag returns the packed form, class in bits 15-14. */
+QorLong _qor_encd_tag_length(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                             QorULong tag); /* length -128: the indefinite form, 0x80 */
+QorLong _qor_encd_tag_length2(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                              QorULong innerTag, QorULong outerTag);
+QorLong _qor_encd_int_tl(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong value,
+                         QorULong tag);
+QorLong _qor_encd_uint_tl(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong value,
+                          QorULong tag);
+QorLong _qor_encd_llint_tl(QorGlobal *world, unsigned char **pos, QorLong *room, int64_t value,
+                           QorULong tag);
+QorLong _qor_encd_ullint_tl(QorGlobal *world, unsigned char **pos, QorLong *room, uint64_t value,
+                            QorULong tag);
+QorLong _qor_encd_bool_tl(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong tag,
+                          char value);
+/* A huge integer's contents only, two's complement or unsigned, big-endian. */
+QorLong _qor_encd_huge_int_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                              const unsigned char *data, QorLong length);
+QorLong _qor_encd_uhuge_int_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                               const unsigned char *data, QorLong length);
+
+QorULong _qor_dec_tag(QorGlobal *world, unsigned char **pos, QorLong *room);
+QorLong _qor_dec_length(QorGlobal *world, unsigned char **pos, QorLong *room); /* -1: indefinite */
+/* `expected` 0 reads the length alone; returns 0x80 for the indefinite form. */
+QorLong _qor_dec_tag_length(QorGlobal *world, unsigned char **pos, QorLong *room,
+                            QorULong expected);
+/* A negative `length` skips to the matching end-of-contents octets. */
+void _qor_skip_past_item(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length);
+char _qor_dec_bool(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length);
+int16_t _qor_dec_sint(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length);
+QorLong _qor_dec_iint(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length);
+int64_t _qor_dec_llint(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length);
+uint16_t _qor_dec_usint(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length);
+QorULong _qor_dec_uiint(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length);
+uint64_t _qor_dec_ullint(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length);
+/* A huge integer: its octets in decoder memory through `data`; returns the length. */
+QorLong _qor_dec_hint_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                         unsigned char **data);
+
+/* REAL in memory: a double, a float, a text ("PLUS_INFINITY",
+ * "MINUS_INFINITY", "NOT_A_NUMBER", "-0" or a decimal number), or mixed.
+ * Infinities are held as the largest finite values, not-a-number with the
+ * sign bit set. */
+typedef struct QorMixedReal {
+    int kind; /* 0 binary, 1 text */
+    union {
+        double binary;
+        const char *text;
+    } value;
+} QorMixedReal;
+
+QorLong _qor_encd_real(QorGlobal *world, unsigned char **pos, QorLong *room, double value);
+QorLong _qor_encd_creal(QorGlobal *world, unsigned char **pos, QorLong *room, const char *text);
+QorLong _qor_encd_mreal_ia(QorGlobal *world, unsigned char **pos, QorLong *room, int kind,
+                           const void *record);
+void _qor_dec_real(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                   double *out);
+void _qor_dec_freal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                    float *out);
+void _qor_dec_creal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                    char **out);
+void _qor_dec_mreal_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                       void *record);
+
+/* UTCTime and GeneralizedTime; UTCTime keeps two digits of the year and no
+ * fraction. `mindiff` is the offset from UTC in minutes, used without `utc`. */
+typedef struct GeneralizedTime {
+    int16_t year;
+    int16_t month;
+    int16_t day;
+    int16_t hour;
+    int16_t minute;
+    int16_t second;
+    int16_t millisec;
+    int16_t mindiff;
+    unsigned char utc;
+} GeneralizedTime;
+
+QorLong _qor_encd_utime(QorGlobal *world, unsigned char **pos, QorLong *room,
+                        const GeneralizedTime *value);
+QorLong _qor_encd_gtime(QorGlobal *world, unsigned char **pos, QorLong *room,
+                        const GeneralizedTime *value);
+/* Times held as text: `kind` non-zero for UTCTime; `max` above 0 limits the length. */
+QorLong _qor_encd_untime(QorGlobal *world, unsigned char **pos, QorLong *room, const char *text,
+                         QorLong max, int kind);
+void _qor_dec_utime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                    GeneralizedTime *value);
+void _qor_dec_gtime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                    GeneralizedTime *value);
+void _qor_dec_untime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                     char **out, QorLong max, int kind);
+void _qor_check_nullterm_time(QorGlobal *world, const char *text, int isUTCTime);
+
 /* The PER bit cursor. Writers take their bits left-justified; `align` 1 asks
  * to go to an octet boundary first under aligned PER. Readers raise message
  * 45 at the end of the input. */

@@ -62,11 +62,21 @@ void gatherBits(unsigned char *dst, const unsigned char *src, unsigned shift, ui
     // Each target octet takes the low bits of one source octet and the top
     // bits of the next; eight at a turn while nine source octets are there.
     const unsigned back = 8 - shift;
-    uint64_t i = 0;
-    for (; i + 8 <= whole; i += 8)
+    auto turn = [&](uint64_t i) {
         storeBig(dst + i, (loadBig(src + i) << shift) | (src[i + 8] >> back));
-    for (; i < whole; i++)
-        dst[i] = static_cast<unsigned char>((src[i] << shift) | (src[i + 1] >> back));
+    };
+    if (whole >= 8) {
+        uint64_t i = 0;
+        for (; i + 8 <= whole; i += 8)
+            turn(i);
+        // The last few whole octets in one more turn that overlaps the one
+        // before; those octets get the same values again.
+        if (i < whole)
+            turn(whole - 8);
+    } else {
+        for (uint64_t i = 0; i < whole; i++)
+            dst[i] = static_cast<unsigned char>((src[i] << shift) | (src[i + 1] >> back));
+    }
     if (rest != 0) {
         // The next source octet is touched only when the bits reach into it.
         unsigned v = src[whole] << shift;

@@ -1,0 +1,211 @@
+// BER tags and lengths: the encoders' header items, the decoders' readers,
+// and skipping an item whole.
+#include "ber/item.h"
+
+using namespace qor;
+
+namespace {
+
+constexpr int kTagNeedlesslyLong = 91;
+constexpr int kTagTooLong = 92;
+constexpr int kLengthTooLong = 98;
+constexpr int kNonStandardEoc = 100;
+constexpr int kTagMismatch = 103;
+constexpr int kPrimitiveIndefinite = 119;
+
+// The packed form of a tag given in the decoders' expected form: octets in
+// stream order from the low byte, constructed bit clear.
+QorULong packedOfExpected(QorULong expected)
+{
+    QorULong first = expected & 0xff;
+    QorULong number = first & 0x1f;
+    if (number == 0x1f) {
+        number = 0;
+        for (QorULong rest = expected >> 8; rest != 0; rest >>= 8) {
+            number = (number << 7) | (rest & 0x7f);
+            if ((rest & 0x80) == 0)
+                break;
+        }
+    }
+    return ((first & 0xc0) << 8) | number;
+}
+
+} // namespace
+
+extern "C" {
+
+QorLong _qor_encd_tag_length(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                             QorULong tag)
+{
+    unsigned char item[kMaxItem];
+    unsigned char *end = putLength(putTag(item, tag), length);
+    return writeItem(world, pos, room, item, static_cast<int>(end - item));
+}
+
+QorLong _qor_encd_tag_length2(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                              QorULong innerTag, QorULong outerTag)
+{
+    unsigned char inner[kMaxItem];
+    unsigned char *innerEnd = putLength(putTag(inner, innerTag), length);
+    auto innerSize = static_cast<QorLong>(innerEnd - inner);
+    unsigned char item[kMaxItem];
+    unsigned char *end = putLength(putTag(item, outerTag), length + innerSize);
+    memcpy(end, inner, static_cast<size_t>(innerSize));
+    end += innerSize;
+    return writeItem(world, pos, room, item, static_cast<int>(end - item));
+}
+
+QorULong _qor_dec_tag(QorGlobal *world, unsigned char **pos, QorLong *room)
+{
+    world->tagStartPos = *pos;
+    world->tagStartRoom = *room;
+    needInput(world, room, 1);
+    unsigned char first = *(*pos)++;
+    --*room;
+    world->bitOffset = first & 0x20;
+    QorULong number = first & 0x1f;
+    if (number == 0x1f) {
+        number = 0;
+        bool leadingZero = false;
+        unsigned char c;
+        int octets = 0;
+        do {
+            needInput(world, room, 1);
+            c = **pos;
+            // At most 14 bits of tag number.
+            if (number > 127)
+                raise(world, kTagTooLong, longValue(static_cast<QorLong>(number)));
+            if (octets++ == 0 && c == 0x80)
+                leadingZero = true;
+            ++*pos;
+            --*room;
+            number = (number << 7) | (c & 0x7f);
+        } while ((c & 0x80) != 0);
+        if ((number < 31 || leadingZero) && !relaxed(world))
+            raise(world, kTagNeedlesslyLong, longValue(0));
+    }
+    return (static_cast<QorULong>(first & 0xc0) << 8) | number;
+}
+
+QorLong _qor_dec_length(QorGlobal *world, unsigned char **pos, QorLong *room)
+{
+    needInput(world, room, 1);
+    unsigned char first = *(*pos)++;
+    --*room;
+    if (first < 0x80)
+        return first;
+    if (first == 0x80)
+        return -1;
+    int count = first & 0x7f;
+    QorULong value = 0;
+    for (int i = 0; i < count; i++) {
+        needInput(world, room, 1);
+        if ((value >> 24) != 0)
+            raise(world, kLengthTooLong, longValue(static_cast<QorLong>(value)));
+        value = (value << 8) | *(*pos)++;
+        --*room;
+    }
+    if (value > INT32_MAX)
+        raise(world, kLengthTooLong, longValue(static_cast<QorLong>(value)));
+    // An open type's encoder re-reads its own data with a room that means nothing.
+    if (world->operation > QOR_OP_ENCODE && static_cast<QorLong>(value) > *room)
+        raise(world, kEndOfInput, longValue(0));
+    return static_cast<QorLong>(value);
+}
+
+QorLong _qor_dec_tag_length(QorGlobal *world, unsigned char **pos, QorLong *room,
+                            QorULong expected)
+{
+    if (expected != 0) {
+        world->tagStartPos = *pos;
+        world->tagStartRoom = *room;
+        needInput(world, room, 1);
+        const unsigned char *p = *pos;
+        QorLong left = *room;
+        unsigned char first = *p++;
+        left--;
+        world->bitOffset = first & 0x20;
+        bool same = (first & ~0x20) == (expected & 0xff);
+        if (same && (first & 0x1f) == 0x1f) {
+            // The tag's further octets, compared as they stand.
+            for (QorULong rest = expected >> 8;; rest >>= 8) {
+                if (left < 1 || *p != (rest & 0xff)) {
+                    same = false;
+                    break;
+                }
+                p++;
+                left--;
+                if ((rest & 0x80) == 0)
+                    break;
+            }
+        }
+        if (same) {
+            *pos = const_cast<unsigned char *>(p);
+            *room = left;
+        } else {
+            // Read the tag properly: a right tag written needlessly long
+            // passes only under the relaxed rules.
+            QorULong wanted = packedOfExpected(expected);
+            QorULong found = _qor_dec_tag(world, pos, room);
+            if (found != wanted || !relaxed(world))
+                raise(world, kTagMismatch, longValue(static_cast<QorLong>((wanted << 16) | found)));
+        }
+    }
+    needInput(world, room, 1);
+    unsigned char first = *(*pos)++;
+    --*room;
+    if (first == 0x80)
+        return first; // the indefinite form reads as 128: a genuine 128 is never short
+    if (first < 0x80) {
+        needInput(world, room, first);
+        return first;
+    }
+    QorLong count = first & 0x7f;
+    needInput(world, room, count);
+    while (count > 4 && **pos == 0) {
+        ++*pos;
+        --*room;
+        count--;
+    }
+    if (count > 4 || (count == 4 && (**pos & 0x80) != 0))
+        raise(world, kLengthTooLong, longValue(count));
+    QorULong value = 0;
+    for (QorLong i = 0; i < count; i++)
+        value = (value << 8) | *(*pos)++;
+    *room -= count;
+    needInput(world, room, static_cast<QorLong>(value));
+    return static_cast<QorLong>(value);
+}
+
+void _qor_skip_past_item(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length)
+{
+    if (length >= 0) {
+        needInput(world, room, length);
+        *pos += length;
+        *room -= length;
+        return;
+    }
+    // Up to the matching end-of-contents octets; every turn reads at least
+    // two octets, so this ends in time linear in the input.
+    QorLong depth = 1;
+    while (depth > 0) {
+        QorULong tag = _qor_dec_tag(world, pos, room);
+        bool constructed = world->bitOffset != 0;
+        QorLong itemLength = _qor_dec_length(world, pos, room);
+        if (tag == 0 && !constructed) {
+            if (itemLength != 0)
+                raise(world, kNonStandardEoc, longValue(0));
+            depth--;
+        } else if (itemLength < 0) {
+            if (!constructed)
+                raise(world, kPrimitiveIndefinite, longValue(0));
+            depth++;
+        } else {
+            needInput(world, room, itemLength);
+            *pos += itemLength;
+            *room -= itemLength;
+        }
+    }
+}
+
+} // extern "C"
