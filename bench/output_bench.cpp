@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <malloc.h>
 #include <vector>
 
 #include "testschema.h"
@@ -163,6 +164,54 @@ void forwardBulk(benchmark::State &state)
     });
 }
 
+// Backward output (BER): 1 MiB prepended below the cursor, as BER encoders
+// build a message from its end.
+template <class Write> void backward(benchmark::State &state, Write write)
+{
+    OutputBench bench;
+    for (auto _ : state) {
+        bench.startForward(false);
+        bench.run(state, [&] {
+            unsigned char *pos = nullptr;
+            QorLong room = 0;
+            write(bench.world(), &pos, &room);
+        });
+        state.PauseTiming();
+        bench.releaseBlocks();
+        state.ResumeTiming();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(kMiB));
+}
+
+// Small items of range(0) octets each through the general writer.
+void backwardItems(benchmark::State &state)
+{
+    const auto item = static_cast<QorLong>(state.range(0));
+    std::vector<unsigned char> source(static_cast<size_t>(item), 0x5A);
+    backward(state, [&](QorGlobal *world, unsigned char **pos, QorLong *room) {
+        for (size_t at = 0; at < kMiB; at += static_cast<size_t>(item))
+            _qor_write_bytes_d(world, pos, room, source.data(), item);
+    });
+}
+
+// INTEGER items as generated code writes them: tag, length and value in one.
+void backwardIntegers(benchmark::State &state)
+{
+    backward(state, [](QorGlobal *world, unsigned char **pos, QorLong *room) {
+        QorLong written = 0;
+        for (QorLong v = 0; written < static_cast<QorLong>(kMiB); v += 977)
+            written += _qor_encd_int_tl(world, pos, room, v, 0x02);
+    });
+}
+
+void backwardBulk(benchmark::State &state)
+{
+    std::vector<unsigned char> source(kMiB, 0x5A);
+    backward(state, [&](QorGlobal *world, unsigned char **pos, QorLong *room) {
+        _qor_write_bytes_d(world, pos, room, source.data(), static_cast<QorLong>(kMiB));
+    });
+}
+
 void plainMemcpy(benchmark::State &state)
 {
     std::vector<unsigned char> source(kMiB, 0x5A);
@@ -190,4 +239,21 @@ BENCHMARK(forwardBulk)
     ->Args({64, 0})
     ->Args({64, 3});
 
-BENCHMARK_MAIN();
+BENCHMARK(backwardBulk)->Name("Backward/Bulk_1MiB");
+BENCHMARK(backwardItems)->Name("Backward/Items")->ArgName("octets")->Arg(4)->Arg(16)->Arg(64);
+BENCHMARK(backwardIntegers)->Name("Backward/IntegerItems");
+
+// glibc gives freed memory back to the kernel between iterations, and every
+// iteration would then pay for page faults that a running application, with
+// its heap warm, does not; keep the heap, so that the writers are measured.
+int main(int argc, char **argv)
+{
+    mallopt(M_TRIM_THRESHOLD, 256 << 20);
+    mallopt(M_TOP_PAD, 64 << 20);
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,1 +1,391 @@
-// placeholder
+// BER REAL: binary, decimal and special contents, for the three memory forms
+// of a REAL (a double or float, a text, a mixed record).
+#include <cmath>
+#include <cstring>
+
+#include "ber/decimal.h"
+#include "ber/item.h"
+
+using namespace qor;
+
+namespace {
+
+constexpr int kInvalidDecimal = 83;
+constexpr int kInvalidMixedKind = 84;
+constexpr int kExponentTooLong = 94;
+constexpr int kNoMantissaDigits = 107;
+constexpr int kNoExponentDigits = 108;
+constexpr int kBadNr1 = 109;
+constexpr int kBadNr2 = 110;
+constexpr int kBadNr3 = 111;
+constexpr int kZeroWithContents = 112;
+constexpr int kReservedReal = 113;
+constexpr int kIndefinitePrimitive = 119;
+constexpr int kRealTooLarge = 128;
+
+// compatFlags: DER decimal texts go out as given, not canonicalised.
+constexpr QorULong kDecimalAsGiven = 0x400;
+
+// Canonical texts up to this size are built on the frame.
+constexpr size_t kFrameText = 64;
+
+QorLong writeOctet(QorGlobal *world, unsigned char **pos, QorLong *room, unsigned char octet)
+{
+    return writeItem(world, pos, room, &octet, 1);
+}
+
+// The NR form of a decimal text: 1 digits alone, 2 with a point, 3 with an
+// exponent (point or not); 0 for any other text.
+int decimalForm(const char *text)
+{
+    auto digit = [](char c) { return c >= '0' && c <= '9'; };
+    const char *p = text;
+    while (*p == ' ')
+        p++;
+    if (*p == '+' || *p == '-')
+        p++;
+    int mantissaDigits = 0;
+    for (; digit(*p); p++)
+        mantissaDigits++;
+    bool point = *p == '.' || *p == ',';
+    if (point)
+        for (p++; digit(*p); p++)
+            mantissaDigits++;
+    bool exponent = *p == 'E' || *p == 'e';
+    if (exponent) {
+        p++;
+        if (*p == '+' || *p == '-')
+            p++;
+        if (!digit(*p))
+            return 0;
+        while (digit(*p))
+            p++;
+    }
+    if (*p != '\0' || mantissaDigits == 0)
+        return 0;
+    return exponent ? 3 : point ? 2 : 1;
+}
+
+int parseMessage(int result)
+{
+    switch (result) {
+    case kDecimalNoMantissa:
+        return kNoMantissaDigits;
+    case kDecimalNoExponentDigits:
+        return kNoExponentDigits;
+    case kDecimalExponentTooLong:
+        return kExponentTooLong;
+    default:
+        return kInvalidDecimal;
+    }
+}
+
+// A REAL's contents, as far as the memory form needs them.
+struct RealItem {
+    enum Kind : int { kEmpty, kBinary, kSpecial, kDecimal } kind;
+    double value;              // kBinary; kDecimal when its value was asked for
+    unsigned char octet;       // kSpecial: 0x40 to 0x43
+    const unsigned char *text; // kDecimal: the characters after the form octet
+    QorLong textLength;
+};
+
+// Binary contents: the first octet, the exponent, the mantissa. Base 8 and 16
+// shift the exponent by 3 and 4 places, the base's own value rather than its
+// logarithm: that is how this library has always read them.
+double binaryValue(QorGlobal *world, const unsigned char *contents, QorLong length,
+                   const RealLimits &limits)
+{
+    const unsigned char c = contents[0];
+    QorLong at = 1;
+    QorLong count = (c & 3) + 1;
+    if ((c & 3) == 3) {
+        if (length < 2)
+            raise(world, kExponentTooLong, longValue(0));
+        count = contents[1];
+        at = 2;
+    }
+    if (count > 4 || count > length - at)
+        raise(world, kExponentTooLong, longValue(count));
+    // The exponent is read within its own octets, whatever the room says.
+    auto *p = const_cast<unsigned char *>(contents + at);
+    QorLong left = count;
+    const QorLong given = _qor_dec_iint(world, &p, &left, count);
+    int64_t exponent = given;
+    at += count;
+    switch ((c >> 4) & 3) {
+    case 1:
+        exponent *= 8;
+        break;
+    case 2:
+        exponent *= 16;
+        break;
+    case 3:
+        raise(world, kReservedReal, longValue(0));
+    default:
+        break;
+    }
+    if (exponent > INT32_MAX || exponent < INT32_MIN)
+        raise(world, kExponentTooLong, longValue(given)); // the shift would lose bits
+    exponent += (c >> 2) & 3;
+    double mantissa = 0;
+    for (; at < length; at++)
+        mantissa = mantissa * 256 + contents[at];
+    if (exponent > 1024)
+        raise(world, kRealTooLarge, longValue(0));
+    double v = std::ldexp(mantissa, static_cast<int>(exponent));
+    if (!(v <= limits.largest)) // a long mantissa may pass the range on its own
+        raise(world, kRealTooLarge, longValue(0));
+    if ((c & 0x40) != 0)
+        v = -v;
+    if (v == 0)
+        raise(world, kZeroWithContents, longValue(0));
+    return v;
+}
+
+// The form octet against what the text holds: NR1 digits only, NR2 a point
+// and no exponent, NR3 both. A form octet of 0 is not checked.
+void checkForm(QorGlobal *world, unsigned char form, const DecimalContents &d)
+{
+    if (form == 1 && (d.point || d.exponent))
+        raise(world, kBadNr1, longValue(0));
+    if (form == 2 && (!d.point || d.exponent))
+        raise(world, kBadNr2, longValue(0));
+    if (form == 3 && (!d.point || !d.exponent))
+        raise(world, kBadNr3, longValue(0));
+}
+
+// Reads `length` octets of REAL contents and moves past them. The value of
+// decimal contents is worked out only when `decimalValue` asks for it: the
+// text forms keep the characters, which may lie beyond any double.
+RealItem takeReal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                  const RealLimits &limits, bool decimalValue)
+{
+    RealItem item{};
+    if (length < 0)
+        raise(world, kIndefinitePrimitive, longValue(0));
+    needInput(world, room, length);
+    if (length == 0) {
+        item.kind = RealItem::kEmpty;
+        return item;
+    }
+    const unsigned char *contents = *pos;
+    const unsigned char c = contents[0];
+    if ((c & 0x80) != 0) {
+        item.kind = RealItem::kBinary;
+        item.value = binaryValue(world, contents, length, limits);
+    } else if ((c & 0x40) != 0) {
+        if (length != 1 || c > 0x43)
+            raise(world, kReservedReal, longValue(0));
+        item.kind = RealItem::kSpecial;
+        item.octet = c;
+    } else {
+        if (c > 3)
+            raise(world, kReservedReal, longValue(0));
+        DecimalContents d;
+        qorScanDecimalContents(world, contents + 1, length - 1, d);
+        double v = 0;
+        if (decimalValue) {
+            v = qorDecimalContentsValue(world, d, limits);
+            if (d.negative)
+                v = -v;
+        }
+        checkForm(world, c, d);
+        if (d.zero || (decimalValue && v == 0))
+            raise(world, kZeroWithContents, longValue(0));
+        item.kind = RealItem::kDecimal;
+        item.value = v;
+        item.text = contents + 1;
+        item.textLength = length - 1;
+    }
+    *pos += length;
+    *room -= length;
+    return item;
+}
+
+// A zero-terminated copy of `length` octets in decoder memory.
+char *newText(QorGlobal *world, const void *data, QorLong length)
+{
+    auto *text = static_cast<char *>(_qor_dec_getfixmem(world, length + 1));
+    memcpy(text, data, static_cast<size_t>(length));
+    text[length] = '\0';
+    return text;
+}
+
+// The text form of decoded contents other than binary.
+char *textOf(QorGlobal *world, const RealItem &item)
+{
+    switch (item.kind) {
+    case RealItem::kEmpty:
+        return newText(world, "0", 1);
+    case RealItem::kSpecial: {
+        const char *spelling = specialRealText(item.octet);
+        return newText(world, spelling, static_cast<QorLong>(strlen(spelling)));
+    }
+    case RealItem::kDecimal:
+        return newText(world, item.text, item.textLength);
+    case RealItem::kBinary:
+    default: {
+        char shortest[kShortestRealSize];
+        size_t n = qorFormatShortest(item.value, shortest);
+        return newText(world, shortest, static_cast<QorLong>(n));
+    }
+    }
+}
+
+} // namespace
+
+extern "C" {
+
+QorLong _qor_encd_real(QorGlobal *world, unsigned char **pos, QorLong *room, double value)
+{
+    SpecialReal special = specialKind(value);
+    if (special != SpecialReal::kNone)
+        return writeOctet(world, pos, room, static_cast<unsigned char>(special));
+    if (value == 0)
+        return 0; // zero has no contents
+    // Base 2, scale 0, odd mantissa: the DER form, under every rule.
+    BinaryReal parts;
+    if (!qorSplitReal(value, parts))
+        raise(world, kInvalidDecimal, longValue(0));
+    int exponentOctets = 1;
+    for (int32_t rest = parts.exponent < 0 ? ~parts.exponent : parts.exponent; rest > 127;
+         rest >>= 8)
+        exponentOctets++;
+    int mantissaOctets = 1;
+    for (uint64_t rest = parts.mantissa >> 8; rest != 0; rest >>= 8)
+        mantissaOctets++;
+
+    unsigned char item[16];
+    unsigned char *out = item;
+    unsigned char first = parts.negative ? 0xC0 : 0x80;
+    if (exponentOctets - 1 < 2) {
+        *out++ = static_cast<unsigned char>(first | (exponentOctets - 1));
+    } else {
+        *out++ = static_cast<unsigned char>(first | 3);
+        *out++ = static_cast<unsigned char>(exponentOctets);
+    }
+    const auto exponent = static_cast<uint32_t>(parts.exponent);
+    for (int i = exponentOctets - 1; i >= 0; i--)
+        *out++ = static_cast<unsigned char>(exponent >> (8 * i));
+    for (int i = mantissaOctets - 1; i >= 0; i--)
+        *out++ = static_cast<unsigned char>(parts.mantissa >> (8 * i));
+    return writeItem(world, pos, room, item, static_cast<int>(out - item));
+}
+
+QorLong _qor_encd_creal(QorGlobal *world, unsigned char **pos, QorLong *room, const char *text)
+{
+    if (text == nullptr)
+        raise(world, kInvalidDecimal, longValue(0));
+    for (unsigned char octet = 0x40; octet <= 0x43; octet++)
+        if (strcmp(text, specialRealText(octet)) == 0)
+            return writeOctet(world, pos, room, octet);
+
+    // DER: the text goes out in the canonical NR3 form, "125.E-5".
+    const bool strict =
+        world->encRules == QOR_DER && (world->privateArea->compatFlags & kDecimalAsGiven) == 0;
+    DecimalRecord record;
+    int parsed = qorParseDecimal(text, record);
+    const char *out = text;
+    char frame[kFrameText];
+    void *temp = nullptr;
+    if (strict) {
+        if (parsed != kDecimalOk)
+            raise(world, parseMessage(parsed), longValue(0));
+        if (isZero(record)) // "0" has no contents, and "-0.0" is minus zero
+            return (record.flags & kDecimalNegativeZero) != 0 ? writeOctet(world, pos, room, 0x43)
+                                                               : 0;
+        record.flags = static_cast<uint8_t>((record.flags & ~kDecimalPlain) | kDecimalCanonical);
+        size_t size = qorDecimalFormatSize(record);
+        char *buffer = frame;
+        if (size > sizeof frame) {
+            temp = _qor_dec_gettempmem(world, static_cast<QorLong>(size));
+            buffer = static_cast<char *>(temp);
+        }
+        qorFormatDecimal(record, buffer);
+        out = buffer;
+    } else if (parsed == kDecimalOk && isZero(record)) {
+        return 0; // any spelling of zero but "-0" has no contents
+    }
+
+    int form = decimalForm(out);
+    if (form == 0)
+        raise(world, kInvalidDecimal, longValue(0));
+    QorLong written = _qor_write_bytes_d(world, pos, room, out, static_cast<QorLong>(strlen(out)));
+    written += writeOctet(world, pos, room, static_cast<unsigned char>(form));
+    if (temp != nullptr)
+        _qor_dec_freetempmem(world, temp);
+    return written;
+}
+
+QorLong _qor_encd_mreal_ia(QorGlobal *world, unsigned char **pos, QorLong *room, int kind,
+                           const void *record)
+{
+    // `record` is the whole mixed record, the one the decoder fills; `kind`
+    // is its kind, passed apart.
+    const auto *mixed = static_cast<const QorMixedReal *>(record);
+    switch (kind) {
+    case 0:
+        return _qor_encd_real(world, pos, room, mixed->value.binary);
+    case 1:
+        return _qor_encd_creal(world, pos, room, mixed->value.text);
+    default:
+        raise(world, kInvalidMixedKind, longValue(kind));
+    }
+}
+
+void _qor_dec_real(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                   double *out)
+{
+    RealItem item = takeReal(world, pos, room, length, kDoubleLimits, true);
+    if (item.kind == RealItem::kSpecial) {
+        if (!qorStoreSpecialReal(item.octet, out, sizeof *out) && !relaxed(world))
+            raise(world, kRealTooLarge, longValue(0));
+        return;
+    }
+    *out = item.kind == RealItem::kEmpty ? 0.0 : item.value;
+}
+
+void _qor_dec_freal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                    float *out)
+{
+    RealItem item = takeReal(world, pos, room, length, kFloatLimits, true);
+    if (item.kind == RealItem::kSpecial) {
+        if (!qorStoreSpecialReal(item.octet, out, sizeof *out) && !relaxed(world))
+            raise(world, kRealTooLarge, longValue(0));
+        return;
+    }
+    if (item.kind == RealItem::kEmpty) {
+        *out = 0.0f;
+        return;
+    }
+    // Within the float range already; what rounds away to nothing is a zero
+    // with contents, as it would be for a double.
+    auto f = static_cast<float>(item.value);
+    if (f == 0)
+        raise(world, kZeroWithContents, longValue(0));
+    *out = f;
+}
+
+void _qor_dec_creal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                    char **out)
+{
+    RealItem item = takeReal(world, pos, room, length, kDoubleLimits, false);
+    *out = textOf(world, item);
+}
+
+void _qor_dec_mreal_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                       void *record)
+{
+    auto *mixed = static_cast<QorMixedReal *>(record);
+    RealItem item = takeReal(world, pos, room, length, kDoubleLimits, false);
+    if (item.kind == RealItem::kBinary || item.kind == RealItem::kEmpty) {
+        mixed->kind = 0;
+        mixed->value.binary = item.kind == RealItem::kEmpty ? 0.0 : item.value;
+        return;
+    }
+    // Decimal contents keep their text; the special values their spellings.
+    mixed->value.text = textOf(world, item);
+    mixed->kind = 1;
+}
+
+} // extern "C"

@@ -1,1 +1,180 @@
-// placeholder
+// UTF-8 conversions, one character and whole strings.
+#include "ber/utf8.h"
+
+#include <cstring>
+
+#include "frame/errors.h"
+
+namespace qor {
+
+namespace {
+
+constexpr int kNoUtf8Form = 87;
+constexpr int kSizeTooLong = 99;
+constexpr int kUnknownSize = 101;
+constexpr int kBadSequence = 135;
+
+// First-octet marks of sequences of 2 to 6 octets.
+constexpr unsigned char kLeadMark[7] = {0, 0, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
+
+int leadingOnes(unsigned char c)
+{
+    int n = 0;
+    while (n < 8 && (c & (0x80 >> n)) != 0)
+        n++;
+    return n;
+}
+
+// The sequence length of any value below 2^31, with no refusals.
+int rawLength(QorULong v)
+{
+    return v < 0x80 ? 1 : v < 0x800 ? 2 : v < 0x10000 ? 3 : v < 0x200000 ? 4 : v < 0x4000000 ? 5 : 6;
+}
+
+QorULong charAt(const void *chars, QorLong i, int width)
+{
+    switch (width) {
+    case 1:
+        return static_cast<const unsigned char *>(chars)[i];
+    case 2: {
+        uint16_t c;
+        memcpy(&c, static_cast<const unsigned char *>(chars) + 2 * static_cast<size_t>(i), 2);
+        return c;
+    }
+    default: {
+        QorULong c;
+        memcpy(&c, static_cast<const unsigned char *>(chars) + 4 * static_cast<size_t>(i), 4);
+        return c;
+    }
+    }
+}
+
+void checkWidth(QorGlobal *world, int width)
+{
+    if (width != 1 && width != 2 && width != 4)
+        raise(world, kUnknownSize, longValue(width));
+}
+
+} // namespace
+
+int qorUtf8Length(QorULong value)
+{
+    if (value >= 0x80000000u || (value >= 0xD800 && value <= 0xDFFF) || value == 0xFFFE ||
+        value == 0xFFFF)
+        return 0;
+    return rawLength(value);
+}
+
+unsigned char *qorEncodeUtf8Char(unsigned char *end, QorULong value)
+{
+    if (value >= 0x80000000u)
+        return end;
+    int n = rawLength(value);
+    if (n == 1) {
+        *--end = static_cast<unsigned char>(value);
+        return end;
+    }
+    for (int i = 1; i < n; i++) {
+        *--end = static_cast<unsigned char>(0x80 | (value & 0x3F));
+        value >>= 6;
+    }
+    *--end = static_cast<unsigned char>(kLeadMark[n] | value);
+    return end;
+}
+
+bool qorDecodeUtf8Char(QorGlobal *world, void *out, const unsigned char *in, QorLong inLength,
+                       int width, int *used)
+{
+    if (inLength < 1) {
+        *used = 0;
+        return false;
+    }
+    int ones = leadingOnes(in[0]);
+    if (ones == 1 || ones > 6) {
+        *used = 0;
+        return false;
+    }
+    int n = ones == 0 ? 1 : ones;
+    *used = n;
+    if (inLength < n)
+        return false;
+    QorULong value = ones == 0 ? in[0] : in[0] & (0x7Fu >> ones);
+    for (int i = 1; i < n; i++) {
+        if ((in[i] & 0xC0) != 0x80)
+            return false;
+        value = (value << 6) | (in[i] & 0x3Fu);
+    }
+    switch (width) {
+    case 4:
+        memcpy(out, &value, 4);
+        break;
+    case 2: {
+        if (value > 0xFFFF)
+            raise(world, kSizeTooLong, longValue(static_cast<QorLong>(value)));
+        auto c = static_cast<uint16_t>(value);
+        memcpy(out, &c, 2);
+        break;
+    }
+    case 1:
+        if (value > 0xFF)
+            raise(world, kSizeTooLong, longValue(static_cast<QorLong>(value)));
+        *static_cast<unsigned char *>(out) = static_cast<unsigned char>(value);
+        break;
+    default:
+        raise(world, kUnknownSize, longValue(width));
+    }
+    return true;
+}
+
+QorLong qorUtf8SizeOf(QorGlobal *world, const void *chars, QorLong count, int width)
+{
+    checkWidth(world, width);
+    int64_t total = 0;
+    for (QorLong i = 0; i < count; i++) {
+        int n = qorUtf8Length(charAt(chars, i, width));
+        if (n == 0)
+            raise(world, kNoUtf8Form, longValue(i));
+        total += n;
+    }
+    if (total > INT32_MAX)
+        raise(world, kSizeTooLong, longValue(count));
+    return static_cast<QorLong>(total);
+}
+
+unsigned char *qorEncodeUtf8Chars(unsigned char *end, const void *chars, QorLong count, int width)
+{
+    for (QorLong i = count; i > 0; i--)
+        end = qorEncodeUtf8Char(end, charAt(chars, i - 1, width));
+    return end;
+}
+
+QorLong qorUtf8CharCount(QorGlobal *world, const unsigned char *in, QorLong length)
+{
+    QorLong count = 0;
+    for (QorLong at = 0; at < length; count++) {
+        QorULong scratch;
+        int used;
+        if (!qorDecodeUtf8Char(world, &scratch, in + at, length - at, 4, &used))
+            raise(world, kBadSequence, longValue(0));
+        at += used;
+    }
+    return count;
+}
+
+QorLong qorDecodeUtf8Chars(QorGlobal *world, void *out, const unsigned char *in, QorLong length,
+                           int width)
+{
+    checkWidth(world, width);
+    auto *target = static_cast<unsigned char *>(out);
+    QorLong count = 0;
+    for (QorLong at = 0; at < length; count++) {
+        int used;
+        if (!qorDecodeUtf8Char(world, target, in + at, length - at, width, &used))
+            raise(world, kBadSequence, longValue(0));
+        at += used;
+        target += width;
+    }
+    return count;
+}
+
+} // namespace qor

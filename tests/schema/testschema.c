@@ -15,12 +15,14 @@ enum {
     MSG_PDU_TAG_UNKNOWN = 122
 };
 
-enum { TAG_OCTET_STRING = 0x04, TAG_SEQUENCE = 0x30, TAG_SET = 0x31, TAG_BAGS = 0x61 };
+enum { TAG_OCTET_STRING = 0x04, TAG_SEQUENCE = 0x30, TAG_SET = 0x31, TAG_BAGS = 0x61, TAG_RECORD = 0x62 };
+enum { MSG_CHOICE_RANGE = 7, MSG_ENUM_RANGE = 36, MSG_FIELD_OMITTED = 117 };
 enum { BAG_SIZE_LIMIT = 4000 };
 /* Packed tags for messages: class in bits 15-14, number below. */
 
-static const char *const pduNames[PDU_COUNT][2] = {
-    {"Raw", "OCTET STRING"}, {"Fault", "Fault"}, {"Bag", "Bag"}, {"Bags", "Bags"}};
+static const char *const pduNames[PDU_COUNT][2] = {{"Raw", "OCTET STRING"}, {"Fault", "Fault"},
+                                                    {"Bag", "Bag"},          {"Bags", "Bags"},
+                                                    {"Record", "Record"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -142,6 +144,61 @@ static void encodeFault(QorGlobal *world, const Fault *f, unsigned char **pos, Q
     world->fieldStack = root.link; /* leaving the PDU pops its records */
 }
 
+/* Record: components last first, DEFAULT values left out. */
+static QorLong encodeInner(QorGlobal *world, const Inner *v, unsigned char **pos, QorLong *room)
+{
+    QorLong n = 0;
+    if (v->bit_mask & Inner_b_present)
+        n += _qor_encd_int_tl(world, pos, room, v->b, 0x81);
+    n += _qor_encd_int_tl(world, pos, room, v->a, 0x80);
+    return n + _qor_encd_tag_length(world, pos, room, n, 0xA5);
+}
+
+static QorLong encodePick(QorGlobal *world, const Pick *v, unsigned char **pos, QorLong *room)
+{
+    QorLong n;
+    switch (v->choice) {
+    case Pick_number_chosen:
+        n = _qor_encd_int_tl(world, pos, room, v->u.number, 0x80);
+        break;
+    case Pick_flag_chosen:
+        n = _qor_encd_bool_tl(world, pos, room, 0x81, v->u.flag);
+        break;
+    case Pick_code_chosen:
+        n = _qor_encd_uint_tl(world, pos, room, v->u.code, 0x82);
+        break;
+    default:
+        _qor_enc_error(world, MSG_CHOICE_RANGE, v->choice);
+    }
+    return n + _qor_encd_tag_length(world, pos, room, n, 0xA6); /* a CHOICE's tag is explicit */
+}
+
+static QorLong encodeRecord(QorGlobal *world, const Record *v, unsigned char **pos, QorLong *room)
+{
+    QorLong n = 0;
+    QorLong i;
+    QorLong listed = 0;
+    if (v->bit_mask & Record_big_present)
+        n += _qor_encd_llint_tl(world, pos, room, v->big, 0x88);
+    for (i = v->numbers.count - 1; i >= 0; i--)
+        listed += _qor_encd_int_tl(world, pos, room, v->numbers.value[i], 0x02);
+    n += listed + _qor_encd_tag_length(world, pos, room, listed, 0xA7);
+    n += encodePick(world, &v->pick, pos, room);
+    n += encodeInner(world, &v->inner, pos, room);
+    if (v->bit_mask & Record_nothing_present)
+        n += _qor_encd_tag_length(world, pos, room, 0, 0x84);
+    if (v->level < Level_low || v->level > Level_high)
+        _qor_enc_error(world, MSG_ENUM_RANGE, v->level);
+    if (v->level != Level_medium)
+        n += _qor_encd_int_tl(world, pos, room, v->level, 0x83);
+    if (v->bit_mask & Record_count_present)
+        n += _qor_encd_int_tl(world, pos, room, v->count, 0x82);
+    if (!v->active)
+        n += _qor_encd_bool_tl(world, pos, room, 0x81, v->active);
+    n += _qor_encd_int_tl(world, pos, room, v->id, 0x80);
+    return n + _qor_encd_tag_length(world, pos, room, n, TAG_RECORD);
+}
+
 static int berEncode(QorGlobal *world, int pdunum, void *value)
 {
     unsigned char *pos = world->outPos != NULL ? world->outPos + world->outRoom : NULL;
@@ -165,6 +222,9 @@ static int berEncode(QorGlobal *world, int pdunum, void *value)
         break;
     case PDU_Bags:
         encodeBags(world, (const Bags *)value, &pos, &room);
+        break;
+    case PDU_Record:
+        encodeRecord(world, (const Record *)value, &pos, &room);
         break;
     }
     if (world->userBuffer) {
@@ -225,6 +285,8 @@ static int pduOfTag(unsigned char tag)
         return PDU_Bag;
     case TAG_BAGS:
         return PDU_Bags;
+    case TAG_RECORD:
+        return PDU_Record;
     default:
         return 0;
     }
@@ -294,8 +356,166 @@ static void decodeBags(QorGlobal *world, Bags *bags, QorLong length)
 
 static QorLong packedTagOfPdu(int pdunum)
 {
-    static const unsigned char tags[PDU_COUNT] = {TAG_OCTET_STRING, TAG_SEQUENCE, TAG_SET, TAG_BAGS};
+    static const unsigned char tags[PDU_COUNT] = {TAG_OCTET_STRING, TAG_SEQUENCE, TAG_SET, TAG_BAGS,
+                                                  TAG_RECORD};
     return packedTag(tags[pdunum - 1]);
+}
+
+/* Record, decoded with the library's primitives as generated code does. A
+ * constructed value has a definite extent, or runs to end-of-contents. */
+typedef struct Extent {
+    const unsigned char *end;
+    int indefinite;
+} Extent;
+
+enum { MSG_EXPECTED_EOC = 118, NUMBERS_PER_BLOCK = 64 };
+
+/* The length came from a one-octet tag at `start`: a lone 0x80 is the
+ * indefinite form (a genuine 128 is always written long). */
+static void openExtent(const unsigned char *start, unsigned char **pos, QorLong length, Extent *e)
+{
+    e->indefinite = length == 0x80 && *pos - start == 2;
+    e->end = e->indefinite ? NULL : *pos + length;
+}
+
+static int more(QorGlobal *world, unsigned char **pos, const QorLong *room, const Extent *e)
+{
+    if (!e->indefinite)
+        return *pos < e->end;
+    if (*room < 2)
+        _qor_enc_error(world, MSG_END_OF_INPUT, 0);
+    return (*pos)[0] != 0 || (*pos)[1] != 0;
+}
+
+static void closeExtent(QorGlobal *world, unsigned char **pos, QorLong *room, const Extent *e)
+{
+    if (e->indefinite) {
+        if (*room < 2 || (*pos)[0] != 0 || (*pos)[1] != 0)
+            _qor_enc_error(world, MSG_EXPECTED_EOC, 0);
+        *pos += 2;
+        *room -= 2;
+    } else if (*pos != e->end) {
+        _qor_enc_error(world, MSG_INCONSISTENT_LENGTHS, 0);
+    }
+}
+
+static int peek(QorGlobal *world, unsigned char **pos, const QorLong *room, const Extent *e,
+                unsigned char tag)
+{
+    return more(world, pos, room, e) && (*pos)[0] == tag;
+}
+
+static QorLong decodeInt(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong tag)
+{
+    return _qor_dec_iint(world, pos, room, _qor_dec_tag_length(world, pos, room, tag));
+}
+
+static void decodeInner(QorGlobal *world, unsigned char **pos, QorLong *room, Inner *v)
+{
+    unsigned char *start = *pos;
+    Extent e;
+    openExtent(start, pos, _qor_dec_tag_length(world, pos, room, 0x85), &e);
+    if (!peek(world, pos, room, &e, 0x80))
+        _qor_enc_error(world, MSG_FIELD_OMITTED, 0);
+    v->a = decodeInt(world, pos, room, 0x80);
+    if (peek(world, pos, room, &e, 0x81)) {
+        v->b = decodeInt(world, pos, room, 0x81);
+        v->bit_mask |= Inner_b_present;
+    }
+    closeExtent(world, pos, room, &e);
+}
+
+static void decodePick(QorGlobal *world, unsigned char **pos, QorLong *room, Pick *v)
+{
+    unsigned char *start = *pos;
+    Extent e;
+    openExtent(start, pos, _qor_dec_tag_length(world, pos, room, 0x86), &e);
+    if (!more(world, pos, room, &e))
+        _qor_enc_error(world, MSG_FIELD_OMITTED, 0);
+    switch ((*pos)[0]) {
+    case 0x80:
+        v->choice = Pick_number_chosen;
+        v->u.number = decodeInt(world, pos, room, 0x80);
+        break;
+    case 0x81:
+        v->choice = Pick_flag_chosen;
+        v->u.flag = _qor_dec_bool(world, pos, room, _qor_dec_tag_length(world, pos, room, 0x81));
+        break;
+    case 0x82:
+        v->choice = Pick_code_chosen;
+        v->u.code = _qor_dec_uiint(world, pos, room, _qor_dec_tag_length(world, pos, room, 0x82));
+        break;
+    default:
+        _qor_enc_error(world, 115, packedTag((*pos)[0]));
+    }
+    closeExtent(world, pos, room, &e);
+}
+
+/* SEQUENCE OF INTEGER of unknown count: fragments in temporary memory,
+ * gathered into one array at the end. */
+static void decodeNumbers(QorGlobal *world, unsigned char **pos, QorLong *room, Record *v)
+{
+    unsigned char *start = *pos;
+    Extent e;
+    void *list = NULL;
+    void *current = NULL;
+    QorLong count = 0, inBlock = NUMBERS_PER_BLOCK, blocks = 0;
+    openExtent(start, pos, _qor_dec_tag_length(world, pos, room, 0x87), &e);
+    while (more(world, pos, room, &e)) {
+        if (inBlock == NUMBERS_PER_BLOCK) {
+            _qor_allocate_memblock(world, &current, &list, NUMBERS_PER_BLOCK * (QorLong)sizeof(QorLong));
+            inBlock = 0;
+            blocks++;
+        }
+        ((QorLong *)current)[inBlock++] = decodeInt(world, pos, room, 0x02);
+        count++;
+    }
+    closeExtent(world, pos, room, &e);
+    v->numbers.count = count;
+    v->numbers.value = (QorLong *)_qor_consolidate_memblock_fast(
+        world, sizeof(QorLong), count, list, NUMBERS_PER_BLOCK, blocks, inBlock, 0);
+}
+
+static void decodeRecord(QorGlobal *world, unsigned char **pos, QorLong *room, Record *v)
+{
+    unsigned char *start = *pos;
+    Extent e;
+    openExtent(start, pos, _qor_dec_tag_length(world, pos, room, TAG_RECORD & ~0x20), &e);
+    v->active = 1;
+    v->level = Level_medium;
+    if (!peek(world, pos, room, &e, 0x80))
+        _qor_enc_error(world, MSG_FIELD_OMITTED, 0);
+    v->id = decodeInt(world, pos, room, 0x80);
+    if (peek(world, pos, room, &e, 0x81))
+        v->active = _qor_dec_bool(world, pos, room, _qor_dec_tag_length(world, pos, room, 0x81));
+    if (peek(world, pos, room, &e, 0x82)) {
+        v->count = decodeInt(world, pos, room, 0x82);
+        v->bit_mask |= Record_count_present;
+    }
+    if (peek(world, pos, room, &e, 0x83)) {
+        v->level = (int)decodeInt(world, pos, room, 0x83);
+        if (v->level < Level_low || v->level > Level_high)
+            _qor_enc_error(world, MSG_ENUM_RANGE, v->level);
+    }
+    if (peek(world, pos, room, &e, 0x84)) {
+        if (_qor_dec_tag_length(world, pos, room, 0x84) != 0)
+            _qor_enc_error(world, MSG_MISENCODED, 0);
+        v->bit_mask |= Record_nothing_present;
+    }
+    if (!peek(world, pos, room, &e, 0xA5))
+        _qor_enc_error(world, MSG_FIELD_OMITTED, 0);
+    decodeInner(world, pos, room, &v->inner);
+    if (!peek(world, pos, room, &e, 0xA6))
+        _qor_enc_error(world, MSG_FIELD_OMITTED, 0);
+    decodePick(world, pos, room, &v->pick);
+    if (!peek(world, pos, room, &e, 0xA7))
+        _qor_enc_error(world, MSG_FIELD_OMITTED, 0);
+    decodeNumbers(world, pos, room, v);
+    if (peek(world, pos, room, &e, 0x88)) {
+        v->big = _qor_dec_llint(world, pos, room, _qor_dec_tag_length(world, pos, room, 0x88));
+        v->bit_mask |= Record_big_present;
+    }
+    closeExtent(world, pos, room, &e);
 }
 
 static int berDecode(QorGlobal *world, int *pdunum, void **output)
@@ -318,6 +538,16 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
     }
     world->pduNumber = *pdunum;
     world->pduNames = pduNames[*pdunum - 1];
+    if (*pdunum == PDU_Record) {
+        unsigned char *pos = world->inPos;
+        QorLong room = world->inRoom;
+        Record *record = (Record *)_qor_dec_getmem(world, sizeof(Record));
+        decodeRecord(world, &pos, &room, record);
+        world->inPos = pos;
+        world->inRoom = room;
+        *output = record;
+        return 0;
+    }
     length = readHeader(world, &tag);
     switch (*pdunum) {
     case PDU_Raw: {
@@ -383,6 +613,10 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
         return 0;
     }
     case PDU_Fault:
+        _qor_dec_free(world, value);
+        return 0;
+    case PDU_Record:
+        _qor_dec_free(world, ((Record *)value)->numbers.value);
         _qor_dec_free(world, value);
         return 0;
     default:

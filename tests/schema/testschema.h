@@ -15,7 +15,8 @@ enum {
     PDU_Fault = 2, /* SEQUENCE whose encoder and decoder fail on purpose */
     PDU_Bag = 3,   /* SET OF OCTET STRING */
     PDU_Bags = 4,  /* [APPLICATION 1] SET OF Bag */
-    PDU_COUNT = 4
+    PDU_Record = 5, /* [APPLICATION 2] SEQUENCE of simple values */
+    PDU_COUNT = 5
 };
 
 /* Raw ::= OCTET STRING */
@@ -35,6 +36,57 @@ typedef struct Bags {
     QorLong count;
     Bag *items;
 } Bags;
+
+/* Record ::= [APPLICATION 2] IMPLICIT SEQUENCE {   -- automatic tags
+ *     id [0] INTEGER,
+ *     active [1] BOOLEAN DEFAULT TRUE,
+ *     count [2] INTEGER OPTIONAL,
+ *     level [3] ENUMERATED { low(0), medium(1), high(2) } DEFAULT medium,
+ *     nothing [4] NULL OPTIONAL,
+ *     inner [5] Inner,
+ *     pick [6] Pick,
+ *     numbers [7] SEQUENCE OF INTEGER,
+ *     big [8] INTEGER (-9223372036854775808..9223372036854775807) OPTIONAL }
+ * Inner ::= SEQUENCE { a [0] INTEGER, b [1] INTEGER OPTIONAL }
+ * Pick ::= CHOICE { number [0] INTEGER, flag [1] BOOLEAN, code [2] INTEGER (0..4294967295) } */
+typedef struct Inner {
+    unsigned char bit_mask;
+#define Inner_b_present 0x80
+    QorLong a;
+    QorLong b;
+} Inner;
+
+typedef struct Pick {
+    unsigned short choice;
+#define Pick_number_chosen 1
+#define Pick_flag_chosen 2
+#define Pick_code_chosen 3
+    union {
+        QorLong number;
+        char flag;
+        QorULong code;
+    } u;
+} Pick;
+
+enum Level { Level_low = 0, Level_medium = 1, Level_high = 2 };
+
+typedef struct Record {
+    unsigned char bit_mask;
+#define Record_count_present 0x80
+#define Record_nothing_present 0x40
+#define Record_big_present 0x20
+    QorLong id;
+    char active;
+    QorLong count;
+    int level;
+    Inner inner;
+    Pick pick;
+    struct {
+        QorLong count;
+        QorLong *value;
+    } numbers;
+    int64_t big;
+} Record;
 
 /* How the Fault encoder leaves. */
 enum FaultRaiser {

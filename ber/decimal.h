@@ -1,0 +1,153 @@
+// REAL values as every encoding family sees them: the decimal text record
+// with its parser, formatter and ordering; the reading of decimal contents
+// with the library's own exponent steps; the special values a double or float
+// holds; and the split of a double into an odd binary mantissa and exponent.
+// Nothing here looks at the process locale: digits, points and signs are
+// tested by their codes, and numbers are printed with std::to_chars.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "frame/world.h"
+
+namespace qor {
+
+// A decimal number read from text. The significant digits lie from `first` to
+// `last` in the caller's text, with possibly a "." or "," among them; the
+// value is d.ddd x 10^exponent, d being the digit at `first`. A zero has no
+// significant digit: `first` and `last` are null.
+struct DecimalRecord {
+    bool negative;
+    const char *first;
+    const char *last;
+    int32_t exponent;
+    uint8_t flags;
+};
+
+enum DecimalFlag : uint8_t {
+    kDecimalExponentGiven = 0x01, // the text had "E" or "e"
+    kDecimalPlain = 0x02,         // output without an exponent: "0.00125", "1200"
+    kDecimalZero = 0x04,
+    kDecimalNegativeZero = 0x08,  // instead of kDecimalZero
+    kDecimalCanonical = 0x80,     // output as X.690 wants it: "125.E-5", "1.E+0"
+};
+
+inline bool isZero(const DecimalRecord &r)
+{
+    return (r.flags & (kDecimalZero | kDecimalNegativeZero)) != 0;
+}
+
+// Results of qorParseDecimal; the REAL encoders turn them into messages.
+enum DecimalResult : int {
+    kDecimalOk = 0,
+    kDecimalEmpty = 1,
+    kDecimalNoMantissa = 2,       // an exponent, but no digits before it
+    kDecimalNoExponentDigits = 3, // "E" and no digits
+    kDecimalBadSyntax = 4,
+    kDecimalExponentTooLong = 5,  // the exponent needs more than nine digits
+};
+
+// The largest exponent the record holds; beyond it a text is "too long".
+constexpr int32_t kMaxDecimalExponent = 999999999;
+
+// Blanks (spaces), a sign, blanks, digits, "." or ",", digits, blanks, then
+// "E" or "e" with a sign and digits, blanks. Fills `record`; returns a
+// DecimalResult.
+int qorParseDecimal(const char *text, DecimalRecord &record);
+
+// Octets, the terminating zero included, that qorFormatDecimal needs for
+// `record` with its flags as they stand.
+size_t qorDecimalFormatSize(const DecimalRecord &record);
+
+// Writes `record` at `buffer`, zero-terminated, and returns its length. The
+// default form is one digit, a point, the further digits (or "0"), "E" and
+// the exponent: "1.25E-3", "1.0E0". kDecimalPlain and kDecimalCanonical ask
+// for the other forms; a zero is "0" or "-0" in every form.
+size_t qorFormatDecimal(const DecimalRecord &record, char *buffer);
+
+enum class DecimalOrder : int { kLess = -1, kEqual = 0, kGreater = 1, kUnordered = 2 };
+
+// Orders two REAL texts by value. "MINUS_INFINITY" lies below every number,
+// "PLUS_INFINITY" above, "NOT_A_NUMBER" above everything and equal only to
+// itself; "-0" is below "0". A null text, or one that is neither a number
+// nor a reserved spelling, is unordered against anything but itself.
+DecimalOrder qorCompareDecimal(const char *first, const char *second);
+
+// Special values, named by their content octet. In memory infinities are the
+// largest finite values, not-a-number has the sign bit set.
+enum class SpecialReal : uint8_t {
+    kNone = 0,
+    kPlusInfinity = 0x40,
+    kMinusInfinity = 0x41,
+    kNotANumber = 0x42,
+    kMinusZero = 0x43,
+};
+
+// `value` points at a double (`size` 8) or a float (`size` 4). A value at or
+// beyond the type's largest finite value is an infinity; any NaN is
+// not-a-number.
+SpecialReal qor_get_float_special_value_kind(const void *value, size_t size);
+
+inline SpecialReal specialKind(double v) { return qor_get_float_special_value_kind(&v, sizeof v); }
+inline SpecialReal specialKind(float v) { return qor_get_float_special_value_kind(&v, sizeof v); }
+
+// Stores the value of special content octet `octet` (0x40 to 0x43) into the
+// double or float at `out`; false, and nothing stored, for any other octet.
+bool qorStoreSpecialReal(unsigned char octet, void *out, size_t size);
+
+// The reserved text of a special content octet, or null.
+const char *specialRealText(unsigned char octet);
+
+// The range a decoded REAL must fit, and the thresholds of the exponent steps.
+struct RealLimits {
+    double largest; // beyond it: message 128
+    double tenUp;   // multiply by 1e10 while below
+    double oneUp;   // then by 10 while below
+    double tenDown; // divide by 1e10 while above
+    double oneDown; // then by 10 while above
+    size_t size;    // of the memory form: 8 or 4
+};
+extern const RealLimits kDoubleLimits;
+extern const RealLimits kFloatLimits;
+
+// What decimal REAL contents (the text after the form octet) hold.
+struct DecimalContents {
+    bool negative;
+    bool point;    // "." or ","
+    bool exponent; // "E" or "e"
+    bool zero;     // no significant digit
+    uint64_t digits; // the first 19 significant digits
+    int64_t scale;   // the value is digits x 10^scale; kept within +-2^40
+};
+
+// Reads blanks, a sign, digits, "." or ",", digits, "E" or "e", a sign and
+// digits from exactly `length` octets. Another character is message 106, no
+// digit in the mantissa 107, an exponent marker without digits 108.
+void qorScanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong length,
+                            DecimalContents &contents);
+
+// The magnitude of `contents`, the exponent applied in steps of ten and then
+// of one within `limits`. A value that runs out of range downwards becomes
+// 0.0; upwards it is message 128. The sign is the caller's.
+double qorDecimalContentsValue(QorGlobal *world, const DecimalContents &contents,
+                               const RealLimits &limits);
+
+// A finite non-zero double as mantissa x 2^exponent, the mantissa odd.
+struct BinaryReal {
+    bool negative;
+    int32_t exponent;
+    uint64_t mantissa;
+};
+
+// False for zero, infinities and NaN.
+bool qorSplitReal(double value, BinaryReal &parts);
+
+// Room for qorFormatShortest's text.
+constexpr size_t kShortestRealSize = 40;
+
+// A finite double in the default decimal form, with the fewest digits that
+// read back to the same double: 0.1 is "1.0E-1", 1e300 "1.0E300".
+size_t qorFormatShortest(double value, char *buffer);
+
+} // namespace qor
