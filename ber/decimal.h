@@ -54,11 +54,11 @@ constexpr int32_t kMaxDecimalExponent = 999999999;
 // Blanks (spaces), a sign, blanks, digits, "." or ",", digits, blanks, then
 // "E" or "e" with a sign and digits, blanks. Fills `record`; returns a
 // DecimalResult.
-int qorParseDecimal(const char *text, DecimalRecord &record);
+[[nodiscard]] int qorParseDecimal(const char *text, DecimalRecord &record);
 
 // Octets, the terminating zero included, that qorFormatDecimal needs for
 // `record` with its flags as they stand.
-size_t qorDecimalFormatSize(const DecimalRecord &record);
+[[nodiscard]] size_t qorDecimalFormatSize(const DecimalRecord &record);
 
 // Writes `record` at `buffer`, zero-terminated, and returns its length. The
 // default form is one digit, a point, the further digits (or "0"), "E" and
@@ -72,7 +72,7 @@ enum class DecimalOrder : int { kLess = -1, kEqual = 0, kGreater = 1, kUnordered
 // "PLUS_INFINITY" above, "NOT_A_NUMBER" above everything and equal only to
 // itself; "-0" is below "0". A null text, or one that is neither a number
 // nor a reserved spelling, is unordered against anything but itself.
-DecimalOrder qorCompareDecimal(const char *first, const char *second);
+[[nodiscard]] DecimalOrder qorCompareDecimal(const char *first, const char *second);
 
 // Special values, named by their content octet. In memory infinities are the
 // largest finite values, not-a-number has the sign bit set.
@@ -87,14 +87,14 @@ enum class SpecialReal : uint8_t {
 // `value` points at a double (`size` 8) or a float (`size` 4). A value at or
 // beyond the type's largest finite value is an infinity; any NaN is
 // not-a-number.
-SpecialReal qor_get_float_special_value_kind(const void *value, size_t size);
+[[nodiscard]] SpecialReal qor_get_float_special_value_kind(const void *value, size_t size);
 
 inline SpecialReal specialKind(double v) { return qor_get_float_special_value_kind(&v, sizeof v); }
 inline SpecialReal specialKind(float v) { return qor_get_float_special_value_kind(&v, sizeof v); }
 
 // Stores the value of special content octet `octet` (0x40 to 0x43) into the
 // double or float at `out`; false, and nothing stored, for any other octet.
-bool qorStoreSpecialReal(unsigned char octet, void *out, size_t size);
+[[nodiscard]] bool qorStoreSpecialReal(unsigned char octet, void *out, size_t size);
 
 // The reserved text of a special content octet, or null.
 const char *specialRealText(unsigned char octet);
@@ -130,7 +130,7 @@ void qorScanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong
 // The magnitude of `contents`, the exponent applied in steps of ten and then
 // of one within `limits`. A value that runs out of range downwards becomes
 // 0.0; upwards it is message 128. The sign is the caller's.
-double qorDecimalContentsValue(QorGlobal *world, const DecimalContents &contents,
+[[nodiscard]] double qorDecimalContentsValue(QorGlobal *world, const DecimalContents &contents,
                                const RealLimits &limits);
 
 // A finite non-zero double as mantissa x 2^exponent, the mantissa odd.
@@ -141,7 +141,7 @@ struct BinaryReal {
 };
 
 // False for zero, infinities and NaN.
-bool qorSplitReal(double value, BinaryReal &parts);
+[[nodiscard]] bool qorSplitReal(double value, BinaryReal &parts);
 
 // Room for qorFormatShortest's text.
 constexpr size_t kShortestRealSize = 40;

@@ -90,8 +90,9 @@ struct RealItem {
 };
 
 // Binary contents: the first octet, the exponent, the mantissa. Base 8 and 16
-// shift the exponent by 3 and 4 places, the base's own value rather than its
-// logarithm: that is how this library has always read them.
+// shift the exponent left by 3 and 4 places, that is by the base's own value
+// and not by its logarithm; kept so on purpose, as the library has always
+// read these forms.
 double binaryValue(QorGlobal *world, const unsigned char *contents, QorLong length,
                    const RealLimits &limits)
 {

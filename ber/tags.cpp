@@ -11,7 +11,6 @@ constexpr int kTagTooLong = 92;
 constexpr int kLengthTooLong = 98;
 constexpr int kNonStandardEoc = 100;
 constexpr int kTagMismatch = 103;
-constexpr int kPrimitiveIndefinite = 119;
 
 // The packed form of a tag given in the decoders' expected form: octets in
 // stream order from the low byte, constructed bit clear.
@@ -92,10 +91,13 @@ QorLong _qor_dec_length(QorGlobal *world, unsigned char **pos, QorLong *room)
     needInput(world, room, 1);
     unsigned char first = *(*pos)++;
     --*room;
-    if (first < 0x80)
-        return first;
     if (first == 0x80)
         return -1;
+    if (first < 0x80) {
+        if (world->operation > QOR_OP_ENCODE)
+            needInput(world, room, first);
+        return first;
+    }
     int count = first & 0x7f;
     QorULong value = 0;
     for (int i = 0; i < count; i++) {
@@ -190,15 +192,12 @@ void _qor_skip_past_item(QorGlobal *world, unsigned char **pos, QorLong *room, Q
     QorLong depth = 1;
     while (depth > 0) {
         QorULong tag = _qor_dec_tag(world, pos, room);
-        bool constructed = world->bitOffset != 0;
         QorLong itemLength = _qor_dec_length(world, pos, room);
-        if (tag == 0 && !constructed) {
+        if (tag == 0) {
             if (itemLength != 0)
                 raise(world, kNonStandardEoc, longValue(0));
             depth--;
         } else if (itemLength < 0) {
-            if (!constructed)
-                raise(world, kPrimitiveIndefinite, longValue(0));
             depth++;
         } else {
             needInput(world, room, itemLength);

@@ -302,7 +302,8 @@ void _qor_dec_untime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLo
         (compatFlags(world) & kTrailingNulAllowed) == 0)
         raise(world, kNulInText, longValue(0));
     auto *text = static_cast<char *>(_qor_dec_getfixmem(world, length + 1));
-    memcpy(text, *pos, static_cast<size_t>(length));
+    if (length > 0)
+        memcpy(text, *pos, static_cast<size_t>(length));
     text[length] = '\0';
     *pos += length;
     *room -= length;

@@ -238,6 +238,9 @@ int qorDupWorld(QorGlobal *source, QorGlobal *target)
     p->encStackTop = &p->encStackBase;
     p->fastPushChain = &p->fastPushChain;
     p->fastPushCount = 0;
+    // A caller's temporary buffer is scratch of one thread's calls.
+    p->tempBufferSize = 0;
+    p->tempBuffer = nullptr;
 
     target->ctlTable = source->ctlTable;
     if (from->namespaceCopy != nullptr && from->namespaceCount > 0) {

@@ -114,7 +114,6 @@ int runEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULo
     world->jumpFrame = &frame;
     startCall(world);
     world->encLength = 0;
-    resetEncoderStack(world);
     volatile int savedRules = world->encRules;
     volatile int code = 0;
     const bool trapping = (flags & NOTRAPPING) == 0;
@@ -131,6 +130,7 @@ int runEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULo
     }
     if (trapping)
         armTrap(world, &trap);
+    resetEncoderStack(world);
     if (output->value != nullptr) {
         world->userBuffer = 1;
         world->outRoom = world->totalBytes = output->length;
@@ -142,8 +142,8 @@ int runEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULo
     if (steps.prepare != nullptr)
         steps.prepare(world, output);
     steps.call(world, pdunum, value);
-    steps.finish(world, output, flags);
     qorReleaseTemp(world);
+    steps.finish(world, output, flags);
     if (trapping)
         disarmTrap(world, &trap, true);
     world->jumpFrame = nullptr;
@@ -203,6 +203,7 @@ int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
     if (steps.prepare != nullptr)
         steps.prepare(world, input);
     steps.call(world, pdunum, output);
+    qorReleaseTemp(world);
     if (world->userBuffer) {
         world->decodingLength -= world->outRoom;
     } else {
@@ -211,7 +212,6 @@ int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
         qorMemQueueForget(world, world->userFree);
     }
     steps.finish(world, input);
-    qorReleaseTemp(world);
     if ((world->presetDecFlags & QOR_PRESET_ADVANCE_INPUT) != 0) {
         input->value = world->inPos;
         input->length = world->inRoom;

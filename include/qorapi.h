@@ -248,14 +248,6 @@ void *qorGetCppPointer(QorGlobal *world);
 int qorSetXmlStylesheet(QorGlobal *world, const char *href);
 int qorSetXmlDTD(QorGlobal *world, const char *name, const char *id, int kind);
 
-/* A retained unknown extension addition: decoders keep each one, in order, in
- * a chain of these records, whose last record is an empty one. */
-typedef struct QorExtensionAddition {
-    QorLong length;
-    unsigned char *value;
-    struct QorExtensionAddition *next;
-    struct QorExtensionAddition *prev;
-} QorExtensionAddition;
 /* The encoding of the `index`-th (from 0) addition of the chain at
  * `extensions`, into `*value`; the octets stay in the decoded value. 6 when
  * there is no such addition, with `*value` cleared. */

@@ -189,7 +189,8 @@ QorLong _qor_encd_utime(QorGlobal *world, unsigned char **pos, QorLong *room,
                         const GeneralizedTime *value);
 QorLong _qor_encd_gtime(QorGlobal *world, unsigned char **pos, QorLong *room,
                         const GeneralizedTime *value);
-/* Times held as text: `kind` non-zero for UTCTime; `max` above 0 limits the length. */
+/* Times held as text: `kind` non-zero for UTCTime, 0 for GeneralizedTime (it
+ * is the check's `isUTCTime`); `max` above 0 limits the length. */
 QorLong _qor_encd_untime(QorGlobal *world, unsigned char **pos, QorLong *room, const char *text,
                          QorLong max, int kind);
 void _qor_dec_utime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
@@ -199,6 +200,180 @@ void _qor_dec_gtime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLon
 void _qor_dec_untime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
                      char **out, QorLong max, int kind);
 void _qor_check_nullterm_time(QorGlobal *world, const char *text, int isUTCTime);
+
+/* BER strings, bit strings, object identifiers and open types. Encoders
+ * write the contents only and return their octets (a negative count from a
+ * bit string tells generated code to use the constructed tag); decoders take
+ * the length already read, tell primitive from constructed by `bitOffset`,
+ * and return the count in the type's unit. `max` above 0 is a size
+ * constraint; below 0 on decoders, the representation's own limit. */
+typedef struct QorObjidNode { /* a linked OBJECT IDENTIFIER, 32-bit arcs */
+    struct QorObjidNode *next;
+    QorULong value;
+} QorObjidNode;
+
+typedef struct QorObjidNodeShort { /* the same with 16-bit arcs */
+    struct QorObjidNodeShort *next;
+    uint16_t value;
+} QorObjidNodeShort;
+
+/* A retained unknown extension addition: decoders keep each one, in order, in
+ * a chain of these records, whose last record is an empty one. */
+typedef struct QorExtensionAddition {
+    QorLong length;
+    unsigned char *value;
+    struct QorExtensionAddition *next;
+    struct QorExtensionAddition *prev;
+} QorExtensionAddition;
+
+/* The "new" open type and a deferred component. */
+typedef struct QorNewOpenType {
+    QorULong length;
+    unsigned char *encoded;
+} QorNewOpenType;
+
+QorLong _qor_encd_nstr(QorGlobal *world, unsigned char **pos, QorLong *room, const char *text,
+                       QorLong max);
+QorLong _qor_encd_pstr(QorGlobal *world, unsigned char **pos, QorLong *room, const char *data,
+                       QorLong size);
+QorLong _qor_encd_uoct_ia(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
+                          QorLong length, QorLong max);
+QorLong _qor_encd_ustr_ia(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
+                          QorLong length, QorLong max); /* the same function */
+QorLong _qor_encd_voct_ia(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
+                          QorLong length, QorLong max);
+QorLong _qor_encd_vstr_ia(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
+                          QorLong length, QorLong max); /* the same function */
+QorLong _qor_encd_bmpstr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                            const uint16_t *data, QorLong count, QorLong max);
+QorLong _qor_encd_unistr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                            const QorULong *data, QorLong count, QorLong max);
+QorLong _qor_encd_utf8unbound_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                                 const unsigned char *data, QorLong length, QorLong max);
+QorLong _qor_encd_utf8bmpstr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                                const uint16_t *data, QorLong count, QorLong max);
+QorLong _qor_encd_utf8unistr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                                const QorULong *data, QorLong count, QorLong max);
+QorLong _qor_encd_ubit_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                          const unsigned char *data, QorLong bits, QorLong max);
+QorLong _qor_encd_vbit_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                          const unsigned char *data, QorLong bits, QorLong maxOctets);
+QorLong _qor_encd_dubit_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                           const unsigned char *data, QorLong bits, QorLong max, char named);
+QorLong _qor_encd_dvbit_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                           const unsigned char *data, QorLong bits, QorLong maxOctets, char named);
+/* A named-bit list held from the low end of each octet: up to 32 bits by the
+ * address of 1, 2 or 4 octets, more as an array. The `encb` forms keep
+ * trailing zero bits. */
+QorLong _qor_encd_pbit(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
+                       QorLong bits);
+QorLong _qor_encb_pbit(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
+                       QorLong bits);
+QorLong _qor_encd_pbit_tl(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong value,
+                          QorULong size, QorULong tag);
+QorLong _qor_encb_pbit_tl(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong value,
+                          QorULong size, QorULong tag);
+QorLong _qor_encd_eobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                            const unsigned char *data, QorLong length, QorLong max);
+QorLong _qor_encd_ereloid_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                             const unsigned char *data, QorLong length, QorLong max);
+QorLong _qor_encd_usobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                             const uint16_t *arcs, QorLong count, QorLong max);
+QorLong _qor_encd_uiobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                             const QorULong *arcs, QorLong count, QorLong max);
+QorLong _qor_encd_ulobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                             const QorULong *arcs, QorLong count, QorLong max); /* the same */
+QorLong _qor_encd_lsobjid(QorGlobal *world, unsigned char **pos, QorLong *room,
+                          const QorObjidNodeShort *list, QorLong max);
+QorLong _qor_encd_liobjid(QorGlobal *world, unsigned char **pos, QorLong *room,
+                          const QorObjidNode *list, QorLong max);
+QorLong _qor_encd_llobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                             const QorObjidNode *list, QorLong max);
+QorLong _qor_encd_opentype(QorGlobal *world, unsigned char **pos, QorLong *room,
+                           const void *record);
+QorLong _qor_encd_uany(QorGlobal *world, unsigned char **pos, QorLong *room,
+                       const unsigned char *data, QorLong length);
+QorLong _qor_encd_defer(QorGlobal *world, unsigned char **pos, QorLong *room, const void *record);
+
+QorLong _qor_dec_ustr_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                         void **out, QorLong max);
+QorLong _qor_dec_uoct_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                         void **out, QorLong max);
+QorLong _qor_dec_vstr_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                         void *out, QorLong max);
+QorLong _qor_dec_voct_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                         void *out, QorLong max);
+QorLong _qor_dec_vstr_ptr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                             QorLong length, void **out, QorLong max);
+QorLong _qor_dec_voct_ptr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                             QorLong length, void **out, QorLong max);
+QorLong _qor_dec_nstr(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                      char *out, QorLong max);
+QorLong _qor_dec_nstr_ptr(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                          char **out, QorLong max);
+QorLong _qor_dec_pstr(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                      char *out, QorLong size);
+QorLong _qor_dec_bmpstr_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                           uint16_t **out, QorLong max);
+QorLong _qor_dec_unistr_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                           QorULong **out, QorLong max);
+QorLong _qor_dec_utf8unbound_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                                QorLong length, unsigned char **out, QorLong max);
+QorLong _qor_dec_utf8bmpstr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                               QorLong length, uint16_t **out, QorLong max);
+QorLong _qor_dec_utf8unistr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                               QorLong length, QorULong **out, QorLong max);
+QorLong _qor_dec_ubit_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                         unsigned char **out, QorLong max, int flags);
+QorLong _qor_dec_pbit(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                      void *out, QorLong bits, char named);
+QorLong _qor_dec_vbit_nz(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                         unsigned char *out, QorLong max, char named);
+QorLong _qor_dec_vbit_ptr_nz(QorGlobal *world, unsigned char **pos, QorLong *room,
+                             QorLong length, unsigned char **out, QorLong max, char named);
+/* Encoded object identifiers: `out` is an unsigned char ** when `max` is
+ * below 0 (new memory), else the inline array itself. */
+QorLong _qor_dec_eobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                           void *out, QorLong max);
+QorLong _qor_dec_ereloid_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                            void *out, QorLong max);
+QorLong _qor_dec_uiobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                            QorULong **out, QorLong max);
+QorLong _qor_dec_ulobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                            QorULong **out, QorLong max);
+QorLong _qor_dec_usobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                            uint16_t **out, QorLong max);
+QorLong _qor_dec_aiobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                            QorULong *out, QorLong max);
+QorLong _qor_dec_alobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                            QorULong *out, QorLong max);
+QorLong _qor_dec_asobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                            uint16_t *out, QorLong max);
+QorLong _qor_dec_aiobjid_ptr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                                QorLong length, QorULong **out, QorLong max);
+QorLong _qor_dec_alobjid_ptr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                                QorLong length, QorULong **out, QorLong max);
+QorLong _qor_dec_asobjid_ptr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
+                                QorLong length, uint16_t **out, QorLong max);
+QorLong _qor_dec_liobjid(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                         QorObjidNode **out, QorLong max);
+QorLong _qor_dec_lsobjid(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                         QorObjidNodeShort **out, QorLong max);
+QorLong _qor_dec_llobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                            QorObjidNode **out, QorLong max);
+/* Open types keep their whole encoding, tag and length included. */
+QorLong _qor_dec_opentype(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                          void *record);
+QorLong _qor_dec_new_opentype(QorGlobal *world, unsigned char **pos, QorLong *room,
+                              QorLong length, QorNewOpenType *record);
+QorLong _qor_dec_uany(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                      unsigned char **out);
+QorLong _qor_dec_defer(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                       void *record, QorULong tag, int constructed);
+void _qor_dec_rsf_ext(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                      QorExtensionAddition **chain, unsigned char **savedPos, QorLong *savedRoom,
+                      QorLong *count);
+void _qor_free_rsf_ext(QorGlobal *world, QorExtensionAddition *record);
 
 /* The PER bit cursor. Writers take their bits left-justified; `align` 1 asks
  * to go to an octet boundary first under aligned PER. Readers raise message

@@ -22,12 +22,11 @@ void resetQueue(QorGlobal *world)
 
 void releaseAddedRecords(QorGlobal *world, QorFreeFn release)
 {
-    QorMemBlockRecord *r = world->blockQueue.next;
-    world->blockQueue.next = nullptr;
-    while (r != nullptr && release != nullptr) {
-        QorMemBlockRecord *next = r->next;
-        release(world, r);
-        r = next;
+    // One by one, each off the list before it goes.
+    while (QorMemBlockRecord *r = world->blockQueue.next) {
+        world->blockQueue.next = r->next;
+        if (release != nullptr)
+            release(world, r);
     }
 }
 

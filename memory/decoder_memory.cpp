@@ -76,10 +76,10 @@ void _qor_dec_free(QorGlobal *world, void *p)
 {
     if (p == nullptr)
         return;
-    if (world != nullptr && world->userFree != nullptr)
-        userRelease(world, p);
-    else
+    if (world == nullptr)
         free(p);
+    else
+        userRelease(world, p); // a cleared hook releases nothing
 }
 
 // Character reals are freed by the same function under another name.

@@ -31,6 +31,7 @@ struct BlockFrame {
     QorLong savedRoom;
     unsigned char savedUserBuffer;
     QorLong savedEncLength;
+    QorLong savedTotalBytes;
     bool forward;  // canonical XER writes forwards
     bool restored; // the outer output is back in place
 };
@@ -110,18 +111,26 @@ void restoreOuter(QorGlobal *world, BlockFrame *frame, unsigned char **pos, QorL
         *room = frame->savedRoom;
     world->userBuffer = frame->savedUserBuffer;
     world->encLength = frame->savedEncLength;
+    world->totalBytes = frame->savedTotalBytes;
     frame->restored = true;
 }
 
+// Each piece leaves the frame before it is released, so that a failing
+// release hook finds the rest still there.
 void popFrame(QorGlobal *world, BlockFrame *frame)
 {
-    world->blockStack = frame->prev;
     for (QorLong i = 0; i < frame->capacity; i++) {
-        if (frame->items != nullptr && frame->items[i].value != nullptr)
-            userRelease(world, frame->items[i].value);
+        if (unsigned char *value = frame->items[i].value) {
+            frame->items[i].value = nullptr;
+            userRelease(world, value);
+        }
     }
-    if (frame->items != nullptr)
-        userRelease(world, frame->items);
+    if (EncodedItem *items = frame->items) {
+        frame->items = nullptr;
+        frame->capacity = 0;
+        userRelease(world, items);
+    }
+    world->blockStack = frame->prev;
     userRelease(world, frame);
 }
 
@@ -174,6 +183,7 @@ void _qor_beginBlock(QorGlobal *world, QorLong count, unsigned char **pos, QorLo
     frame->savedRoom = *room;
     frame->savedUserBuffer = world->userBuffer;
     frame->savedEncLength = world->encLength;
+    frame->savedTotalBytes = world->totalBytes;
     // Every element is built in the library's memory, in blocks of its own.
     world->blockQueue.count = 0;
     world->blockQueue.next = nullptr;

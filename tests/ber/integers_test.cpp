@@ -219,4 +219,6 @@ TEST_F(Integers, BooleansAndHugeIntegers)
                   _qor_dec_hint_ia(&world, pos, room, 0, &data);
               }),
               QOR_DATA_ERROR);
+    EXPECT_STREQ(world.errMsgBuffer, "D0037E: Value misencoded or length wrong for value.\n")
+        << "a zero-length integer";
 }

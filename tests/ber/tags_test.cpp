@@ -129,7 +129,7 @@ TEST_F(Tags, SkippingDefiniteAndIndefiniteItems)
     EXPECT_EQ(decoded(hex("04 01 AA 30 80 02 01 00 00 00 00 00 FF"), skip(-1), &consumed), 0);
     EXPECT_EQ(consumed, 12);
     EXPECT_EQ(decoded(hex("00 01 00"), skip(-1)), QOR_DATA_ERROR);
-    EXPECT_EQ(decoded(hex("04 80 00 00"), skip(-1)), QOR_DATA_ERROR);
+    EXPECT_EQ(decoded(hex("20 01 00"), skip(-1)), QOR_DATA_ERROR) << "end-of-contents with contents";
     EXPECT_EQ(decoded(hex("30 80 30 80"), skip(-1)), QOR_MORE_INPUT);
     EXPECT_EQ(decoded(hex("01 02"), skip(3)), QOR_MORE_INPUT);
     // Deep nesting costs time linear in the input, and ends cleanly.

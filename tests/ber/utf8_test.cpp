@@ -1,1 +1,298 @@
-// placeholder
+// UTF-8 conversions: lengths, one character each way, whole strings, and
+// sequences that are not UTF-8.
+#include <cstring>
+
+#include "support/roundtrip.h"
+
+// The UTF-8 helpers are internal and hidden in the shared library. This test
+// compiles their source once more under a namespace of its own, its errors
+// going to the library's exported raiser, so that they can be called directly.
+#define qor qor_utf8_copy
+#include "ber/utf8.cpp"
+#undef qor
+
+namespace qor_utf8_copy {
+void raise(QorGlobal *world, int message, const ErrorValue &value)
+{
+    _qor_enc_error(world, message, static_cast<QorLong>(value.number));
+}
+} // namespace qor_utf8_copy
+
+namespace u8 = qor_utf8_copy;
+
+using namespace qortest;
+
+namespace {
+
+constexpr int kDataError = QOR_DATA_ERROR;       // messages 87, 135
+constexpr int kLimited = QOR_LIMITED;            // message 99
+constexpr int kTableCorrupt = QOR_TABLE_CORRUPT; // message 101
+
+struct CharCase {
+    QorULong value;
+    const char *bytes;
+};
+
+// The 31-bit scheme at each boundary of the sequence lengths.
+const CharCase kChars[] = {
+    {0x00, "00"},
+    {0x41, "41"},
+    {0x7F, "7F"},
+    {0x80, "C2 80"},
+    {0xE9, "C3 A9"},
+    {0x7FF, "DF BF"},
+    {0x800, "E0 A0 80"},
+    {0x20AC, "E2 82 AC"},
+    {0xFFFD, "EF BF BD"},
+    {0x10000, "F0 90 80 80"},
+    {0x1F600, "F0 9F 98 80"},
+    {0x10FFFF, "F4 8F BF BF"},
+    {0x1FFFFF, "F7 BF BF BF"},
+    {0x200000, "F8 88 80 80 80"},
+    {0x3FFFFFF, "FB BF BF BF BF"},
+    {0x4000000, "FC 84 80 80 80 80"},
+    {0x7FFFFFFF, "FD BF BF BF BF BF"},
+};
+
+class Utf8Test : public ContextTest {
+protected:
+    template <class Body> int run(Body body) { return inFrame(&world, QOR_OP_DECODE, body); }
+    bool messageIs(const char *id) const { return strstr(world.errMsgBuffer, id) != nullptr; }
+};
+
+TEST(Utf8Length, CountsAndRefusals)
+{
+    for (const CharCase &c : kChars)
+        EXPECT_EQ(u8::qorUtf8Length(c.value), static_cast<int>(hex(c.bytes).size())) << c.value;
+    for (QorULong refused : {0xD800u, 0xDBFFu, 0xDC00u, 0xDFFFu, 0xFFFEu, 0xFFFFu, 0x80000000u,
+                             0xFFFFFFFFu}) {
+        EXPECT_EQ(u8::qorUtf8Length(refused), 0) << refused;
+    }
+    EXPECT_EQ(u8::qorUtf8Length(0xD7FF), 3);
+    EXPECT_EQ(u8::qorUtf8Length(0xE000), 3);
+    EXPECT_EQ(u8::qorUtf8Length(0x1FFFE), 4); // only the plane-0 pair is refused
+}
+
+TEST(Utf8Encode, EndsJustBelowTheGivenEnd)
+{
+    for (const CharCase &c : kChars) {
+        unsigned char area[8];
+        memset(area, 0xEE, sizeof area);
+        unsigned char *start = u8::qorEncodeUtf8Char(area + 7, c.value);
+        EXPECT_EQ(Bytes(start, area + 7), hex(c.bytes)) << c.value;
+        EXPECT_EQ(area[7], 0xEE);
+        if (start > area) {
+            EXPECT_EQ(start[-1], 0xEE);
+        }
+    }
+    unsigned char area[8];
+    EXPECT_EQ(u8::qorEncodeUtf8Char(area + 8, 0x80000000u), area + 8);
+    // A surrogate is written as it is; refusing it is the length's job.
+    unsigned char *start = u8::qorEncodeUtf8Char(area + 8, 0xD800);
+    EXPECT_EQ(Bytes(start, area + 8), hex("ED A0 80"));
+}
+
+TEST_F(Utf8Test, DecodeEachWidth)
+{
+    for (const CharCase &c : kChars) {
+        SCOPED_TRACE(c.value);
+        Bytes b = hex(c.bytes);
+        QorULong wide = 0;
+        int used = -1;
+        bool ok = false;
+        ASSERT_EQ(run([&] {
+                      ok = u8::qorDecodeUtf8Char(&world, &wide, b.data(),
+                                                  static_cast<QorLong>(b.size()), 4, &used);
+                  }),
+                  0);
+        EXPECT_TRUE(ok);
+        EXPECT_EQ(used, static_cast<int>(b.size()));
+        EXPECT_EQ(wide, c.value);
+
+        uint16_t narrow = 0;
+        int code = run([&] {
+            ok = u8::qorDecodeUtf8Char(&world, &narrow, b.data(), static_cast<QorLong>(b.size()), 2,
+                                        &used);
+        });
+        if (c.value > 0xFFFF) {
+            EXPECT_EQ(code, kLimited);
+            EXPECT_TRUE(messageIs("0027S")) << world.errMsgBuffer;
+        } else {
+            EXPECT_EQ(code, 0);
+            EXPECT_EQ(narrow, c.value);
+        }
+        unsigned char octet = 0;
+        code = run([&] {
+            ok = u8::qorDecodeUtf8Char(&world, &octet, b.data(), static_cast<QorLong>(b.size()), 1,
+                                        &used);
+        });
+        EXPECT_EQ(code, c.value > 0xFF ? kLimited : 0);
+        if (c.value <= 0xFF) {
+            EXPECT_EQ(octet, c.value);
+        }
+    }
+}
+
+TEST_F(Utf8Test, UnknownWidth)
+{
+    Bytes b = hex("41");
+    unsigned char out[8];
+    int used;
+    EXPECT_EQ(run([&] { (void)u8::qorDecodeUtf8Char(&world, out, b.data(), 1, 3, &used); }),
+              kTableCorrupt);
+    EXPECT_TRUE(messageIs("0030S")) << world.errMsgBuffer;
+}
+
+TEST_F(Utf8Test, NotASequence)
+{
+    struct BadCase {
+        const char *bytes;
+        int used;
+    };
+    const BadCase cases[] = {
+        {"80", 0},          {"BF 41", 0},       {"FE 80 80 80 80 80 80", 0},
+        {"FF", 0},          {"C3", 2},          {"E2 82", 3},
+        {"E2 41 AC", 3},    {"E2 82 C0", 3},    {"FD BF BF BF BF", 6},
+        {"F0 9F 98 7F", 4},
+    };
+    for (const BadCase &c : cases) {
+        SCOPED_TRACE(c.bytes);
+        Bytes b = hex(c.bytes);
+        QorULong out;
+        int used = -1;
+        bool ok = true;
+        ASSERT_EQ(run([&] {
+                      ok = u8::qorDecodeUtf8Char(&world, &out, b.data(),
+                                                  static_cast<QorLong>(b.size()), 4, &used);
+                  }),
+                  0);
+        EXPECT_FALSE(ok);
+        EXPECT_EQ(used, c.used);
+    }
+    // Nothing at all to read.
+    QorULong out;
+    int used = -1;
+    unsigned char none = 0x41;
+    EXPECT_FALSE(u8::qorDecodeUtf8Char(&world, &out, &none, 0, 4, &used));
+    EXPECT_EQ(used, 0);
+}
+
+TEST_F(Utf8Test, StringsOfEachWidth)
+{
+    const uint16_t bmp[] = {0x48, 0xE9, 0x20AC, 0xFFFD};
+    const QorULong uni[] = {0x48, 0x1F600, 0x7FFFFFFF};
+    const unsigned char latin[] = {0x41, 0xFF};
+    Bytes bmpUtf8 = hex("48 C3 A9 E2 82 AC EF BF BD");
+    Bytes uniUtf8 = hex("48 F0 9F 98 80 FD BF BF BF BF BF");
+    Bytes latinUtf8 = hex("41 C3 BF");
+
+    QorLong size = 0;
+    ASSERT_EQ(run([&] { size = u8::qorUtf8SizeOf(&world, bmp, 4, 2); }), 0);
+    EXPECT_EQ(size, static_cast<QorLong>(bmpUtf8.size()));
+    ASSERT_EQ(run([&] { size = u8::qorUtf8SizeOf(&world, uni, 3, 4); }), 0);
+    EXPECT_EQ(size, static_cast<QorLong>(uniUtf8.size()));
+    ASSERT_EQ(run([&] { size = u8::qorUtf8SizeOf(&world, latin, 2, 1); }), 0);
+    EXPECT_EQ(size, 3);
+
+    unsigned char area[32];
+    unsigned char *start = u8::qorEncodeUtf8Chars(area + 32, bmp, 4, 2);
+    EXPECT_EQ(Bytes(start, area + 32), bmpUtf8);
+    start = u8::qorEncodeUtf8Chars(area + 32, uni, 3, 4);
+    EXPECT_EQ(Bytes(start, area + 32), uniUtf8);
+    start = u8::qorEncodeUtf8Chars(area + 32, latin, 2, 1);
+    EXPECT_EQ(Bytes(start, area + 32), latinUtf8);
+
+    QorLong count = 0;
+    ASSERT_EQ(run([&] {
+                  count = u8::qorUtf8CharCount(&world, uniUtf8.data(),
+                                                static_cast<QorLong>(uniUtf8.size()));
+              }),
+              0);
+    EXPECT_EQ(count, 3);
+    QorULong wide[3] = {};
+    ASSERT_EQ(run([&] {
+                  count = u8::qorDecodeUtf8Chars(&world, wide, uniUtf8.data(),
+                                                  static_cast<QorLong>(uniUtf8.size()), 4);
+              }),
+              0);
+    EXPECT_EQ(count, 3);
+    EXPECT_EQ(memcmp(wide, uni, sizeof uni), 0);
+    uint16_t narrow[4] = {};
+    ASSERT_EQ(run([&] {
+                  u8::qorDecodeUtf8Chars(&world, narrow, bmpUtf8.data(),
+                                          static_cast<QorLong>(bmpUtf8.size()), 2);
+              }),
+              0);
+    EXPECT_EQ(memcmp(narrow, bmp, sizeof bmp), 0);
+    // Too wide for 16 bits.
+    EXPECT_EQ(run([&] {
+                  u8::qorDecodeUtf8Chars(&world, wide, uniUtf8.data(),
+                                          static_cast<QorLong>(uniUtf8.size()), 2);
+              }),
+              kLimited);
+    EXPECT_EQ(run([&] { (void)u8::qorUtf8SizeOf(&world, bmp, 4, 3); }), kTableCorrupt);
+}
+
+TEST_F(Utf8Test, SurrogateHasNoUtf8Form)
+{
+    // The character at index 1 is refused: message 87 with its position.
+    const uint16_t text[] = {0x41, 0xD800, 0x42};
+    EXPECT_EQ(run([&] { (void)u8::qorUtf8SizeOf(&world, text, 3, 2); }), kDataError);
+    EXPECT_TRUE(messageIs("0119S")) << world.errMsgBuffer;
+    EXPECT_TRUE(messageIs("at position 1")) << world.errMsgBuffer;
+    const QorULong wide[] = {0xFFFE};
+    EXPECT_EQ(run([&] { (void)u8::qorUtf8SizeOf(&world, wide, 1, 4); }), kDataError);
+    const QorULong huge[] = {0x41, 0x42, 0x80000000u};
+    EXPECT_EQ(run([&] { (void)u8::qorUtf8SizeOf(&world, huge, 3, 4); }), kDataError);
+    EXPECT_TRUE(messageIs("at position 2")) << world.errMsgBuffer;
+}
+
+TEST_F(Utf8Test, TruncatedStringsAreBadSequences)
+{
+    // Every cut of a string: whole characters count, a cut one is message 135.
+    Bytes full = hex("48 C3 A9 E2 82 AC F0 9F 98 80 FD BF BF BF BF BF");
+    const size_t ends[] = {0, 1, 3, 6, 10, 16}; // where characters end
+    for (size_t cut = 0; cut <= full.size(); cut++) {
+        Bytes input(full.begin(), full.begin() + static_cast<long>(cut));
+        QorLong count = -1;
+        int code = run([&] {
+            count = u8::qorUtf8CharCount(&world, input.data(), static_cast<QorLong>(input.size()));
+        });
+        bool whole = false;
+        for (size_t e : ends)
+            whole = whole || e == cut;
+        if (whole) {
+            EXPECT_EQ(code, 0) << cut;
+        } else {
+            EXPECT_EQ(code, kDataError) << cut;
+            EXPECT_TRUE(messageIs("0120S")) << world.errMsgBuffer;
+        }
+        QorULong out[8];
+        code = run([&] {
+            u8::qorDecodeUtf8Chars(&world, out, input.data(), static_cast<QorLong>(input.size()), 4);
+        });
+        EXPECT_EQ(code, whole ? 0 : kDataError) << cut;
+    }
+}
+
+TEST_F(Utf8Test, EveryFirstOctet)
+{
+    // Each first octet with what should follow it, and cut one short.
+    for (int first = 0; first < 256; first++) {
+        Bytes b = {static_cast<unsigned char>(first), 0x80, 0x80, 0x80, 0x80, 0x80};
+        for (QorLong n = 1; n <= 6; n++) {
+            Bytes input(b.begin(), b.begin() + n);
+            QorULong out;
+            int used = -1;
+            bool ok = false;
+            ASSERT_EQ(run([&] { ok = u8::qorDecodeUtf8Char(&world, &out, input.data(), n, 4, &used); }),
+                      0);
+            EXPECT_TRUE(used >= 0 && used <= 6);
+            if (ok) {
+                EXPECT_LE(used, n);
+            }
+        }
+    }
+}
+
+} // namespace

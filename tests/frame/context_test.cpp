@@ -190,6 +190,8 @@ TEST(Context, BriefContextHasNoTableAndNoNestingLimits)
     ASSERT_EQ(qorbriefinit(&world), 0);
     EXPECT_EQ(world.ctlTable, nullptr);
     ASSERT_NE(world.privateArea, nullptr);
+    EXPECT_EQ(qorGetConstructedNestingLimit(&world), 0);
+    EXPECT_EQ(qorGetSeqSetNestingLimit(&world), 0);
     Raw value = sampleValue();
     QorBuf out = {0, nullptr};
     qorLinkBer(&world);

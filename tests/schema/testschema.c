@@ -15,14 +15,22 @@ enum {
     MSG_PDU_TAG_UNKNOWN = 122
 };
 
-enum { TAG_OCTET_STRING = 0x04, TAG_SEQUENCE = 0x30, TAG_SET = 0x31, TAG_BAGS = 0x61, TAG_RECORD = 0x62 };
+enum {
+    TAG_OCTET_STRING = 0x04,
+    TAG_SEQUENCE = 0x30,
+    TAG_SET = 0x31,
+    TAG_PERSONNEL = 0x60,
+    TAG_BAGS = 0x61,
+    TAG_RECORD = 0x62
+};
 enum { MSG_CHOICE_RANGE = 7, MSG_ENUM_RANGE = 36, MSG_FIELD_OMITTED = 117 };
 enum { BAG_SIZE_LIMIT = 4000 };
 /* Packed tags for messages: class in bits 15-14, number below. */
 
 static const char *const pduNames[PDU_COUNT][2] = {{"Raw", "OCTET STRING"}, {"Fault", "Fault"},
                                                     {"Bag", "Bag"},          {"Bags", "Bags"},
-                                                    {"Record", "Record"}};
+                                                    {"Record", "Record"},
+                                                    {"PersonnelRecord", "PersonnelRecord"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -226,6 +234,9 @@ static int berEncode(QorGlobal *world, int pdunum, void *value)
     case PDU_Record:
         encodeRecord(world, (const Record *)value, &pos, &room);
         break;
+    case PDU_PersonnelRecord:
+        personnelEncode(world, (const PersonnelRecord *)value, &pos, &room);
+        break;
     }
     if (world->userBuffer) {
         /* The encoding ends the caller's buffer; outRoom was the buffer's size. */
@@ -287,6 +298,8 @@ static int pduOfTag(unsigned char tag)
         return PDU_Bags;
     case TAG_RECORD:
         return PDU_Record;
+    case TAG_PERSONNEL:
+        return PDU_PersonnelRecord;
     default:
         return 0;
     }
@@ -356,8 +369,8 @@ static void decodeBags(QorGlobal *world, Bags *bags, QorLong length)
 
 static QorLong packedTagOfPdu(int pdunum)
 {
-    static const unsigned char tags[PDU_COUNT] = {TAG_OCTET_STRING, TAG_SEQUENCE, TAG_SET, TAG_BAGS,
-                                                  TAG_RECORD};
+    static const unsigned char tags[PDU_COUNT] = {TAG_OCTET_STRING, TAG_SEQUENCE, TAG_SET,
+                                                  TAG_BAGS,         TAG_RECORD,   TAG_PERSONNEL};
     return packedTag(tags[pdunum - 1]);
 }
 
@@ -538,14 +551,18 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
     }
     world->pduNumber = *pdunum;
     world->pduNames = pduNames[*pdunum - 1];
-    if (*pdunum == PDU_Record) {
+    if (*pdunum == PDU_Record || *pdunum == PDU_PersonnelRecord) {
         unsigned char *pos = world->inPos;
         QorLong room = world->inRoom;
-        Record *record = (Record *)_qor_dec_getmem(world, sizeof(Record));
-        decodeRecord(world, &pos, &room, record);
+        if (*pdunum == PDU_Record) {
+            Record *record = (Record *)_qor_dec_getmem(world, sizeof(Record));
+            decodeRecord(world, &pos, &room, record);
+            *output = record;
+        } else {
+            *output = personnelDecode(world, &pos, &room);
+        }
         world->inPos = pos;
         world->inRoom = room;
-        *output = record;
         return 0;
     }
     length = readHeader(world, &tag);
@@ -618,6 +635,9 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
     case PDU_Record:
         _qor_dec_free(world, ((Record *)value)->numbers.value);
         _qor_dec_free(world, value);
+        return 0;
+    case PDU_PersonnelRecord:
+        personnelFree(world, (PersonnelRecord *)value);
         return 0;
     default:
         return QOR_PDU_RANGE;

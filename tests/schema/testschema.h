@@ -16,7 +16,8 @@ enum {
     PDU_Bag = 3,   /* SET OF OCTET STRING */
     PDU_Bags = 4,  /* [APPLICATION 1] SET OF Bag */
     PDU_Record = 5, /* [APPLICATION 2] SEQUENCE of simple values */
-    PDU_COUNT = 5
+    PDU_PersonnelRecord = 6, /* the classic example of the encoding rules */
+    PDU_COUNT = 6
 };
 
 /* Raw ::= OCTET STRING */
@@ -87,6 +88,48 @@ typedef struct Record {
     } numbers;
     int64_t big;
 } Record;
+
+/* PersonnelRecord ::= [APPLICATION 0] IMPLICIT SET {
+ *     name Name, title [0] VisibleString, number EmployeeNumber,
+ *     dateOfHire [1] Date, nameOfSpouse [2] Name,
+ *     children [3] IMPLICIT SEQUENCE OF ChildInformation DEFAULT {} }
+ * ChildInformation ::= SET { name Name, dateOfBirth [0] Date }
+ * Name ::= [APPLICATION 1] IMPLICIT SEQUENCE {
+ *     givenName VisibleString, initial VisibleString, familyName VisibleString }
+ * EmployeeNumber ::= [APPLICATION 2] IMPLICIT INTEGER
+ * Date ::= [APPLICATION 3] IMPLICIT VisibleString -- YYYYMMDD
+ * (explicit tags by default). Strings are null-terminated. */
+typedef struct Name {
+    char *givenName;
+    char *initial;
+    char *familyName;
+} Name;
+
+typedef struct ChildInformation {
+    Name name;
+    char *dateOfBirth;
+} ChildInformation;
+
+typedef struct PersonnelRecord {
+    Name name;
+    char *title;
+    QorLong number;
+    char *dateOfHire;
+    Name nameOfSpouse;
+    struct {
+        QorLong count;
+        ChildInformation *value;
+    } children;
+} PersonnelRecord;
+
+/* The value of the examples: John P Smith, Director, number 51. */
+extern PersonnelRecord personnelExample;
+
+/* The PersonnelRecord entries, called by the schema's switch. */
+void personnelEncode(QorGlobal *world, const PersonnelRecord *value, unsigned char **pos,
+                     QorLong *room);
+void *personnelDecode(QorGlobal *world, unsigned char **pos, QorLong *room);
+void personnelFree(QorGlobal *world, PersonnelRecord *value);
 
 /* How the Fault encoder leaves. */
 enum FaultRaiser {

@@ -1,0 +1,74 @@
+// The contents of a BER string, primitive or constructed: where its octets
+// lie in the input, as a table of fragments that decoders copy out in order.
+#pragma once
+
+#include "frame/world.h"
+
+namespace qor {
+
+struct Fragment {
+    QorLong length;
+    const unsigned char *address;
+};
+
+// Lives on the decoder's frame. The first eight fragments stay there; more
+// move the table to temporary memory of the call, which `tempMark` releases,
+// together with anything a decoder took after it.
+struct FragmentTable {
+    static constexpr QorLong kInline = 8;
+    static constexpr QorULong kMoved = 0x1;
+
+    Fragment *entries;
+    QorLong capacity;
+    QorLong used;
+    QorULong flags;
+    int padBits; // BIT STRING: unused bits of the last segment
+    void *tempMark;
+    Fragment inlineEntries[kInline];
+};
+
+void qorInitFragments(FragmentTable *table);
+
+// A constructed encoding whose contents start at *pos: `length` octets, or
+// up to the matching end-of-contents octets when negative. Segments must be
+// OCTET STRING (tag 4), nested at most `constructedLimit` deep (0: no limit).
+// Fills `table`, moves *pos past the encoding, recomputes *room from the end
+// of the input, and returns the octets gathered.
+QorLong qorReadConstructed(QorGlobal *world, FragmentTable *table, unsigned char **pos,
+                           QorLong *room, QorLong length);
+
+// The same for BIT STRING: segments tagged 3, each led by its unused-bits
+// octet, which is not gathered; only the last may be non-zero, and it is
+// left in `padBits`.
+QorLong qorReadConstructedBits(QorGlobal *world, FragmentTable *table, unsigned char **pos,
+                               QorLong *room, QorLong length);
+
+// Either form, told apart by `bitOffset` as the tag read left it. A
+// primitive encoding becomes one fragment in place.
+QorLong qorReadStringContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
+                              QorLong *room, QorLong length);
+QorLong qorReadBitContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
+                           QorLong *room, QorLong length);
+
+// Copies the first `count` gathered octets to `out`.
+void qorCopyFragments(const FragmentTable *table, unsigned char *out, QorLong count);
+
+// The gathered octets in one piece: in place when there is at most one
+// fragment, else copied to temporary memory that qorReleaseFragments frees.
+[[nodiscard]] const unsigned char *qorContiguous(QorGlobal *world, FragmentTable *table,
+                                                 QorLong total);
+
+// Gives back the table's temporary memory and all that is newer.
+void qorReleaseFragments(QorGlobal *world, FragmentTable *table);
+
+// Whether NOCONSTRAIN lifts size constraints: the flags of the running
+// operation count, as an open type's encoder re-reads encodings with the
+// decoders.
+inline bool noConstrain(const QorGlobal *world)
+{
+    QorULong flags =
+        world->operation <= QOR_OP_ENCODE ? world->encodingFlags : world->decodingFlags;
+    return (flags & NOCONSTRAIN) != 0;
+}
+
+} // namespace qor

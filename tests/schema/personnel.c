@@ -1,0 +1,294 @@
+/* PersonnelRecord, the classic example of the encoding rules, written as
+ * generated BER code would be. Encoders put a SET's components in canonical
+ * tag order, which every rule accepts and DER requires; decoders take them in
+ * any order, with definite or indefinite lengths. */
+#include <string.h>
+
+#include "testschema.h"
+
+enum {
+    MSG_END_OF_INPUT = 45,
+    MSG_INCONSISTENT_LENGTHS = 102,
+    MSG_TAG_NOT_RECOGNIZED = 115,
+    MSG_FIELD_REPEATED = 116,
+    MSG_FIELD_OMITTED = 117,
+    MSG_EXPECTED_EOC = 118
+};
+
+enum {
+    TAG_VISIBLE_STRING = 0x1A,
+    TAG_NAME = 0x61,
+    TAG_NUMBER = 0x42,
+    TAG_DATE = 0x43,
+    TAG_PERSONNEL = 0x60,
+    TAG_SET = 0x31
+};
+
+static char john[] = "John", p[] = "P", smith[] = "Smith", director[] = "Director";
+static char hired[] = "19710917", mary[] = "Mary", t[] = "T", ralph[] = "Ralph";
+static char ralphBorn[] = "19571111", susan[] = "Susan", b[] = "B", jones[] = "Jones";
+static char susanBorn[] = "19590717";
+static ChildInformation exampleChildren[2] = {{{ralph, t, smith}, ralphBorn},
+                                              {{susan, b, jones}, susanBorn}};
+PersonnelRecord personnelExample = {
+    {john, p, smith}, director, 51, hired, {mary, t, smith}, {2, exampleChildren}};
+
+/* Encoding, last component first. */
+
+static QorLong encodeVisible(QorGlobal *world, const char *text, QorULong tag, unsigned char **pos,
+                             QorLong *room)
+{
+    QorLong n = _qor_encd_nstr(world, pos, room, text, 0);
+    return n + _qor_encd_tag_length(world, pos, room, n, tag);
+}
+
+static QorLong encodeName(QorGlobal *world, const Name *v, unsigned char **pos, QorLong *room)
+{
+    QorLong n = encodeVisible(world, v->familyName, TAG_VISIBLE_STRING, pos, room);
+    n += encodeVisible(world, v->initial, TAG_VISIBLE_STRING, pos, room);
+    n += encodeVisible(world, v->givenName, TAG_VISIBLE_STRING, pos, room);
+    return n + _qor_encd_tag_length(world, pos, room, n, TAG_NAME);
+}
+
+/* [n] Date: the explicit tag around the implicitly tagged string. */
+static QorLong encodeDate(QorGlobal *world, const char *date, QorULong tag, unsigned char **pos,
+                          QorLong *room)
+{
+    QorLong n = encodeVisible(world, date, TAG_DATE, pos, room);
+    return n + _qor_encd_tag_length(world, pos, room, n, tag);
+}
+
+static QorLong encodeChild(QorGlobal *world, const ChildInformation *v, unsigned char **pos,
+                           QorLong *room)
+{
+    QorLong n = encodeDate(world, v->dateOfBirth, 0xA0, pos, room);
+    n += encodeName(world, &v->name, pos, room);
+    return n + _qor_encd_tag_length(world, pos, room, n, TAG_SET);
+}
+
+void personnelEncode(QorGlobal *world, const PersonnelRecord *v, unsigned char **pos,
+                     QorLong *room)
+{
+    QorLong n = 0;
+    QorLong i;
+    if (v->children.count > 0) { /* DEFAULT {}: an empty list is left out */
+        QorLong listed = 0;
+        for (i = v->children.count - 1; i >= 0; i--)
+            listed += encodeChild(world, &v->children.value[i], pos, room);
+        n += listed + _qor_encd_tag_length(world, pos, room, listed, 0xA3);
+    }
+    {
+        QorLong spouse = encodeName(world, &v->nameOfSpouse, pos, room);
+        n += spouse + _qor_encd_tag_length(world, pos, room, spouse, 0xA2);
+    }
+    n += encodeDate(world, v->dateOfHire, 0xA1, pos, room);
+    {
+        QorLong title = encodeVisible(world, v->title, TAG_VISIBLE_STRING, pos, room);
+        n += title + _qor_encd_tag_length(world, pos, room, title, 0xA0);
+    }
+    n += _qor_encd_int_tl(world, pos, room, v->number, TAG_NUMBER);
+    n += encodeName(world, &v->name, pos, room);
+    _qor_encd_tag_length(world, pos, room, n, TAG_PERSONNEL);
+}
+
+/* Decoding. A constructed value runs to its definite end, or to the
+ * end-of-contents octets. */
+
+typedef struct Extent {
+    const unsigned char *end;
+    int indefinite;
+} Extent;
+
+/* Reads the header of a component with a one-octet tag; a lone 0x80 after it
+ * is the indefinite form, which string decoders take as -1. */
+static QorLong header(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong expected)
+{
+    unsigned char *start = *pos;
+    QorLong length = _qor_dec_tag_length(world, pos, room, expected);
+    return length == 0x80 && *pos - start == 2 ? -1 : length;
+}
+
+static void beginValue(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong expected,
+                 Extent *e)
+{
+    QorLong length = header(world, pos, room, expected);
+    e->indefinite = length < 0;
+    e->end = e->indefinite ? NULL : *pos + length;
+}
+
+static int more(QorGlobal *world, unsigned char **pos, const QorLong *room, const Extent *e)
+{
+    if (!e->indefinite)
+        return *pos < e->end;
+    if (*room < 2)
+        _qor_enc_error(world, MSG_END_OF_INPUT, 0);
+    return (*pos)[0] != 0 || (*pos)[1] != 0;
+}
+
+static void endValue(QorGlobal *world, unsigned char **pos, QorLong *room, const Extent *e)
+{
+    if (e->indefinite) {
+        if (*room < 2 || (*pos)[0] != 0 || (*pos)[1] != 0)
+            _qor_enc_error(world, MSG_EXPECTED_EOC, 0);
+        *pos += 2;
+        *room -= 2;
+    } else if (*pos != e->end) {
+        _qor_enc_error(world, MSG_INCONSISTENT_LENGTHS, 0);
+    }
+}
+
+static char *decodeVisible(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong tag)
+{
+    char *text = NULL;
+    _qor_dec_nstr_ptr(world, pos, room, header(world, pos, room, tag), &text, 0);
+    return text;
+}
+
+static void decodeName(QorGlobal *world, unsigned char **pos, QorLong *room, Name *v)
+{
+    Extent e;
+    beginValue(world, pos, room, TAG_NAME & ~0x20, &e);
+    v->givenName = decodeVisible(world, pos, room, TAG_VISIBLE_STRING);
+    v->initial = decodeVisible(world, pos, room, TAG_VISIBLE_STRING);
+    v->familyName = decodeVisible(world, pos, room, TAG_VISIBLE_STRING);
+    endValue(world, pos, room, &e);
+}
+
+/* A string inside an explicit tag. */
+static char *decodeExplicit(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong tag,
+                            QorULong inner)
+{
+    Extent e;
+    char *text;
+    beginValue(world, pos, room, tag, &e);
+    text = decodeVisible(world, pos, room, inner);
+    endValue(world, pos, room, &e);
+    return text;
+}
+
+static void tagNotRecognized(QorGlobal *world, unsigned char tag)
+{
+    _qor_enc_error(world, MSG_TAG_NOT_RECOGNIZED, ((QorLong)(tag >> 6) << 14) | (tag & 0x1f));
+}
+
+static void decodeChild(QorGlobal *world, unsigned char **pos, QorLong *room, ChildInformation *v)
+{
+    Extent e;
+    int seen = 0;
+    beginValue(world, pos, room, TAG_SET & ~0x20, &e);
+    while (more(world, pos, room, &e)) {
+        unsigned char tag = (*pos)[0];
+        int bit = tag == TAG_NAME ? 1 : tag == 0xA0 ? 2 : 0;
+        if (bit == 0)
+            tagNotRecognized(world, tag);
+        if (seen & bit)
+            _qor_enc_error(world, MSG_FIELD_REPEATED, 0);
+        seen |= bit;
+        if (bit == 1)
+            decodeName(world, pos, room, &v->name);
+        else
+            v->dateOfBirth = decodeExplicit(world, pos, room, 0x80, TAG_DATE);
+    }
+    endValue(world, pos, room, &e);
+    if (seen != 3)
+        _qor_enc_error(world, MSG_FIELD_OMITTED, 0);
+}
+
+enum { CHILDREN_PER_BLOCK = 8 };
+
+static void decodeChildren(QorGlobal *world, unsigned char **pos, QorLong *room, PersonnelRecord *v)
+{
+    Extent e;
+    void *list = NULL;
+    void *current = NULL;
+    QorLong count = 0, inBlock = CHILDREN_PER_BLOCK, blocks = 0;
+    beginValue(world, pos, room, 0x83, &e);
+    while (more(world, pos, room, &e)) {
+        if (inBlock == CHILDREN_PER_BLOCK) {
+            _qor_allocate_memblock(world, &current, &list,
+                                   CHILDREN_PER_BLOCK * (QorLong)sizeof(ChildInformation));
+            inBlock = 0;
+            blocks++;
+        }
+        memset((ChildInformation *)current + inBlock, 0, sizeof(ChildInformation));
+        decodeChild(world, pos, room, (ChildInformation *)current + inBlock++);
+        count++;
+    }
+    endValue(world, pos, room, &e);
+    v->children.count = count;
+    v->children.value = (ChildInformation *)_qor_consolidate_memblock_fast(
+        world, sizeof(ChildInformation), count, list, CHILDREN_PER_BLOCK, blocks, inBlock, 0);
+}
+
+void *personnelDecode(QorGlobal *world, unsigned char **pos, QorLong *room)
+{
+    PersonnelRecord *v = (PersonnelRecord *)_qor_dec_getmem(world, sizeof(PersonnelRecord));
+    Extent e;
+    int seen = 0;
+    beginValue(world, pos, room, TAG_PERSONNEL & ~0x20, &e);
+    while (more(world, pos, room, &e)) {
+        unsigned char tag = (*pos)[0];
+        int bit;
+        switch (tag) {
+        case TAG_NAME: bit = 0x01; break;
+        case 0xA0: bit = 0x02; break;
+        case TAG_NUMBER: bit = 0x04; break;
+        case 0xA1: bit = 0x08; break;
+        case 0xA2: bit = 0x10; break;
+        case 0xA3: bit = 0x20; break;
+        default: tagNotRecognized(world, tag); return NULL;
+        }
+        if (seen & bit)
+            _qor_enc_error(world, MSG_FIELD_REPEATED, 0);
+        seen |= bit;
+        switch (bit) {
+        case 0x01:
+            decodeName(world, pos, room, &v->name);
+            break;
+        case 0x02:
+            v->title = decodeExplicit(world, pos, room, 0x80, TAG_VISIBLE_STRING);
+            break;
+        case 0x04:
+            v->number = _qor_dec_iint(world, pos, room, header(world, pos, room, TAG_NUMBER));
+            break;
+        case 0x08:
+            v->dateOfHire = decodeExplicit(world, pos, room, 0x81, TAG_DATE);
+            break;
+        case 0x10: {
+            Extent spouse;
+            beginValue(world, pos, room, 0x82, &spouse);
+            decodeName(world, pos, room, &v->nameOfSpouse);
+            endValue(world, pos, room, &spouse);
+            break;
+        }
+        default:
+            decodeChildren(world, pos, room, v);
+        }
+    }
+    endValue(world, pos, room, &e);
+    if ((seen & 0x1f) != 0x1f)
+        _qor_enc_error(world, MSG_FIELD_OMITTED, 0);
+    return v;
+}
+
+static void freeName(QorGlobal *world, Name *v)
+{
+    _qor_dec_free(world, v->givenName);
+    _qor_dec_free(world, v->initial);
+    _qor_dec_free(world, v->familyName);
+}
+
+void personnelFree(QorGlobal *world, PersonnelRecord *v)
+{
+    QorLong i;
+    freeName(world, &v->name);
+    _qor_dec_free(world, v->title);
+    _qor_dec_free(world, v->dateOfHire);
+    freeName(world, &v->nameOfSpouse);
+    for (i = 0; i < v->children.count; i++) {
+        freeName(world, &v->children.value[i].name);
+        _qor_dec_free(world, v->children.value[i].dateOfBirth);
+    }
+    _qor_dec_free(world, v->children.value);
+    _qor_dec_free(world, v);
+}

@@ -1,0 +1,82 @@
+// A reader for the reference vectors: a JSON list of flat objects whose
+// fields are strings or lists of strings; that is all it understands.
+#include "support/vectors.h"
+
+#include <fstream>
+#include <sstream>
+
+namespace qortest {
+
+namespace {
+
+// The string value of `key` in the object text, unescaped.
+std::string field(const std::string &object, const std::string &key)
+{
+    std::string marker = "\"" + key + "\"";
+    size_t at = object.find(marker);
+    if (at == std::string::npos)
+        return "";
+    at = object.find_first_of("\"[", at + marker.size());
+    if (at == std::string::npos)
+        return "";
+    if (object[at] == '[') // a list: its first string
+        at = object.find('"', at);
+    std::string out;
+    for (size_t i = at + 1; i < object.size() && object[i] != '"'; i++) {
+        if (object[i] == '\\' && i + 1 < object.size()) {
+            char c = object[++i];
+            out += c == 'n' ? '\n' : c == 't' ? '\t' : c;
+        } else {
+            out += object[i];
+        }
+    }
+    return out;
+}
+
+std::vector<Vector> load()
+{
+    std::vector<Vector> all;
+    std::ifstream in(QOR_VECTORS_DIR "/personnel.json");
+    if (!in)
+        return all;
+    std::stringstream buffer;
+    buffer << in.rdbuf();
+    std::string text = buffer.str();
+    // Objects don't nest, and braces inside strings don't occur in these files.
+    for (size_t open = text.find('{'); open != std::string::npos; open = text.find('{', open + 1)) {
+        size_t close = text.find('}', open);
+        if (close == std::string::npos)
+            break;
+        std::string object = text.substr(open, close - open + 1);
+        Vector v;
+        v.schema = field(object, "schema");
+        v.rule = field(object, "rule");
+        v.madeBy = field(object, "made_by");
+        v.text = field(object, "encoding_text");
+        std::string hexText = field(object, "encoding_hex");
+        for (size_t i = 0; i + 1 < hexText.size(); i += 2)
+            v.encoding.push_back(static_cast<unsigned char>(std::stoi(hexText.substr(i, 2), nullptr, 16)));
+        all.push_back(v);
+        open = close;
+    }
+    return all;
+}
+
+} // namespace
+
+const std::vector<Vector> &referenceVectors()
+{
+    static const std::vector<Vector> all = load();
+    return all;
+}
+
+std::vector<Vector> vectorsFor(const std::string &schema, const std::string &rule)
+{
+    std::vector<Vector> out;
+    for (const Vector &v : referenceVectors())
+        if (v.schema == schema && v.rule == rule)
+            out.push_back(v);
+    return out;
+}
+
+} // namespace qortest

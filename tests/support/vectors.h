@@ -1,0 +1,26 @@
+// Reference encodings made with independent tools, read from the shared
+// vectors folder beside the checkout.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "support/roundtrip.h"
+
+namespace qortest {
+
+struct Vector {
+    std::string schema; // "personnel.asn", ...
+    std::string rule;   // "BER", "DER", "CER", "PER", ...
+    std::string madeBy;
+    Bytes encoding;     // empty for the text rules
+    std::string text;
+};
+
+// All vectors, or none when the folder isn't there.
+const std::vector<Vector> &referenceVectors();
+
+// The vectors of one schema and rule.
+std::vector<Vector> vectorsFor(const std::string &schema, const std::string &rule);
+
+} // namespace qortest
