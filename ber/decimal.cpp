@@ -498,7 +498,8 @@ size_t qorFormatShortest(double value, char *buffer)
     // std::to_chars gives the shortest digits that read back the same, in
     // "d.ddde+xx" form and in no locale; the record then prints them.
     char digits[kShortestRealSize];
-    auto r = std::to_chars(digits, digits + sizeof digits - 1, value, std::chars_format::scientific);
+    auto r =
+        std::to_chars(digits, digits + sizeof digits - 1, value, std::chars_format::scientific);
     *r.ptr = '\0';
     DecimalRecord record;
     if (qorParseDecimal(digits, record) != kDecimalOk) { // NaN and infinities

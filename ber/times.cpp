@@ -78,7 +78,10 @@ char *putOffset(QorGlobal *world, char *out, int mindiff)
     return putNumber(world, out, minutes % 60, 2);
 }
 
-bool endsWith00(const char *start, const char *end) { return end - start >= 2 && end[-1] == '0' && end[-2] == '0'; }
+bool endsWith00(const char *start, const char *end)
+{
+    return end - start >= 2 && end[-1] == '0' && end[-2] == '0';
+}
 
 QorLong encodeTime(QorGlobal *world, unsigned char **pos, QorLong *room, const GeneralizedTime *t,
                    bool utcTime)
@@ -371,7 +374,8 @@ void _qor_check_nullterm_time(QorGlobal *world, const char *text, int isUTCTime)
     if (*p == '+' || *p == '-') {
         p++;
         int offset;
-        if (twoDigits(world, p, offset) && (*p == '\0' || (twoDigits(world, p, offset) && *p == '\0')))
+        if (twoDigits(world, p, offset) &&
+            (*p == '\0' || (twoDigits(world, p, offset) && *p == '\0')))
             return;
     }
     raise(world, kBadTime, longValue(0));

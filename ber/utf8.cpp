@@ -28,7 +28,12 @@ int leadingOnes(unsigned char c)
 // The sequence length of any value below 2^31, with no refusals.
 int rawLength(QorULong v)
 {
-    return v < 0x80 ? 1 : v < 0x800 ? 2 : v < 0x10000 ? 3 : v < 0x200000 ? 4 : v < 0x4000000 ? 5 : 6;
+    return v < 0x80        ? 1
+           : v < 0x800     ? 2
+           : v < 0x10000   ? 3
+           : v < 0x200000  ? 4
+           : v < 0x4000000 ? 5
+                           : 6;
 }
 
 QorULong charAt(const void *chars, QorLong i, int width)

@@ -26,8 +26,8 @@ unsigned char *qorEncodeUtf8Char(unsigned char *end, QorULong value);
 // for a sequence cut short, and for a following octet not of the form
 // 10xxxxxx. A character too wide for `width` is message 99; a width other
 // than 1, 2 or 4 message 101.
-[[nodiscard]] bool qorDecodeUtf8Char(QorGlobal *world, void *out, const unsigned char *in, QorLong inLength,
-                       int width, int *used);
+[[nodiscard]] bool qorDecodeUtf8Char(QorGlobal *world, void *out, const unsigned char *in,
+                                     QorLong inLength, int width, int *used);
 
 // Octets that `count` characters of `width` octets (1, 2 or 4, host order) at
 // `chars` take in UTF-8. A character without a UTF-8 form is message 87 with

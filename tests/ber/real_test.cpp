@@ -378,8 +378,9 @@ TEST_F(RealTest, WritesBelowWhatIsThereAcrossBlocks)
               0);
     QorLong length = 0;
     unsigned char *value = nullptr;
-    ASSERT_EQ(inFrame(&world, QOR_OP_ENCODE, [&] { _qor_set_outmem_d(&world, room, &length, &value); }),
-              0);
+    ASSERT_EQ(
+        inFrame(&world, QOR_OP_ENCODE, [&] { _qor_set_outmem_d(&world, room, &length, &value); }),
+        0);
     Bytes expected = hex("81 03 B2 05 F9 0F 22 00 1D 67");
     expected.insert(expected.end(), filler.begin(), filler.end());
     EXPECT_EQ(Bytes(value, value + length), expected);
@@ -871,7 +872,8 @@ TEST_F(RealTest, EveryFirstOctetWithShortContents)
     // All 256 first octets, alone and with one or two more octets: nothing
     // crashes, nothing reads beyond the contents, every failure is a REAL one.
     for (int first = 0; first < 256; first++) {
-        for (const Bytes &tail : {Bytes{}, Bytes{0x01}, Bytes{0x80, 0x01}, Bytes{0x03, 0xFF, 0x00, 0x01}}) {
+        for (const Bytes &tail :
+             {Bytes{}, Bytes{0x01}, Bytes{0x80, 0x01}, Bytes{0x03, 0xFF, 0x00, 0x01}}) {
             Bytes input = {static_cast<unsigned char>(first)};
             input.insert(input.end(), tail.begin(), tail.end());
             double d;
@@ -936,10 +938,22 @@ TEST_F(RealTest, RandomContents)
         QorMixedReal m;
         const auto n = static_cast<QorLong>(b.size());
         int codes[] = {
-            decode(b, n, [&](unsigned char **p, QorLong *r, QorLong len) { _qor_dec_real(&world, p, r, len, &d); }),
-            decode(b, n, [&](unsigned char **p, QorLong *r, QorLong len) { _qor_dec_freal(&world, p, r, len, &f); }),
-            decode(b, n, [&](unsigned char **p, QorLong *r, QorLong len) { _qor_dec_creal(&world, p, r, len, &t); }),
-            decode(b, n, [&](unsigned char **p, QorLong *r, QorLong len) { _qor_dec_mreal_ia(&world, p, r, len, &m); }),
+            decode(b, n,
+                   [&](unsigned char **p, QorLong *r, QorLong len) {
+                       _qor_dec_real(&world, p, r, len, &d);
+                   }),
+            decode(b, n,
+                   [&](unsigned char **p, QorLong *r, QorLong len) {
+                       _qor_dec_freal(&world, p, r, len, &f);
+                   }),
+            decode(b, n,
+                   [&](unsigned char **p, QorLong *r, QorLong len) {
+                       _qor_dec_creal(&world, p, r, len, &t);
+                   }),
+            decode(b, n,
+                   [&](unsigned char **p, QorLong *r, QorLong len) {
+                       _qor_dec_mreal_ia(&world, p, r, len, &m);
+                   }),
         };
         releaseCall();
         for (int code : codes)

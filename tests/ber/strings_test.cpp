@@ -21,8 +21,6 @@ constexpr int kSizeViolated = QOR_CONSTRAINT_VIOLATED;    // message 27
 constexpr int kOutOfMemory = QOR_OUT_OF_MEMORY;           // message 6
 constexpr int kNestedTooDeep = 108;                       // message 180
 
-Bytes text(const char *s) { return Bytes(s, s + strlen(s)); }
-
 Bytes concat(std::initializer_list<Bytes> parts)
 {
     Bytes out;
@@ -600,13 +598,31 @@ TEST_F(StringTest, LongStringsRoundTripThroughManyBlocks)
             return n + _qor_encd_tag_length(&world, pos, room, n, utf8 ? 0x0C : 0x1E);
         });
         ASSERT_EQ(e.code, 0);
-        EXPECT_EQ(e.bytes.size(), utf8 ? 4 + 13334 + 13333 * 2 + 13333 * 3 : 4 + 80000);
+        EXPECT_EQ(e.bytes.size(), 5u + (utf8 ? 13334 + 13333 * 2 + 13333 * 3 : 80000));
         EXPECT_EQ(decode(e.bytes, [&](unsigned char **pos, QorLong *room, QorLong length) {
                       uint16_t *out = nullptr;
                       QorLong n = utf8 ? _qor_dec_utf8bmpstr_ia(&world, pos, room, length, &out, 0)
                                        : _qor_dec_bmpstr_ia(&world, pos, room, length, &out, 0);
                       ASSERT_EQ(n, 40000);
                       EXPECT_EQ(memcmp(out, chars.data(), 80000), 0);
+                  }),
+                  0);
+    }
+
+    // Characters of one width only, so that sequences meet the ends of the
+    // converter's chunks in every way.
+    for (QorULong c : {0x41u, 0xE9u, 0x20ACu, 0x1F600u, 0x200000u, 0x7FFFFFFFu}) {
+        SCOPED_TRACE(c);
+        std::vector<QorULong> same(3000, c);
+        e = encode([&](unsigned char **pos, QorLong *room) {
+            QorLong n = _qor_encd_utf8unistr_ia(&world, pos, room, same.data(), 3000, 0);
+            return n + _qor_encd_tag_length(&world, pos, room, n, 0x0C);
+        });
+        ASSERT_EQ(e.code, 0);
+        EXPECT_EQ(decode(e.bytes, [&](unsigned char **pos, QorLong *room, QorLong length) {
+                      QorULong *out = nullptr;
+                      ASSERT_EQ(_qor_dec_utf8unistr_ia(&world, pos, room, length, &out, 3000), 3000);
+                      EXPECT_EQ(memcmp(out, same.data(), 3000 * sizeof(QorULong)), 0);
                   }),
                   0);
     }
@@ -626,7 +642,7 @@ TEST_F(StringTest, ConstructedInputGivesOneContiguousValue)
         {"24 80 04 00 04 01 41 04 00 00 00", "41"},           // empty segments
         {"24 80 00 00", ""},
         {"24 00", ""},
-        {"24 81 03 04 81 01 41", "41"},                       // long forms
+        {"24 81 04 04 81 01 41", "41"},                       // long forms
         {"24 80 1F 04 01 41 00 00", "41"},                    // a tag written long is no error here
     };
     for (const Case &c : cases) {

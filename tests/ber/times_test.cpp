@@ -171,7 +171,8 @@ protected:
 
     int check(const char *t, int isUTCTime)
     {
-        return inFrame(&world, QOR_OP_ENCODE, [&] { _qor_check_nullterm_time(&world, t, isUTCTime); });
+        return inFrame(&world, QOR_OP_ENCODE,
+                       [&] { _qor_check_nullterm_time(&world, t, isUTCTime); });
     }
 
     bool messageIs(const char *id) const { return strstr(world.errMsgBuffer, id) != nullptr; }
@@ -310,8 +311,9 @@ TEST_F(TimeTest, TimesGoBelowWhatIsThere)
               0);
     QorLong length = 0;
     unsigned char *value = nullptr;
-    ASSERT_EQ(inFrame(&world, QOR_OP_ENCODE, [&] { _qor_set_outmem_d(&world, room, &length, &value); }),
-              0);
+    ASSERT_EQ(
+        inFrame(&world, QOR_OP_ENCODE, [&] { _qor_set_outmem_d(&world, room, &length, &value); }),
+        0);
     EXPECT_EQ(std::string(value, value + length), "240102030405Z20240102030405Ztail");
     world.userFree(&world, value);
 }
@@ -395,8 +397,9 @@ TEST_F(TimeTest, DerDecodingIsStrict)
     ASSERT_EQ(decodeG("20240102030405.25Z", &t), 0);
     EXPECT_TRUE(same(t, at(2024, 1, 2, 3, 4, 5, 250)));
     ASSERT_EQ(decodeU("240102030405Z", &t), 0);
-    for (const char *s : {"20240102030405", "202401020304Z", "20240102030405,5Z", "20240102030405.50Z",
-                          "20240102030405.Z", "20240102030405+0100", "2024010203Z"}) {
+    for (const char *s :
+         {"20240102030405", "202401020304Z", "20240102030405,5Z", "20240102030405.50Z",
+          "20240102030405.Z", "20240102030405+0100", "2024010203Z"}) {
         SCOPED_TRACE(s);
         EXPECT_EQ(decodeG(s, &t), kBadTime);
         EXPECT_TRUE(messageIs("0013S")) << world.errMsgBuffer;
@@ -539,10 +542,22 @@ TEST_F(TimeTest, RandomContents)
         GeneralizedTime t;
         char *out;
         int codes[] = {
-            decode(b, n, [&](unsigned char **p, QorLong *r, QorLong len) { _qor_dec_gtime(&world, p, r, len, &t); }),
-            decode(b, n, [&](unsigned char **p, QorLong *r, QorLong len) { _qor_dec_utime(&world, p, r, len, &t); }),
-            decode(b, n, [&](unsigned char **p, QorLong *r, QorLong len) { _qor_dec_untime(&world, p, r, len, &out, 0, 0); }),
-            decode(b, n, [&](unsigned char **p, QorLong *r, QorLong len) { _qor_dec_untime(&world, p, r, len, &out, 0, 1); }),
+            decode(b, n,
+                   [&](unsigned char **p, QorLong *r, QorLong len) {
+                       _qor_dec_gtime(&world, p, r, len, &t);
+                   }),
+            decode(b, n,
+                   [&](unsigned char **p, QorLong *r, QorLong len) {
+                       _qor_dec_utime(&world, p, r, len, &t);
+                   }),
+            decode(b, n,
+                   [&](unsigned char **p, QorLong *r, QorLong len) {
+                       _qor_dec_untime(&world, p, r, len, &out, 0, 0);
+                   }),
+            decode(b, n,
+                   [&](unsigned char **p, QorLong *r, QorLong len) {
+                       _qor_dec_untime(&world, p, r, len, &out, 0, 1);
+                   }),
         };
         releaseCall();
         for (int code : codes)

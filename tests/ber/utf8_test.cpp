@@ -269,7 +269,8 @@ TEST_F(Utf8Test, TruncatedStringsAreBadSequences)
         }
         QorULong out[8];
         code = run([&] {
-            u8::qorDecodeUtf8Chars(&world, out, input.data(), static_cast<QorLong>(input.size()), 4);
+            u8::qorDecodeUtf8Chars(&world, out, input.data(), static_cast<QorLong>(input.size()),
+                                   4);
         });
         EXPECT_EQ(code, whole ? 0 : kDataError) << cut;
     }
@@ -285,8 +286,9 @@ TEST_F(Utf8Test, EveryFirstOctet)
             QorULong out;
             int used = -1;
             bool ok = false;
-            ASSERT_EQ(run([&] { ok = u8::qorDecodeUtf8Char(&world, &out, input.data(), n, 4, &used); }),
-                      0);
+            ASSERT_EQ(
+                run([&] { ok = u8::qorDecodeUtf8Char(&world, &out, input.data(), n, 4, &used); }),
+                0);
             EXPECT_TRUE(used >= 0 && used <= 6);
             if (ok) {
                 EXPECT_LE(used, n);

@@ -42,12 +42,26 @@ std::vector<Vector> load()
     std::stringstream buffer;
     buffer << in.rdbuf();
     std::string text = buffer.str();
-    // Objects don't nest, and braces inside strings don't occur in these files.
-    for (size_t open = text.find('{'); open != std::string::npos; open = text.find('{', open + 1)) {
-        size_t close = text.find('}', open);
-        if (close == std::string::npos)
-            break;
-        std::string object = text.substr(open, close - open + 1);
+    // Objects of the list, found outside strings (values hold braces).
+    std::vector<std::string> objects;
+    bool inString = false;
+    size_t start = 0;
+    for (size_t i = 0; i < text.size(); i++) {
+        char c = text[i];
+        if (inString) {
+            if (c == '\\')
+                i++;
+            else if (c == '"')
+                inString = false;
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == '{') {
+            start = i;
+        } else if (c == '}') {
+            objects.push_back(text.substr(start, i - start + 1));
+        }
+    }
+    for (const std::string &object : objects) {
         Vector v;
         v.schema = field(object, "schema");
         v.rule = field(object, "rule");
@@ -57,7 +71,6 @@ std::vector<Vector> load()
         for (size_t i = 0; i + 1 < hexText.size(); i += 2)
             v.encoding.push_back(static_cast<unsigned char>(std::stoi(hexText.substr(i, 2), nullptr, 16)));
         all.push_back(v);
-        open = close;
     }
     return all;
 }
