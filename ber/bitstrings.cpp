@@ -20,7 +20,10 @@ constexpr int kNamedBitsFlag = 0x80;
 constexpr QorLong kConstructedFrom = 1000;
 constexpr QorLong kSegmentData = 999;
 
-QorLong octetsOf(int64_t bits) { return static_cast<QorLong>(bits / 8 + (bits % 8 != 0)); }
+QorLong octetsOf(int64_t bits)
+{
+    return static_cast<QorLong>(bits / 8 + (bits % 8 != 0));
+}
 
 // The bits of the last octet that belong to a value of `bits` bits.
 unsigned char lastMask(int64_t bits)
@@ -103,7 +106,10 @@ QorLong writeBits(QorGlobal *world, unsigned char **pos, QorLong *room, const un
 // Named-bit lists of up to 32 bits are held in an integer of 1, 2 or 4
 // octets, as the size asks, with bit 0 at the integer's top; longer ones in
 // an array in the encoding's order.
-int wordOctets(int64_t bits) { return bits <= 8 ? 1 : bits <= 16 ? 2 : 4; }
+int wordOctets(int64_t bits)
+{
+    return bits <= 8 ? 1 : bits <= 16 ? 2 : 4;
+}
 
 void wordToOctets(QorULong word, int width, unsigned char *out)
 {
@@ -313,8 +319,8 @@ QorLong _qor_dec_ubit_ia(QorGlobal *world, unsigned char **pos, QorLong *room, Q
     return decodeToNewMemory(world, pos, room, length, out, max, (flags & kNamedBitsFlag) != 0);
 }
 
-QorLong _qor_dec_vbit_ptr_nz(QorGlobal *world, unsigned char **pos, QorLong *room,
-                             QorLong length, unsigned char **out, QorLong max, char named)
+QorLong _qor_dec_vbit_ptr_nz(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                             unsigned char **out, QorLong max, char named)
 {
     return decodeToNewMemory(world, pos, room, length, out, max, named != 0);
 }

@@ -26,8 +26,8 @@ constexpr QorULong kOctetStringTag = 4;
 // Temporary memory is stack-ordered, so an array that outgrows its piece
 // takes a new one of twice the size and leaves the old one in place until
 // the table is released: growth stays linear in the input.
-void *grow(QorGlobal *world, FragmentTable *table, const void *old, QorLong used,
-           QorLong *capacity, size_t elementSize)
+void *grow(QorGlobal *world, FragmentTable *table, const void *old, QorLong used, QorLong *capacity,
+           size_t elementSize)
 {
     int64_t wanted = int64_t{*capacity} * 2;
     int64_t bytes = wanted * static_cast<int64_t>(elementSize);
@@ -55,8 +55,9 @@ void addFragment(QorGlobal *world, FragmentTable *table, const unsigned char *ad
 // The segments still open, innermost on top: where each ends, or null for
 // the indefinite form. The nesting limit is kept in the context as well, as
 // other readers of constructed values share it.
-class OpenSegments {
-public:
+class OpenSegments
+{
+  public:
     OpenSegments(QorGlobal *world, FragmentTable *table)
         : world_(world), table_(table), limit_(world->privateArea->constructedLimit)
     {
@@ -82,7 +83,7 @@ public:
 
     const unsigned char *top() const { return ends_[used_ - 1]; }
 
-private:
+  private:
     static constexpr QorLong kInline = 16;
     QorGlobal *world_;
     FragmentTable *table_;

@@ -44,7 +44,7 @@ void checkCapacity(QorGlobal *world, QorLong count, QorLong max, int message)
 QorLong octetsFor(QorGlobal *world, QorLong count, int width, int message)
 {
     int64_t octets = int64_t{count} * width;
-    if (count < 0 || octets > INT32_MAX - 8)
+    if (octets > INT32_MAX - 8)
         raise(world, message, longValue(count));
     return static_cast<QorLong>(octets);
 }
@@ -75,9 +75,9 @@ QorULong charAt(const void *chars, QorLong i, int width)
 QorLong writeWide(QorGlobal *world, unsigned char **pos, QorLong *room, const void *chars,
                   QorLong count, int width)
 {
-    QorLong total = octetsFor(world, count, width, kSizeTooLong);
-    if (count > 0 && chars == nullptr)
+    if (count < 0 || (count > 0 && chars == nullptr))
         raise(world, kMisencoded, longValue(count));
+    QorLong total = octetsFor(world, count, width, kSizeTooLong);
     if (sizingOnly(world))
         return _qor_write_bytes_d(world, pos, room, nullptr, total);
     auto put = [width](unsigned char *out, QorULong c) {
@@ -199,8 +199,8 @@ QorLong keptOfVarying(QorLong count, QorLong max)
 }
 
 // Characters of 2 or 4 octets, big-endian in the encoding, host order in memory.
-QorLong decodeWide(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
-                   void **out, QorLong max, int width)
+QorLong decodeWide(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length, void **out,
+                   QorLong max, int width)
 {
     FragmentTable table;
     qorInitFragments(&table);
@@ -217,7 +217,8 @@ QorLong decodeWide(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong
             auto v = static_cast<uint16_t>((c[0] << 8) | c[1]);
             memcpy(c, &v, 2);
         } else {
-            QorULong v = (QorULong{c[0]} << 24) | (QorULong{c[1]} << 16) | (QorULong{c[2]} << 8) | c[3];
+            QorULong v =
+                (QorULong{c[0]} << 24) | (QorULong{c[1]} << 16) | (QorULong{c[2]} << 8) | c[3];
             memcpy(c, &v, 4);
         }
     }
@@ -256,7 +257,8 @@ QorLong _qor_encd_nstr(QorGlobal *world, unsigned char **pos, QorLong *room, con
     size_t length = text != nullptr ? strlen(text) : 0;
     if (length > INT32_MAX)
         raise(world, kSizeTooLong, longValue(-1));
-    // The text is given whole, so the limit holds under every flag.
+    // Such a text lives in an array of `max` + 1 octets: a longer one has
+    // run past it, which NOCONSTRAIN cannot make right.
     if (max > 0 && static_cast<QorLong>(length) > max)
         raise(world, kSizeExceeded, longValue(static_cast<QorLong>(length)));
     return _qor_write_bytes_d(world, pos, room, text, static_cast<QorLong>(length));
@@ -367,8 +369,8 @@ QorLong _qor_dec_voct_ia(QorGlobal *world, unsigned char **pos, QorLong *room, Q
 QorLong _qor_dec_vstr_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
                          void *out, QorLong max) __attribute__((alias("_qor_dec_voct_ia")));
 
-QorLong _qor_dec_voct_ptr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
-                             QorLong length, void **out, QorLong max)
+QorLong _qor_dec_voct_ptr_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                             void **out, QorLong max)
 {
     FragmentTable table;
     qorInitFragments(&table);
@@ -381,8 +383,8 @@ QorLong _qor_dec_voct_ptr_ia(QorGlobal *world, unsigned char **pos, QorLong *roo
     return kept;
 }
 
-QorLong _qor_dec_vstr_ptr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
-                             QorLong length, void **out, QorLong max)
+QorLong _qor_dec_vstr_ptr_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                             void **out, QorLong max)
     __attribute__((alias("_qor_dec_voct_ptr_ia")));
 
 QorLong _qor_dec_nstr(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
@@ -462,14 +464,14 @@ QorLong _qor_dec_utf8unbound_ia(QorGlobal *world, unsigned char **pos, QorLong *
     return octets;
 }
 
-QorLong _qor_dec_utf8bmpstr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
-                               QorLong length, uint16_t **out, QorLong max)
+QorLong _qor_dec_utf8bmpstr_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                               uint16_t **out, QorLong max)
 {
     return decodeUtf8Wide(world, pos, room, length, reinterpret_cast<void **>(out), max, 2);
 }
 
-QorLong _qor_dec_utf8unistr_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
-                               QorLong length, QorULong **out, QorLong max)
+QorLong _qor_dec_utf8unistr_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                               QorULong **out, QorLong max)
 {
     return decodeUtf8Wide(world, pos, room, length, reinterpret_cast<void **>(out), max, 4);
 }

@@ -12,11 +12,11 @@ using namespace qortest;
 
 namespace {
 
-constexpr int kDataError = QOR_DATA_ERROR;        // messages 12, 102, 103, 105, 106, 119
-constexpr int kMoreInput = QOR_MORE_INPUT;        // message 45
-constexpr int kLimited = QOR_LIMITED;             // messages 42, 98
-constexpr int kSizeExceeded = 16;                 // message 79
-constexpr int kTableCorrupt = QOR_TABLE_CORRUPT;  // message 101
+constexpr int kDataError = QOR_DATA_ERROR;       // messages 12, 102, 103, 105, 106, 119
+constexpr int kMoreInput = QOR_MORE_INPUT;       // message 45
+constexpr int kLimited = QOR_LIMITED;            // messages 42, 98
+constexpr int kSizeExceeded = 16;                // message 79
+constexpr int kTableCorrupt = QOR_TABLE_CORRUPT; // message 101
 
 Bytes concat(std::initializer_list<Bytes> parts)
 {
@@ -39,8 +39,9 @@ Bytes slice(const Bytes &b, size_t from, size_t to)
     return Bytes(b.begin() + static_cast<long>(from), b.begin() + static_cast<long>(to));
 }
 
-class BitTest : public BerTest {
-public:
+class BitTest : public BerTest
+{
+  public:
     using BerTest::world;
 
     struct Encoding {
@@ -94,8 +95,7 @@ public:
     {
         QorLong consumed = -1;
         int code = decoded(
-            input,
-            [&](unsigned char **pos, QorLong *room) { read(pos, room, header(pos, room)); },
+            input, [&](unsigned char **pos, QorLong *room) { read(pos, room, header(pos, room)); },
             &consumed);
         if (code == 0) {
             EXPECT_EQ(consumed, static_cast<QorLong>(input.size())) << "octets consumed";
@@ -146,17 +146,26 @@ TEST_F(BitTest, WriterMasksUnusedBitsAndCountsThem)
         {hex("AB CF"), 12, hex("04 AB C0")},
         {hex("AB CD"), 16, hex("00 AB CD")},
         {hex("01 FF"), 9, hex("07 01 80")},
-        {forty, 318, concat({hex("02"), slice(forty, 0, 39), {static_cast<unsigned char>(forty[39] & 0xFC)}})},
+        {forty, 318,
+         concat({hex("02"), slice(forty, 0, 39), {static_cast<unsigned char>(forty[39] & 0xFC)}})},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.bits);
         const unsigned char *data = c.data.empty() ? nullptr : c.data.data();
         auto octets = static_cast<QorLong>(c.data.size());
         Encoding forms[] = {
-            encode([&](unsigned char **p, QorLong *r) { return _qor_encd_ubit_ia(&world, p, r, data, c.bits, 0); }),
-            encode([&](unsigned char **p, QorLong *r) { return _qor_encd_vbit_ia(&world, p, r, data, c.bits, octets); }),
-            encode([&](unsigned char **p, QorLong *r) { return _qor_encd_dubit_ia(&world, p, r, data, c.bits, 0, 1); }),
-            encode([&](unsigned char **p, QorLong *r) { return _qor_encd_dvbit_ia(&world, p, r, data, c.bits, 0, 0); }),
+            encode([&](unsigned char **p, QorLong *r) {
+                return _qor_encd_ubit_ia(&world, p, r, data, c.bits, 0);
+            }),
+            encode([&](unsigned char **p, QorLong *r) {
+                return _qor_encd_vbit_ia(&world, p, r, data, c.bits, octets);
+            }),
+            encode([&](unsigned char **p, QorLong *r) {
+                return _qor_encd_dubit_ia(&world, p, r, data, c.bits, 0, 1);
+            }),
+            encode([&](unsigned char **p, QorLong *r) {
+                return _qor_encd_dvbit_ia(&world, p, r, data, c.bits, 0, 0);
+            }),
         };
         for (const Encoding &e : forms) {
             EXPECT_EQ(e.code, 0) << world.errMsgBuffer;
@@ -282,28 +291,32 @@ TEST_F(BitTest, NamedBitListsInAWordOrAnArray)
 
     // And back into the word.
     uint16_t word16 = 0x1234;
-    EXPECT_EQ(decode(hex("03 02 07 80"), [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  EXPECT_EQ(_qor_dec_pbit(&world, pos, room, length, &word16, 16, 1), 1);
-              }),
+    EXPECT_EQ(decode(hex("03 02 07 80"),
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         EXPECT_EQ(_qor_dec_pbit(&world, pos, room, length, &word16, 16, 1), 1);
+                     }),
               0);
     EXPECT_EQ(word16, 0x8000);
     uint8_t word8 = 0xFF;
-    EXPECT_EQ(decode(hex("03 02 05 A0"), [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  EXPECT_EQ(_qor_dec_pbit(&world, pos, room, length, &word8, 3, 0), 3);
-              }),
+    EXPECT_EQ(decode(hex("03 02 05 A0"),
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         EXPECT_EQ(_qor_dec_pbit(&world, pos, room, length, &word8, 3, 0), 3);
+                     }),
               0);
     EXPECT_EQ(word8, 0xA0);
     QorULong word32 = 0xFFFFFFFF;
-    EXPECT_EQ(decode(hex("03 03 00 00 01"), [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  EXPECT_EQ(_qor_dec_pbit(&world, pos, room, length, &word32, 32, 1), 16);
-              }),
+    EXPECT_EQ(decode(hex("03 03 00 00 01"),
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         EXPECT_EQ(_qor_dec_pbit(&world, pos, room, length, &word32, 32, 1), 16);
+                     }),
               0);
     EXPECT_EQ(word32, 0x00010000u);
     unsigned char six[6];
     memset(six, 0xEE, sizeof six);
-    EXPECT_EQ(decode(hex("03 02 07 80"), [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  EXPECT_EQ(_qor_dec_pbit(&world, pos, room, length, six, 48, 1), 1);
-              }),
+    EXPECT_EQ(decode(hex("03 02 07 80"),
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         EXPECT_EQ(_qor_dec_pbit(&world, pos, room, length, six, 48, 1), 1);
+                     }),
               0);
     EXPECT_EQ(Bytes(six, six + 6), hex("80 00 00 00 00 00"));
 }
@@ -311,7 +324,9 @@ TEST_F(BitTest, NamedBitListsInAWordOrAnArray)
 TEST_F(BitTest, LongValuesAreSegmentedExceptUnderDer)
 {
     auto segment = [](const Bytes &data, unsigned char unused) {
-        Bytes head = data.size() + 1 >= 128 ? hex("03 82 03 E8") : Bytes{0x03, static_cast<unsigned char>(data.size() + 1)};
+        Bytes head = data.size() + 1 >= 128
+                         ? hex("03 82 03 E8")
+                         : Bytes{0x03, static_cast<unsigned char>(data.size() + 1)};
         return concat({head, {unused}, data});
     };
     struct Case {
@@ -381,12 +396,12 @@ TEST_F(BitTest, DecodersOfEachMemoryForm)
         QorLong bits;
         const char *value;
     } cases[] = {
-        {"03 03 04 AB CF", 12, "AB C0"},  // unused bits cleared in memory
+        {"03 03 04 AB CF", 12, "AB C0"}, // unused bits cleared in memory
         {"03 02 07 FF", 1, "80"},
         {"03 01 00", 0, ""},
         {"23 80 03 02 00 AB 03 02 04 C0 00 00", 12, "AB C0"},
         {"23 0A 23 04 03 02 00 AB 03 02 04 C0", 12, "AB C0"},
-        {"23 80 03 00 03 02 00 AB 03 01 00 00 00", 8, "AB"},  // empty segments
+        {"23 80 03 00 03 02 00 AB 03 01 00 00 00", 8, "AB"}, // empty segments
         {"23 80 00 00", 0, ""},
     };
     for (const Case &c : cases) {
@@ -398,22 +413,24 @@ TEST_F(BitTest, DecodersOfEachMemoryForm)
         EXPECT_EQ(count, c.bits);
         EXPECT_EQ(out, hex(c.value));
 
-        EXPECT_EQ(decode(input, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                      unsigned char *value = nullptr;
-                      count = _qor_dec_vbit_ptr_nz(&world, pos, room, length, &value, 0, 0);
-                      EXPECT_EQ(Bytes(value, value + (count + 7) / 8), hex(c.value));
-                      if (count > 0) {
-                          EXPECT_EQ(world.blockQueue.slot[0], value) << "decoder memory";
-                      }
-                  }),
+        EXPECT_EQ(decode(input,
+                         [&](unsigned char **pos, QorLong *room, QorLong length) {
+                             unsigned char *value = nullptr;
+                             count = _qor_dec_vbit_ptr_nz(&world, pos, room, length, &value, 0, 0);
+                             EXPECT_EQ(Bytes(value, value + (count + 7) / 8), hex(c.value));
+                             if (count > 0) {
+                                 EXPECT_EQ(world.blockQueue.slot[0], value) << "decoder memory";
+                             }
+                         }),
                   0);
         EXPECT_EQ(count, c.bits);
 
         unsigned char inline4[4];
         memset(inline4, 0xEE, sizeof inline4);
-        EXPECT_EQ(decode(input, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                      count = _qor_dec_vbit_nz(&world, pos, room, length, inline4, 32, 0);
-                  }),
+        EXPECT_EQ(decode(input,
+                         [&](unsigned char **pos, QorLong *room, QorLong length) {
+                             count = _qor_dec_vbit_nz(&world, pos, room, length, inline4, 32, 0);
+                         }),
                   0);
         EXPECT_EQ(count, c.bits);
         Bytes value = hex(c.value);
@@ -423,9 +440,10 @@ TEST_F(BitTest, DecodersOfEachMemoryForm)
         memset(inline4, 0xEE, sizeof inline4);
         unsigned char wide[6];
         memset(wide, 0xEE, sizeof wide);
-        EXPECT_EQ(decode(input, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                      count = _qor_dec_pbit(&world, pos, room, length, wide, 48, 0);
-                  }),
+        EXPECT_EQ(decode(input,
+                         [&](unsigned char **pos, QorLong *room, QorLong length) {
+                             count = _qor_dec_pbit(&world, pos, room, length, wide, 48, 0);
+                         }),
                   0);
         EXPECT_EQ(count, c.bits);
         value.resize(6);
@@ -440,7 +458,7 @@ TEST_F(BitTest, UnusedBitsAndSegmentsAreChecked)
         int code;
         const char *message;
     } cases[] = {
-        {"03 01 03", kDataError, "0036E"},                        // unused bits, no octets
+        {"03 01 03", kDataError, "0036E"}, // unused bits, no octets
         {"03 02 08 FF", kDataError, "0035E"},
         {"03 00", kDataError, "0051S"},
         {"03 80 00 FF 00 00", kDataError, "0051S"},
@@ -460,14 +478,16 @@ TEST_F(BitTest, UnusedBitsAndSegmentsAreChecked)
         EXPECT_EQ(bits(input, &count, &out), c.code);
         EXPECT_TRUE(messageHas(c.message)) << world.errMsgBuffer;
         uint16_t word = 0;
-        EXPECT_EQ(decode(input, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                      _qor_dec_pbit(&world, pos, room, length, &word, 16, 1);
-                  }),
+        EXPECT_EQ(decode(input,
+                         [&](unsigned char **pos, QorLong *room, QorLong length) {
+                             _qor_dec_pbit(&world, pos, room, length, &word, 16, 1);
+                         }),
                   c.code);
         unsigned char inline4[4];
-        EXPECT_EQ(decode(input, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                      _qor_dec_vbit_nz(&world, pos, room, length, inline4, 32, 1);
-                  }),
+        EXPECT_EQ(decode(input,
+                         [&](unsigned char **pos, QorLong *room, QorLong length) {
+                             _qor_dec_vbit_nz(&world, pos, room, length, inline4, 32, 1);
+                         }),
                   c.code);
     }
 }
@@ -526,10 +546,11 @@ TEST_F(BitTest, SizeLimitsNamedTrimmingAndNoconstrain)
         EXPECT_EQ(Bytes(inline2, inline2 + 2), hex("AB C0"));
         EXPECT_EQ(vbit(twelve, -8, 0), kLimited);
 
-        EXPECT_EQ(decode(sixteen, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                      unsigned char *value = nullptr;
-                      count = _qor_dec_vbit_ptr_nz(&world, pos, room, length, &value, 12, 1);
-                  }),
+        EXPECT_EQ(decode(sixteen,
+                         [&](unsigned char **pos, QorLong *room, QorLong length) {
+                             unsigned char *value = nullptr;
+                             count = _qor_dec_vbit_ptr_nz(&world, pos, room, length, &value, 12, 1);
+                         }),
                   lifted ? 0 : kSizeExceeded);
     }
     world.decodingFlags &= ~QorULong{NOCONSTRAIN};

@@ -219,3 +219,84 @@ TEST_F(BerRecord, AHundredThousandNumbersDecodeInLinearTime)
     EXPECT_EQ(static_cast<Record *>(out)->numbers.count, static_cast<QorLong>(n));
     qorFreePDU(&world, pdu, out);
 }
+
+TEST_F(BerRecord, RealsAndTimesRideInTheRecord)
+{
+    struct Case {
+        double ratio;
+        const char *ratioBytes; // contents of [9]
+    } reals[] = {
+        {0.0, "89 00"},
+        {1.0, "89 03 80 00 01"},
+        {-1.5, "89 03 C0 FF 03"},
+        {1.7976931348623157e+308, "89 01 40"},
+        {-1.7976931348623157e+308, "89 01 41"},
+    };
+    GeneralizedTime when{};
+    when.year = 2026;
+    when.month = 11;
+    when.day = 21;
+    when.hour = 16;
+    when.minute = 5;
+    when.second = 30;
+    when.millisec = 250;
+    when.utc = 1;
+    const char timeBytes[] = "8A 12 32 30 32 36 31 31 32 31 31 36 30 35 33 30 2E 32 35 5A";
+    for (const Case &c : reals) {
+        SCOPED_TRACE(c.ratioBytes);
+        Record r = sparse;
+        r.bit_mask |= Record_ratio_present | Record_when_present;
+        r.ratio = c.ratio;
+        r.when = when;
+        Bytes body = hex("80 01 00 81 01 00 A5 06 80 01 00 81 01 07 A6 07 82 05 00 FF FF FF FF A7 00");
+        Bytes ratio = hex(c.ratioBytes);
+        Bytes time = hex(timeBytes);
+        body.insert(body.end(), ratio.begin(), ratio.end());
+        body.insert(body.end(), time.begin(), time.end());
+        Bytes expected = body;
+        expected.insert(expected.begin(), static_cast<unsigned char>(body.size()));
+        expected.insert(expected.begin(), 0x62);
+        for (int rules : {QOR_BER, QOR_DER, QOR_CER}) {
+            world.encRules = rules;
+            expectRoundTrip(&world, PDU_Record, &r, expected, [&](void *decoded) {
+                const Record &got = *static_cast<Record *>(decoded);
+                EXPECT_EQ(got.ratio, c.ratio);
+                EXPECT_EQ(got.when.millisec, 250);
+                EXPECT_EQ(got.when.utc, 1);
+                EXPECT_EQ(got.when.year, 2026);
+            });
+        }
+    }
+    // Not a number keeps its sign-bit form through a round trip.
+    Record r = sparse;
+    r.bit_mask |= Record_ratio_present;
+    uint64_t nanBits = 0xFFF8000000000000u;
+    memcpy(&r.ratio, &nanBits, sizeof r.ratio);
+    QorBuf out = {0, nullptr};
+    ASSERT_EQ(qorEncode(&world, PDU_Record, &r, &out), 0);
+    QorBuf in = out;
+    void *decoded = nullptr;
+    int pdu = 0;
+    ASSERT_EQ(qorDecode(&world, &pdu, &in, &decoded), 0);
+    uint64_t back;
+    memcpy(&back, &static_cast<Record *>(decoded)->ratio, sizeof back);
+    EXPECT_EQ(back, nanBits);
+    qorFreePDU(&world, pdu, decoded);
+    qorFreeBuf(&world, out.value);
+
+    // A time under DER or CER needs its "Z".
+    r = sparse;
+    r.bit_mask |= Record_when_present;
+    r.when = when;
+    r.when.utc = 0;
+    r.when.mindiff = 60;
+    world.encRules = QOR_DER;
+    out = {0, nullptr};
+    EXPECT_EQ(qorEncode(&world, PDU_Record, &r, &out), QOR_BAD_TIME);
+    world.encRules = QOR_BER;
+    ASSERT_EQ(qorEncode(&world, PDU_Record, &r, &out), 0);
+    EXPECT_NE(std::string(reinterpret_cast<char *>(out.value), static_cast<size_t>(out.length))
+                  .find("20261121160530.25+0100"),
+              std::string::npos);
+    qorFreeBuf(&world, out.value);
+}

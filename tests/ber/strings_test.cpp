@@ -13,13 +13,13 @@ using namespace qortest;
 
 namespace {
 
-constexpr int kDataError = QOR_DATA_ERROR;                // messages 12, 102, 103, 106, 114, 119, 135, 140
-constexpr int kMoreInput = QOR_MORE_INPUT;                // message 45
-constexpr int kLimited = QOR_LIMITED;                     // messages 98, 99
-constexpr int kSizeExceeded = 16;                         // message 79
-constexpr int kSizeViolated = QOR_CONSTRAINT_VIOLATED;    // message 27
-constexpr int kOutOfMemory = QOR_OUT_OF_MEMORY;           // message 6
-constexpr int kNestedTooDeep = 108;                       // message 180
+constexpr int kDataError = QOR_DATA_ERROR; // messages 12, 102, 103, 106, 114, 119, 135, 140
+constexpr int kMoreInput = QOR_MORE_INPUT; // message 45
+constexpr int kLimited = QOR_LIMITED;      // messages 98, 99
+constexpr int kSizeExceeded = 16;          // message 79
+constexpr int kSizeViolated = QOR_CONSTRAINT_VIOLATED; // message 27
+constexpr int kOutOfMemory = QOR_OUT_OF_MEMORY;        // message 6
+constexpr int kNestedTooDeep = 108;                    // message 180
 
 Bytes concat(std::initializer_list<Bytes> parts)
 {
@@ -46,8 +46,9 @@ Bytes pattern(size_t n)
     return out;
 }
 
-class StringTest : public BerTest {
-public:
+class StringTest : public BerTest
+{
+  public:
     using BerTest::world;
 
     struct Encoding {
@@ -101,8 +102,7 @@ public:
     {
         QorLong consumed = -1;
         int code = decoded(
-            input,
-            [&](unsigned char **pos, QorLong *room) { read(pos, room, header(pos, room)); },
+            input, [&](unsigned char **pos, QorLong *room) { read(pos, room, header(pos, room)); },
             &consumed);
         if (code == 0) {
             EXPECT_EQ(consumed, static_cast<QorLong>(input.size())) << "octets consumed";
@@ -159,37 +159,80 @@ TEST_F(StringTest, EncodersWriteTheContentsOfEachMemoryForm)
         Writer write;
         const char *contents;
     } cases[] = {
-        {"nstr", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_nstr(&t->world, p, r, "ABC", 0); }, "41 42 43"},
-        {"nstr empty", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_nstr(&t->world, p, r, "", 5); }, ""},
-        {"pstr mixed padding", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_pstr(&t->world, p, r, "AB \0\0", 5); }, "41 42"},
-        {"pstr padding between", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_pstr(&t->world, p, r, "A\0 B\0 ", 6); }, "41 00 20 42"},
-        {"pstr all padding", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_pstr(&t->world, p, r, " \0 ", 3); }, ""},
-        {"uoct", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_uoct_ia(&t->world, p, r, "\x01\x00\xFF", 3, 3); }, "01 00 FF"},
-        {"ustr", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_ustr_ia(&t->world, p, r, "xy", 2, 0); }, "78 79"},
-        {"uoct empty", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_uoct_ia(&t->world, p, r, nullptr, 0, 0); }, ""},
-        {"voct", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_voct_ia(&t->world, p, r, "ABCD", 2, 4); }, "41 42"},
-        {"vstr", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_vstr_ia(&t->world, p, r, "ABCD", 4, 4); }, "41 42 43 44"},
-        {"bmpstr", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_bmpstr_ia(&t->world, p, r, bmp, 2, 0); }, "00 41 20 AC"},
-        {"unistr", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_unistr_ia(&t->world, p, r, uni, 2, 2); }, "00 00 00 41 00 01 F6 00"},
-        {"utf8unbound", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_utf8unbound_ia(&t->world, p, r, utf8, 3, 2); }, "41 C3 A9"},
-        {"utf8bmpstr", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_utf8bmpstr_ia(&t->world, p, r, bmpForUtf8, 4, 0); },
+        {"nstr",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_nstr(&t->world, p, r, "ABC", 0);
+         },
+         "41 42 43"},
+        {"nstr empty",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_nstr(&t->world, p, r, "", 5);
+         },
+         ""},
+        {"pstr mixed padding",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_pstr(&t->world, p, r, "AB \0\0", 5);
+         },
+         "41 42"},
+        {"pstr padding between",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_pstr(&t->world, p, r, "A\0 B\0 ", 6);
+         },
+         "41 00 20 42"},
+        {"pstr all padding",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_pstr(&t->world, p, r, " \0 ", 3);
+         },
+         ""},
+        {"uoct",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_uoct_ia(&t->world, p, r, "\x01\x00\xFF", 3, 3);
+         },
+         "01 00 FF"},
+        {"ustr",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_ustr_ia(&t->world, p, r, "xy", 2, 0);
+         },
+         "78 79"},
+        {"uoct empty",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_uoct_ia(&t->world, p, r, nullptr, 0, 0);
+         },
+         ""},
+        {"voct",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_voct_ia(&t->world, p, r, "ABCD", 2, 4);
+         },
+         "41 42"},
+        {"vstr",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_vstr_ia(&t->world, p, r, "ABCD", 4, 4);
+         },
+         "41 42 43 44"},
+        {"bmpstr",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_bmpstr_ia(&t->world, p, r, bmp, 2, 0);
+         },
+         "00 41 20 AC"},
+        {"unistr",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_unistr_ia(&t->world, p, r, uni, 2, 2);
+         },
+         "00 00 00 41 00 01 F6 00"},
+        {"utf8unbound",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_utf8unbound_ia(&t->world, p, r, utf8, 3, 2);
+         },
+         "41 C3 A9"},
+        {"utf8bmpstr",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_utf8bmpstr_ia(&t->world, p, r, bmpForUtf8, 4, 0);
+         },
          "41 C3 A9 E2 82 AC EF BF BD"},
-        {"utf8unistr", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_utf8unistr_ia(&t->world, p, r, uniForUtf8, 4, 4); },
+        {"utf8unistr",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_utf8unistr_ia(&t->world, p, r, uniForUtf8, 4, 4);
+         },
          "7F C2 80 F0 9F 98 80 FD BF BF BF BF BF"},
     };
     for (const Case &c : cases) {
@@ -216,31 +259,61 @@ TEST_F(StringTest, EncoderSizeLimitsAndNoconstrain)
     struct Case {
         const char *name;
         Writer write;
-        int code;          // without NOCONSTRAIN
-        int noConstrain;   // with it
+        int code;        // without NOCONSTRAIN
+        int noConstrain; // with it
     } cases[] = {
         // A null-terminated text and an inline array are checked whatever the flags.
-        {"nstr", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_nstr(&t->world, p, r, "ABC", 2); }, kSizeExceeded, kSizeExceeded},
-        {"voct", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_voct_ia(&t->world, p, r, "ABC", 3, 2); }, kSizeExceeded, kSizeExceeded},
-        {"uoct", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_uoct_ia(&t->world, p, r, "ABC", 3, 2); }, kSizeExceeded, 0},
-        {"uoct at its limit", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_uoct_ia(&t->world, p, r, "ABC", 3, 3); }, 0, 0},
-        {"bmpstr", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_bmpstr_ia(&t->world, p, r, bmp, 3, 2); }, kSizeExceeded, 0},
-        {"unistr", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_unistr_ia(&t->world, p, r, uni, 3, 2); }, kSizeExceeded, 0},
-        {"utf8bmpstr", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_utf8bmpstr_ia(&t->world, p, r, bmp, 3, 2); }, kSizeExceeded, 0},
+        {"nstr",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_nstr(&t->world, p, r, "ABC", 2);
+         },
+         kSizeExceeded, kSizeExceeded},
+        {"voct",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_voct_ia(&t->world, p, r, "ABC", 3, 2);
+         },
+         kSizeExceeded, kSizeExceeded},
+        {"uoct",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_uoct_ia(&t->world, p, r, "ABC", 3, 2);
+         },
+         kSizeExceeded, 0},
+        {"uoct at its limit",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_uoct_ia(&t->world, p, r, "ABC", 3, 3);
+         },
+         0, 0},
+        {"bmpstr",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_bmpstr_ia(&t->world, p, r, bmp, 3, 2);
+         },
+         kSizeExceeded, 0},
+        {"unistr",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_unistr_ia(&t->world, p, r, uni, 3, 2);
+         },
+         kSizeExceeded, 0},
+        {"utf8bmpstr",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_utf8bmpstr_ia(&t->world, p, r, bmp, 3, 2);
+         },
+         kSizeExceeded, 0},
         // UTF-8 octets: the limit counts characters, not octets.
-        {"utf8unbound two characters", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_utf8unbound_ia(&t->world, p, r, twoAcute, 4, 2); }, 0, 0},
-        {"utf8unbound", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_utf8unbound_ia(&t->world, p, r, twoAcute, 4, 1); }, kSizeExceeded, 0},
-        {"negative length", [](StringTest *t, unsigned char **p, QorLong *r) {
-             return _qor_encd_uoct_ia(&t->world, p, r, "A", -1, 0); }, kDataError, kDataError},
+        {"utf8unbound two characters",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_utf8unbound_ia(&t->world, p, r, twoAcute, 4, 2);
+         },
+         0, 0},
+        {"utf8unbound",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_utf8unbound_ia(&t->world, p, r, twoAcute, 4, 1);
+         },
+         kSizeExceeded, 0},
+        {"negative length",
+         [](StringTest *t, unsigned char **p, QorLong *r) {
+             return _qor_encd_uoct_ia(&t->world, p, r, "A", -1, 0);
+         },
+         kDataError, kDataError},
     };
     for (bool lifted : {false, true}) {
         world.encodingFlags = lifted ? (world.encodingFlags | NOCONSTRAIN)
@@ -307,57 +380,63 @@ TEST_F(StringTest, DecodersFillEachMemoryForm)
 
     for (auto fn : {_qor_dec_voct_ia, _qor_dec_vstr_ia}) {
         memset(inline8, '#', sizeof inline8);
-        EXPECT_EQ(decode(abc, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                      n = fn(&world, pos, room, length, inline8, 8);
-                  }),
-                  0);
+        EXPECT_EQ(
+            decode(abc, [&](unsigned char **pos, QorLong *room,
+                            QorLong length) { n = fn(&world, pos, room, length, inline8, 8); }),
+            0);
         EXPECT_EQ(n, 3);
         EXPECT_EQ(std::string(inline8, 8), "ABC#####");
     }
 
     memset(inline8, '#', sizeof inline8);
-    EXPECT_EQ(decode(abc, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  n = _qor_dec_nstr(&world, pos, room, length, inline8, 7);
-              }),
+    EXPECT_EQ(decode(abc,
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         n = _qor_dec_nstr(&world, pos, room, length, inline8, 7);
+                     }),
               0);
     EXPECT_EQ(n, 3);
     EXPECT_STREQ(inline8, "ABC");
 
-    EXPECT_EQ(decode(abc, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  char *t = nullptr;
-                  n = _qor_dec_nstr_ptr(&world, pos, room, length, &t, 0);
-                  EXPECT_STREQ(t, "ABC");
-              }),
+    EXPECT_EQ(decode(abc,
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         char *t = nullptr;
+                         n = _qor_dec_nstr_ptr(&world, pos, room, length, &t, 0);
+                         EXPECT_STREQ(t, "ABC");
+                     }),
               0);
 
     // A padded array is filled with blanks, not zeros.
     memset(inline8, 0, sizeof inline8);
-    EXPECT_EQ(decode(abc, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  n = _qor_dec_pstr(&world, pos, room, length, inline8, 7);
-              }),
+    EXPECT_EQ(decode(abc,
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         n = _qor_dec_pstr(&world, pos, room, length, inline8, 7);
+                     }),
               0);
     EXPECT_EQ(n, 3);
     EXPECT_EQ(std::string(inline8, 8), std::string("ABC    \0", 8));
 
     // Empty values: no memory for the pointer forms, but a text still ends.
     const Bytes empty = hex("04 00");
-    EXPECT_EQ(decode(empty, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  p = &p;
-                  n = _qor_dec_ustr_ia(&world, pos, room, length, &p, 0);
-              }),
+    EXPECT_EQ(decode(empty,
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         p = &p;
+                         n = _qor_dec_ustr_ia(&world, pos, room, length, &p, 0);
+                     }),
               0);
     EXPECT_EQ(n, 0);
     EXPECT_EQ(p, nullptr);
-    EXPECT_EQ(decode(empty, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  char *t = nullptr;
-                  n = _qor_dec_nstr_ptr(&world, pos, room, length, &t, 0);
-                  ASSERT_NE(t, nullptr);
-                  EXPECT_STREQ(t, "");
-              }),
+    EXPECT_EQ(decode(empty,
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         char *t = nullptr;
+                         n = _qor_dec_nstr_ptr(&world, pos, room, length, &t, 0);
+                         ASSERT_NE(t, nullptr);
+                         EXPECT_STREQ(t, "");
+                     }),
               0);
-    EXPECT_EQ(decode(empty, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  n = _qor_dec_pstr(&world, pos, room, length, inline8, 3);
-              }),
+    EXPECT_EQ(decode(empty,
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         n = _qor_dec_pstr(&world, pos, room, length, inline8, 3);
+                     }),
               0);
     EXPECT_EQ(std::string(inline8, 3), "   ");
 }
@@ -375,29 +454,38 @@ TEST_F(StringTest, DecoderSizeLimits)
         int noConstrain; // with it
         QorLong result;  // the count returned on success
     };
-#define QOR_RUN(call)                                                                            \
+#define QOR_RUN(call)                                                                              \
     [](StringTest *t, const Bytes &in, QorLong *n, void **p, char *inl) {                          \
         (void)p;                                                                                   \
         (void)inl;                                                                                 \
-        return t->decode(in, [&](unsigned char **pos, QorLong *room, QorLong length) {             \
-            *n = call;                                                                             \
-        });                                                                                        \
+        return t->decode(in,                                                                       \
+                         [&](unsigned char **pos, QorLong *room, QorLong length) { *n = call; });  \
     }
     const Case cases[] = {
-        {"ustr over", QOR_RUN(_qor_dec_ustr_ia(&t->world, pos, room, length, p, 2)), kSizeExceeded, 0, 3},
+        {"ustr over", QOR_RUN(_qor_dec_ustr_ia(&t->world, pos, room, length, p, 2)), kSizeExceeded,
+         0, 3},
         {"ustr at", QOR_RUN(_qor_dec_ustr_ia(&t->world, pos, room, length, p, 3)), 0, 0, 3},
         // Below 0: the representation's own limit, kept under every flag.
-        {"ustr own limit", QOR_RUN(_qor_dec_ustr_ia(&t->world, pos, room, length, p, -2)), kLimited, kLimited, 0},
+        {"ustr own limit", QOR_RUN(_qor_dec_ustr_ia(&t->world, pos, room, length, p, -2)), kLimited,
+         kLimited, 0},
         {"uoct own limit", QOR_RUN(_qor_dec_uoct_ia(&t->world, pos, room, length, p, -3)), 0, 0, 3},
-        {"voct_ptr over", QOR_RUN(_qor_dec_voct_ptr_ia(&t->world, pos, room, length, p, 2)), kSizeExceeded, 0, 3},
+        {"voct_ptr over", QOR_RUN(_qor_dec_voct_ptr_ia(&t->world, pos, room, length, p, 2)),
+         kSizeExceeded, 0, 3},
         // Inline arrays cannot take more than they hold.
-        {"voct over", QOR_RUN(_qor_dec_voct_ia(&t->world, pos, room, length, inl, 2)), kSizeExceeded, kSizeExceeded, 0},
-        {"nstr over", QOR_RUN(_qor_dec_nstr(&t->world, pos, room, length, inl, 2)), kSizeViolated, kSizeViolated, 0},
-        {"nstr_ptr over", QOR_RUN(_qor_dec_nstr_ptr(&t->world, pos, room, length, reinterpret_cast<char **>(p), 2)), kSizeViolated, 0, 3},
-        {"pstr over", QOR_RUN(_qor_dec_pstr(&t->world, pos, room, length, inl, 2)), kSizeExceeded, kSizeExceeded, 0},
+        {"voct over", QOR_RUN(_qor_dec_voct_ia(&t->world, pos, room, length, inl, 2)),
+         kSizeExceeded, kSizeExceeded, 0},
+        {"nstr over", QOR_RUN(_qor_dec_nstr(&t->world, pos, room, length, inl, 2)), kSizeViolated,
+         kSizeViolated, 0},
+        {"nstr_ptr over",
+         QOR_RUN(_qor_dec_nstr_ptr(&t->world, pos, room, length, reinterpret_cast<char **>(p), 2)),
+         kSizeViolated, 0, 3},
+        {"pstr over", QOR_RUN(_qor_dec_pstr(&t->world, pos, room, length, inl, 2)), kSizeExceeded,
+         kSizeExceeded, 0},
         // Varying forms keep what a negative limit allows and pass over the rest.
-        {"voct truncated", QOR_RUN(_qor_dec_voct_ia(&t->world, pos, room, length, inl, -2)), 0, 0, 2},
-        {"voct_ptr truncated", QOR_RUN(_qor_dec_voct_ptr_ia(&t->world, pos, room, length, p, -2)), 0, 0, 2},
+        {"voct truncated", QOR_RUN(_qor_dec_voct_ia(&t->world, pos, room, length, inl, -2)), 0, 0,
+         2},
+        {"voct_ptr truncated", QOR_RUN(_qor_dec_voct_ptr_ia(&t->world, pos, room, length, p, -2)),
+         0, 0, 2},
     };
 #undef QOR_RUN
     for (bool lifted : {false, true}) {
@@ -416,18 +504,19 @@ TEST_F(StringTest, DecoderSizeLimits)
     world.decodingFlags &= ~QorULong{NOCONSTRAIN};
     // The encoders' flag word does not lift a decoder's constraint.
     world.encodingFlags |= NOCONSTRAIN;
-    EXPECT_EQ(decode(abc, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  _qor_dec_ustr_ia(&world, pos, room, length, &p, 2);
-              }),
-              kSizeExceeded);
+    EXPECT_EQ(
+        decode(abc, [&](unsigned char **pos, QorLong *room,
+                        QorLong length) { _qor_dec_ustr_ia(&world, pos, room, length, &p, 2); }),
+        kSizeExceeded);
     EXPECT_TRUE(messageHas("0016S: Size constraint exceeded, length of value = 3"))
         << world.errMsgBuffer;
     world.encodingFlags &= ~QorULong{NOCONSTRAIN};
 
     memset(inline8, '#', sizeof inline8);
-    EXPECT_EQ(decode(abc, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  n = _qor_dec_voct_ia(&world, pos, room, length, inline8, -2);
-              }),
+    EXPECT_EQ(decode(abc,
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         n = _qor_dec_voct_ia(&world, pos, room, length, inline8, -2);
+                     }),
               0);
     EXPECT_EQ(std::string(inline8, 3), "AB#");
 }
@@ -436,16 +525,17 @@ TEST_F(StringTest, TextsRefuseAnEmbeddedNul)
 {
     const Bytes nul = hex("1A 03 41 00 42");
     char inline8[8];
-    EXPECT_EQ(decode(nul, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  char *t = nullptr;
-                  _qor_dec_nstr_ptr(&world, pos, room, length, &t, 0);
-              }),
+    EXPECT_EQ(decode(nul,
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         char *t = nullptr;
+                         _qor_dec_nstr_ptr(&world, pos, room, length, &t, 0);
+                     }),
               kDataError);
     EXPECT_TRUE(messageHas("0046E")) << world.errMsgBuffer;
-    EXPECT_EQ(decode(nul, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  _qor_dec_nstr(&world, pos, room, length, inline8, 7);
-              }),
-              kDataError);
+    EXPECT_EQ(
+        decode(nul, [&](unsigned char **pos, QorLong *room,
+                        QorLong length) { _qor_dec_nstr(&world, pos, room, length, inline8, 7); }),
+        kDataError);
     // The other forms carry any octet.
     Bytes out;
     EXPECT_EQ(octets(nul, &out), 0);
@@ -457,12 +547,13 @@ TEST_F(StringTest, WideCharactersComeBackInHostOrder)
     uint16_t *bmp = nullptr;
     QorULong *uni = nullptr;
     QorLong n = -1;
-    EXPECT_EQ(decode(hex("1E 04 00 41 20 AC"), [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  n = _qor_dec_bmpstr_ia(&world, pos, room, length, &bmp, 2);
-                  ASSERT_EQ(n, 2);
-                  EXPECT_EQ(bmp[0], 0x41);
-                  EXPECT_EQ(bmp[1], 0x20AC);
-              }),
+    EXPECT_EQ(decode(hex("1E 04 00 41 20 AC"),
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         n = _qor_dec_bmpstr_ia(&world, pos, room, length, &bmp, 2);
+                         ASSERT_EQ(n, 2);
+                         EXPECT_EQ(bmp[0], 0x41);
+                         EXPECT_EQ(bmp[1], 0x20AC);
+                     }),
               0);
     EXPECT_EQ(decode(hex("1C 08 00 00 00 41 00 01 F6 00"),
                      [&](unsigned char **pos, QorLong *room, QorLong length) {
@@ -481,27 +572,31 @@ TEST_F(StringTest, WideCharactersComeBackInHostOrder)
                          EXPECT_EQ(bmp[1], 0x41);
                      }),
               0);
-    EXPECT_EQ(decode(hex("1E 00"), [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  n = _qor_dec_bmpstr_ia(&world, pos, room, length, &bmp, 0);
-              }),
+    EXPECT_EQ(decode(hex("1E 00"),
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         n = _qor_dec_bmpstr_ia(&world, pos, room, length, &bmp, 0);
+                     }),
               0);
     EXPECT_EQ(n, 0);
     EXPECT_EQ(bmp, nullptr);
 
     // Counts that are not whole characters; limits count characters.
-    EXPECT_EQ(decode(hex("1E 03 00 41 20"), [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  _qor_dec_bmpstr_ia(&world, pos, room, length, &bmp, 0);
-              }),
+    EXPECT_EQ(decode(hex("1E 03 00 41 20"),
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         _qor_dec_bmpstr_ia(&world, pos, room, length, &bmp, 0);
+                     }),
               kDataError);
     EXPECT_TRUE(messageHas("0136E: Length not a multiple of character width, length: 3"))
         << world.errMsgBuffer;
-    EXPECT_EQ(decode(hex("1C 06 00 00 00 41 00 00"), [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  _qor_dec_unistr_ia(&world, pos, room, length, &uni, 0);
-              }),
+    EXPECT_EQ(decode(hex("1C 06 00 00 00 41 00 00"),
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         _qor_dec_unistr_ia(&world, pos, room, length, &uni, 0);
+                     }),
               kDataError);
-    EXPECT_EQ(decode(hex("1E 04 00 41 00 42"), [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  _qor_dec_bmpstr_ia(&world, pos, room, length, &bmp, 1);
-              }),
+    EXPECT_EQ(decode(hex("1E 04 00 41 00 42"),
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         _qor_dec_bmpstr_ia(&world, pos, room, length, &bmp, 1);
+                     }),
               kSizeExceeded);
     EXPECT_EQ(decode(hex("1C 08 00 00 00 41 00 00 00 42"),
                      [&](unsigned char **pos, QorLong *room, QorLong length) {
@@ -517,29 +612,33 @@ TEST_F(StringTest, Utf8DecodersCheckEverySequence)
     unsigned char *octetsOut = nullptr;
     QorLong n = -1;
     const Bytes mixed = hex("0C 06 41 C3 A9 E2 82 AC");
-    EXPECT_EQ(decode(mixed, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  n = _qor_dec_utf8bmpstr_ia(&world, pos, room, length, &bmp, 3);
-                  ASSERT_EQ(n, 3);
-                  EXPECT_EQ(bmp[0], 0x41);
-                  EXPECT_EQ(bmp[1], 0xE9);
-                  EXPECT_EQ(bmp[2], 0x20AC);
-              }),
+    EXPECT_EQ(decode(mixed,
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         n = _qor_dec_utf8bmpstr_ia(&world, pos, room, length, &bmp, 3);
+                         ASSERT_EQ(n, 3);
+                         EXPECT_EQ(bmp[0], 0x41);
+                         EXPECT_EQ(bmp[1], 0xE9);
+                         EXPECT_EQ(bmp[2], 0x20AC);
+                     }),
               0);
-    EXPECT_EQ(decode(mixed, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  n = _qor_dec_utf8bmpstr_ia(&world, pos, room, length, &bmp, 2);
-              }),
+    EXPECT_EQ(decode(mixed,
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         n = _qor_dec_utf8bmpstr_ia(&world, pos, room, length, &bmp, 2);
+                     }),
               kSizeExceeded);
     // Unbounded UTF-8 keeps its octets, and says how many there are; the
     // limit still counts characters.
-    EXPECT_EQ(decode(mixed, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  n = _qor_dec_utf8unbound_ia(&world, pos, room, length, &octetsOut, 3);
-                  ASSERT_EQ(n, 6);
-                  EXPECT_EQ(Bytes(octetsOut, octetsOut + 6), hex("41 C3 A9 E2 82 AC"));
-              }),
+    EXPECT_EQ(decode(mixed,
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         n = _qor_dec_utf8unbound_ia(&world, pos, room, length, &octetsOut, 3);
+                         ASSERT_EQ(n, 6);
+                         EXPECT_EQ(Bytes(octetsOut, octetsOut + 6), hex("41 C3 A9 E2 82 AC"));
+                     }),
               0);
-    EXPECT_EQ(decode(mixed, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  _qor_dec_utf8unbound_ia(&world, pos, room, length, &octetsOut, 2);
-              }),
+    EXPECT_EQ(decode(mixed,
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         _qor_dec_utf8unbound_ia(&world, pos, room, length, &octetsOut, 2);
+                     }),
               kSizeExceeded);
     // A four-octet character split across segments, through temporary memory.
     EXPECT_EQ(decode(hex("2C 80 04 02 F0 9F 04 02 98 80 04 01 41 00 00"),
@@ -551,21 +650,24 @@ TEST_F(StringTest, Utf8DecodersCheckEverySequence)
                      }),
               0);
     // Too wide for 16 bits.
-    EXPECT_EQ(decode(hex("0C 04 F0 9F 98 80"), [&](unsigned char **pos, QorLong *room, QorLong length) {
-                  _qor_dec_utf8bmpstr_ia(&world, pos, room, length, &bmp, 0);
-              }),
+    EXPECT_EQ(decode(hex("0C 04 F0 9F 98 80"),
+                     [&](unsigned char **pos, QorLong *room, QorLong length) {
+                         _qor_dec_utf8bmpstr_ia(&world, pos, room, length, &bmp, 0);
+                     }),
               kLimited);
     for (const char *bad : {"0C 02 C3 41", "0C 01 A9", "0C 02 E2 82", "0C 01 FF"}) {
         SCOPED_TRACE(bad);
         for (int form = 0; form < 3; form++) {
-            EXPECT_EQ(decode(hex(bad), [&](unsigned char **pos, QorLong *room, QorLong length) {
-                          if (form == 0)
-                              _qor_dec_utf8unbound_ia(&world, pos, room, length, &octetsOut, 0);
-                          else if (form == 1)
-                              _qor_dec_utf8bmpstr_ia(&world, pos, room, length, &bmp, 0);
-                          else
-                              _qor_dec_utf8unistr_ia(&world, pos, room, length, &uni, 0);
-                      }),
+            EXPECT_EQ(decode(hex(bad),
+                             [&](unsigned char **pos, QorLong *room, QorLong length) {
+                                 if (form == 0)
+                                     _qor_dec_utf8unbound_ia(&world, pos, room, length, &octetsOut,
+                                                             0);
+                                 else if (form == 1)
+                                     _qor_dec_utf8bmpstr_ia(&world, pos, room, length, &bmp, 0);
+                                 else
+                                     _qor_dec_utf8unistr_ia(&world, pos, room, length, &uni, 0);
+                             }),
                       kDataError);
             EXPECT_TRUE(messageHas("0120S")) << world.errMsgBuffer;
         }
@@ -589,7 +691,9 @@ TEST_F(StringTest, LongStringsRoundTripThroughManyBlocks)
     // Wide and UTF-8 characters converted across block boundaries.
     std::vector<uint16_t> chars(40000);
     for (size_t i = 0; i < chars.size(); i++)
-        chars[i] = static_cast<uint16_t>(i % 3 == 0 ? 0x41 + i % 26 : i % 3 == 1 ? 0xE9 : 0x20AC + i % 50);
+        chars[i] = static_cast<uint16_t>(i % 3 == 0   ? 0x41 + i % 26
+                                         : i % 3 == 1 ? 0xE9
+                                                      : 0x20AC + i % 50);
     for (bool utf8 : {false, true}) {
         SCOPED_TRACE(utf8 ? "utf8" : "bmp");
         e = encode([&](unsigned char **pos, QorLong *room) {
@@ -599,13 +703,15 @@ TEST_F(StringTest, LongStringsRoundTripThroughManyBlocks)
         });
         ASSERT_EQ(e.code, 0);
         EXPECT_EQ(e.bytes.size(), 5u + (utf8 ? 13334 + 13333 * 2 + 13333 * 3 : 80000));
-        EXPECT_EQ(decode(e.bytes, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                      uint16_t *out = nullptr;
-                      QorLong n = utf8 ? _qor_dec_utf8bmpstr_ia(&world, pos, room, length, &out, 0)
-                                       : _qor_dec_bmpstr_ia(&world, pos, room, length, &out, 0);
-                      ASSERT_EQ(n, 40000);
-                      EXPECT_EQ(memcmp(out, chars.data(), 80000), 0);
-                  }),
+        EXPECT_EQ(decode(e.bytes,
+                         [&](unsigned char **pos, QorLong *room, QorLong length) {
+                             uint16_t *out = nullptr;
+                             QorLong n =
+                                 utf8 ? _qor_dec_utf8bmpstr_ia(&world, pos, room, length, &out, 0)
+                                      : _qor_dec_bmpstr_ia(&world, pos, room, length, &out, 0);
+                             ASSERT_EQ(n, 40000);
+                             EXPECT_EQ(memcmp(out, chars.data(), 80000), 0);
+                         }),
                   0);
     }
 
@@ -619,11 +725,14 @@ TEST_F(StringTest, LongStringsRoundTripThroughManyBlocks)
             return n + _qor_encd_tag_length(&world, pos, room, n, 0x0C);
         });
         ASSERT_EQ(e.code, 0);
-        EXPECT_EQ(decode(e.bytes, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                      QorULong *out = nullptr;
-                      ASSERT_EQ(_qor_dec_utf8unistr_ia(&world, pos, room, length, &out, 3000), 3000);
-                      EXPECT_EQ(memcmp(out, same.data(), 3000 * sizeof(QorULong)), 0);
-                  }),
+        EXPECT_EQ(decode(e.bytes,
+                         [&](unsigned char **pos, QorLong *room, QorLong length) {
+                             QorULong *out = nullptr;
+                             ASSERT_EQ(
+                                 _qor_dec_utf8unistr_ia(&world, pos, room, length, &out, 3000),
+                                 3000);
+                             EXPECT_EQ(memcmp(out, same.data(), 3000 * sizeof(QorULong)), 0);
+                         }),
                   0);
     }
 }
@@ -636,14 +745,14 @@ TEST_F(StringTest, ConstructedInputGivesOneContiguousValue)
         const char *input;
         const char *value;
     } cases[] = {
-        {"24 80 04 02 41 42 04 01 43 00 00", "41 42 43"},   // indefinite outer, definite inner
-        {"24 07 04 02 41 42 04 01 43", "41 42 43"},         // definite all through
+        {"24 80 04 02 41 42 04 01 43 00 00", "41 42 43"}, // indefinite outer, definite inner
+        {"24 07 04 02 41 42 04 01 43", "41 42 43"},       // definite all through
         {"24 80 24 80 04 01 41 00 00 24 03 04 01 42 00 00", "41 42"},
-        {"24 80 04 00 04 01 41 04 00 00 00", "41"},           // empty segments
+        {"24 80 04 00 04 01 41 04 00 00 00", "41"}, // empty segments
         {"24 80 00 00", ""},
         {"24 00", ""},
-        {"24 81 04 04 81 01 41", "41"},                       // long forms
-        {"24 80 1F 04 01 41 00 00", "41"},                    // a tag written long is no error here
+        {"24 81 04 04 81 01 41", "41"},    // long forms
+        {"24 80 1F 04 01 41 00 00", "41"}, // a tag written long is no error here
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.input);
@@ -677,18 +786,18 @@ TEST_F(StringTest, MalformedSegmentsAreRefused)
         const char *message;
     } cases[] = {
         {"24 80 0C 01 41 00 00", kDataError, "[UNIVERSAL 12] (expected tag [UNIVERSAL 4])"},
-        {"24 80 44 01 41 00 00", kDataError, "0033E"},      // [APPLICATION 4]
-        {"24 80 04 80 41 00 00", kDataError, "0051S"},      // primitive, indefinite
-        {"24 03 04 02 41 42", kDataError, "0031S"},         // inner runs past the outer
+        {"24 80 44 01 41 00 00", kDataError, "0033E"}, // [APPLICATION 4]
+        {"24 80 04 80 41 00 00", kDataError, "0051S"}, // primitive, indefinite
+        {"24 03 04 02 41 42", kDataError, "0031S"},    // inner runs past the outer
         {"24 05 24 80 04 01 41 00 00", kDataError, "0031S"},
-        {"24 04 00 00 04 00", kDataError, "0031S"},         // end-of-contents in a definite length
-        {"24 03 04 02 41", kMoreInput, "0081S"},            // inner runs past the input
+        {"24 04 00 00 04 00", kDataError, "0031S"}, // end-of-contents in a definite length
+        {"24 03 04 02 41", kMoreInput, "0081S"},    // inner runs past the input
         {"24 80 04 02 41", kMoreInput, "0081S"},
-        {"24 80 04 01 41", kMoreInput, "0081S"},            // no end-of-contents
+        {"24 80 04 01 41", kMoreInput, "0081S"}, // no end-of-contents
         {"24 80 04 85 01 00 00 00 00 41 00 00", kLimited, "0026S"},
         {"24 80 04 84 FF FF FF FF 41 00 00", kMoreInput, "0081S"},
         {"24 80 1F 81 80 80 01 00 00", kLimited, "0019E"}, // tag number beyond 14 bits
-        {"04 80 41 00 00", kDataError, "0051S"},            // primitive string, indefinite
+        {"04 80 41 00 00", kDataError, "0051S"},           // primitive string, indefinite
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.input);
@@ -723,9 +832,10 @@ TEST_F(StringTest, NestingLimit)
     EXPECT_EQ(octets(nested(3), &out), 0);
     EXPECT_EQ(octets(nested(4), &out), kNestedTooDeep);
     // The count is of depth, not of segments: siblings do not add up.
-    EXPECT_EQ(octets(concat({hex("24 80"), repeat("24 80 24 80 04 01 41 00 00 00 00", 5), hex("00 00")}),
-                     &out),
-              0);
+    EXPECT_EQ(
+        octets(concat({hex("24 80"), repeat("24 80 24 80 04 01 41 00 00 00 00", 5), hex("00 00")}),
+               &out),
+        0);
     EXPECT_EQ(out, repeat("41", 5));
 
     ASSERT_EQ(qorSetConstructedNestingLimit(&world, 0), 0);
@@ -750,7 +860,8 @@ TEST_F(StringTest, DeepNestingEndsQuicklyAndCleanly)
     EXPECT_EQ(octets(deep, &out), 0);
     EXPECT_EQ(out, hex("41"));
     EXPECT_EQ(octets(endless, &out), kMoreInput);
-    const Bytes tenThousand = concat({repeat("24 80", 10000), hex("04 01 41"), repeat("00 00", 9999)});
+    const Bytes tenThousand =
+        concat({repeat("24 80", 10000), hex("04 01 41"), repeat("00 00", 9999)});
     EXPECT_EQ(octets(tenThousand, &out), kMoreInput);
     auto seconds = std::chrono::duration<double>(Clock::now() - start).count();
     EXPECT_LT(seconds, 5.0);
@@ -758,8 +869,9 @@ TEST_F(StringTest, DeepNestingEndsQuicklyAndCleanly)
 
 TEST_F(StringTest, TruncationAtEveryOctet)
 {
-    for (const char *whole : {"04 05 41 42 43 44 45", "24 80 04 02 41 42 24 80 04 01 43 00 00 00 00",
-                              "24 0A 04 02 41 42 24 04 04 02 43 44", "04 81 02 41 42"}) {
+    for (const char *whole :
+         {"04 05 41 42 43 44 45", "24 80 04 02 41 42 24 80 04 01 43 00 00 00 00",
+          "24 0A 04 02 41 42 24 04 04 02 43 44", "04 81 02 41 42"}) {
         SCOPED_TRACE(whole);
         Bytes input = hex(whole);
         Bytes out;
@@ -856,7 +968,8 @@ TEST_F(StringTest, NestedDecodeTakesTemporaryMemory)
                       [&](unsigned char **pos, QorLong *room) {
                           world.privateArea->lastDecodedFlag = 1;
                           void *value = nullptr;
-                          QorLong n = _qor_dec_uoct_ia(&world, pos, room, header(pos, room), &value, 0);
+                          QorLong n =
+                              _qor_dec_uoct_ia(&world, pos, room, header(pos, room), &value, 0);
                           ASSERT_EQ(n, 60);
                           EXPECT_EQ(value, world.privateArea->tempBuffer);
                           EXPECT_EQ(world.tempLow, world.privateArea->tempBuffer + 64);

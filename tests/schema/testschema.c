@@ -186,6 +186,14 @@ static QorLong encodeRecord(QorGlobal *world, const Record *v, unsigned char **p
     QorLong n = 0;
     QorLong i;
     QorLong listed = 0;
+    if (v->bit_mask & Record_when_present) {
+        QorLong t = _qor_encd_gtime(world, pos, room, &v->when);
+        n += t + _qor_encd_tag_length(world, pos, room, t, 0x8A);
+    }
+    if (v->bit_mask & Record_ratio_present) {
+        QorLong r = _qor_encd_real(world, pos, room, v->ratio);
+        n += r + _qor_encd_tag_length(world, pos, room, r, 0x89);
+    }
     if (v->bit_mask & Record_big_present)
         n += _qor_encd_llint_tl(world, pos, room, v->big, 0x88);
     for (i = v->numbers.count - 1; i >= 0; i--)
@@ -527,6 +535,14 @@ static void decodeRecord(QorGlobal *world, unsigned char **pos, QorLong *room, R
     if (peek(world, pos, room, &e, 0x88)) {
         v->big = _qor_dec_llint(world, pos, room, _qor_dec_tag_length(world, pos, room, 0x88));
         v->bit_mask |= Record_big_present;
+    }
+    if (peek(world, pos, room, &e, 0x89)) {
+        _qor_dec_real(world, pos, room, _qor_dec_tag_length(world, pos, room, 0x89), &v->ratio);
+        v->bit_mask |= Record_ratio_present;
+    }
+    if (peek(world, pos, room, &e, 0x8A)) {
+        _qor_dec_gtime(world, pos, room, _qor_dec_tag_length(world, pos, room, 0x8A), &v->when);
+        v->bit_mask |= Record_when_present;
     }
     closeExtent(world, pos, room, &e);
 }

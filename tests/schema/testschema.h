@@ -47,7 +47,9 @@ typedef struct Bags {
  *     inner [5] Inner,
  *     pick [6] Pick,
  *     numbers [7] SEQUENCE OF INTEGER,
- *     big [8] INTEGER (-9223372036854775808..9223372036854775807) OPTIONAL }
+ *     big [8] INTEGER (-9223372036854775808..9223372036854775807) OPTIONAL,
+ *     ratio [9] REAL OPTIONAL,
+ *     when [10] GeneralizedTime OPTIONAL }
  * Inner ::= SEQUENCE { a [0] INTEGER, b [1] INTEGER OPTIONAL }
  * Pick ::= CHOICE { number [0] INTEGER, flag [1] BOOLEAN, code [2] INTEGER (0..4294967295) } */
 typedef struct Inner {
@@ -76,6 +78,8 @@ typedef struct Record {
 #define Record_count_present 0x80
 #define Record_nothing_present 0x40
 #define Record_big_present 0x20
+#define Record_ratio_present 0x10
+#define Record_when_present 0x08
     QorLong id;
     char active;
     QorLong count;
@@ -87,6 +91,8 @@ typedef struct Record {
         QorLong *value;
     } numbers;
     int64_t big;
+    double ratio;
+    GeneralizedTime when;
 } Record;
 
 /* PersonnelRecord ::= [APPLICATION 0] IMPLICIT SET {
