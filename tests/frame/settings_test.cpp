@@ -15,7 +15,25 @@ using namespace qortest;
 namespace {
 
 class SettingsFlags : public ContextTest {};
-class SettingsRules : public ContextTest {};
+// A table that links BER and leaves the feature bits as qorinit sets them.
+class SettingsRules : public ContextTest {
+protected:
+    void SetUp() override
+    {
+        static QorControlTable plain = [] {
+            QorControlTable t = testSchemaTable;
+            t.initEntry = [](QorGlobal *w) {
+                qorLinkBer(w);
+                w->ruleBits |= QOR_RULE_DER_ALLOWED;
+                return 0;
+            };
+            return t;
+        }();
+        ASSERT_EQ(qorinit(&world, &plain), 0);
+        CountingAllocator::reset();
+        CountingAllocator::install(&world);
+    }
+};
 class SettingsVersions : public ContextTest {};
 class SettingsValues : public ContextTest {};
 class SettingsHooks : public ContextTest {};

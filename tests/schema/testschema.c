@@ -660,8 +660,12 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
     }
 }
 
+/* The rules this table carries: BER (bit 0), DER (3) and CER (7). */
+static QorULong featureBits = 0x89;
+
 static int initEntry(QorGlobal *world)
 {
+    qorPrivateSetMoreFlags(world, 8, &featureBits);
     qorLinkBer(world);
     qorInitXAPIentries(world, &testSchemaXapi);
     world->ruleBits |= QOR_RULE_DER_ALLOWED;
