@@ -55,9 +55,8 @@ void addFragment(QorGlobal *world, FragmentTable *table, const unsigned char *ad
 // The segments still open, innermost on top: where each ends, or null for
 // the indefinite form. The nesting limit is kept in the context as well, as
 // other readers of constructed values share it.
-class OpenSegments
-{
-  public:
+class OpenSegments {
+public:
     OpenSegments(QorGlobal *world, FragmentTable *table)
         : world_(world), table_(table), limit_(world->privateArea->constructedLimit)
     {
@@ -83,7 +82,7 @@ class OpenSegments
 
     const unsigned char *top() const { return ends_[used_ - 1]; }
 
-  private:
+private:
     static constexpr QorLong kInline = 16;
     QorGlobal *world_;
     FragmentTable *table_;

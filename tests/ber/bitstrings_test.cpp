@@ -39,9 +39,8 @@ Bytes slice(const Bytes &b, size_t from, size_t to)
     return Bytes(b.begin() + static_cast<long>(from), b.begin() + static_cast<long>(to));
 }
 
-class BitTest : public BerTest
-{
-  public:
+class BitTest : public BerTest {
+public:
     using BerTest::world;
 
     struct Encoding {

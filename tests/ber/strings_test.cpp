@@ -46,9 +46,8 @@ Bytes pattern(size_t n)
     return out;
 }
 
-class StringTest : public BerTest
-{
-  public:
+class StringTest : public BerTest {
+public:
     using BerTest::world;
 
     struct Encoding {
