@@ -42,6 +42,20 @@ void qorTmpBufFree(QorGlobal *world, void *p)
         world->tempHigh = end;
 }
 
+TempBlock *pushTempBlock(QorGlobal *world, size_t size)
+{
+    size_t total = sizeof(TempBlock) + size;
+    auto *block = static_cast<TempBlock *>(userAllocate(world, total));
+    if (block == nullptr)
+        raise(world, kOutOfMemory, longValue(static_cast<QorLong>(total)));
+    block->prev = static_cast<TempBlock *>(world->tempBlockList);
+    block->savedHigh = world->tempHigh;
+    block->savedLow = world->tempLow;
+    block->reserved = nullptr;
+    world->tempBlockList = block;
+    return block;
+}
+
 void releaseTempBlocksDownTo(QorGlobal *world, const void *p)
 {
     // Frees blocks from the top until the block holding `p` is on top.
@@ -83,16 +97,8 @@ void *_qor_dec_gettempmem(QorGlobal *world, QorLong size)
         return piece;
     }
     // Each piece is a block of its own, on the same list as the temporary stack.
-    size_t total = sizeof(TempBlock) + static_cast<size_t>(rounded);
-    auto *block = static_cast<TempBlock *>(userAllocate(world, total));
-    if (block == nullptr)
-        raise(world, kOutOfMemory, longValue(static_cast<QorLong>(total)));
-    block->prev = static_cast<TempBlock *>(world->tempBlockList);
-    block->savedHigh = world->tempHigh;
-    block->savedLow = world->tempLow;
-    block->reserved = nullptr;
-    world->tempBlockList = block;
-    world->tempLow = world->tempHigh = reinterpret_cast<unsigned char *>(block) + total;
+    TempBlock *block = pushTempBlock(world, static_cast<size_t>(rounded));
+    world->tempLow = world->tempHigh = block->payload() + rounded;
     return block->payload();
 }
 

@@ -33,15 +33,7 @@ void _qor_tstk_add_block(QorGlobal *world, QorLong size)
         raise(world, kTempBufferTooSmall, longValue(size)); // a caller's buffer cannot grow
     if (size < kMinimumBlock)
         size = kMinimumBlock;
-    size_t total = sizeof(TempBlock) + static_cast<size_t>(size);
-    auto *block = static_cast<TempBlock *>(userAllocate(world, total));
-    if (block == nullptr)
-        raise(world, kOutOfMemory, longValue(static_cast<QorLong>(total)));
-    block->prev = static_cast<TempBlock *>(world->tempBlockList);
-    block->savedHigh = world->tempHigh;
-    block->savedLow = world->tempLow;
-    block->reserved = nullptr;
-    world->tempBlockList = block;
+    TempBlock *block = pushTempBlock(world, static_cast<size_t>(size));
     world->tempLow = block->payload();
     world->tempHigh = block->payload() + size;
 }

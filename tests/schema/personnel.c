@@ -6,13 +6,12 @@
 
 #include "testschema.h"
 
+#include "extent.h"
+
 enum {
-    MSG_END_OF_INPUT = 45,
-    MSG_INCONSISTENT_LENGTHS = 102,
     MSG_TAG_NOT_RECOGNIZED = 115,
     MSG_FIELD_REPEATED = 116,
-    MSG_FIELD_OMITTED = 117,
-    MSG_EXPECTED_EOC = 118
+    MSG_FIELD_OMITTED = 117
 };
 
 enum {
@@ -91,51 +90,7 @@ void personnelEncode(QorGlobal *world, const PersonnelRecord *v, unsigned char *
     _qor_encd_tag_length(world, pos, room, n, TAG_PERSONNEL);
 }
 
-/* Decoding. A constructed value runs to its definite end, or to the
- * end-of-contents octets. */
-
-typedef struct Extent {
-    const unsigned char *end;
-    int indefinite;
-} Extent;
-
-/* Reads the header of a component with a one-octet tag; a lone 0x80 after it
- * is the indefinite form, which string decoders take as -1. */
-static QorLong header(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong expected)
-{
-    unsigned char *start = *pos;
-    QorLong length = _qor_dec_tag_length(world, pos, room, expected);
-    return length == 0x80 && *pos - start == 2 ? -1 : length;
-}
-
-static void beginValue(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong expected,
-                 Extent *e)
-{
-    QorLong length = header(world, pos, room, expected);
-    e->indefinite = length < 0;
-    e->end = e->indefinite ? NULL : *pos + length;
-}
-
-static int more(QorGlobal *world, unsigned char **pos, const QorLong *room, const Extent *e)
-{
-    if (!e->indefinite)
-        return *pos < e->end;
-    if (*room < 2)
-        _qor_enc_error(world, MSG_END_OF_INPUT, 0);
-    return (*pos)[0] != 0 || (*pos)[1] != 0;
-}
-
-static void endValue(QorGlobal *world, unsigned char **pos, QorLong *room, const Extent *e)
-{
-    if (e->indefinite) {
-        if (*room < 2 || (*pos)[0] != 0 || (*pos)[1] != 0)
-            _qor_enc_error(world, MSG_EXPECTED_EOC, 0);
-        *pos += 2;
-        *room -= 2;
-    } else if (*pos != e->end) {
-        _qor_enc_error(world, MSG_INCONSISTENT_LENGTHS, 0);
-    }
-}
+/* Decoding. */
 
 static char *decodeVisible(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong tag)
 {

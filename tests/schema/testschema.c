@@ -2,6 +2,8 @@
  * family, each a switch on the PDU number; encoders write backwards. */
 #include "testschema.h"
 
+#include "extent.h"
+
 #include <string.h>
 
 enum {
@@ -382,49 +384,8 @@ static QorLong packedTagOfPdu(int pdunum)
     return packedTag(tags[pdunum - 1]);
 }
 
-/* Record, decoded with the library's primitives as generated code does. A
- * constructed value has a definite extent, or runs to end-of-contents. */
-typedef struct Extent {
-    const unsigned char *end;
-    int indefinite;
-} Extent;
-
-enum { MSG_EXPECTED_EOC = 118, NUMBERS_PER_BLOCK = 64 };
-
-/* The length came from a one-octet tag at `start`: a lone 0x80 is the
- * indefinite form (a genuine 128 is always written long). */
-static void openExtent(const unsigned char *start, unsigned char **pos, QorLong length, Extent *e)
-{
-    e->indefinite = length == 0x80 && *pos - start == 2;
-    e->end = e->indefinite ? NULL : *pos + length;
-}
-
-static int more(QorGlobal *world, unsigned char **pos, const QorLong *room, const Extent *e)
-{
-    if (!e->indefinite)
-        return *pos < e->end;
-    if (*room < 2)
-        _qor_enc_error(world, MSG_END_OF_INPUT, 0);
-    return (*pos)[0] != 0 || (*pos)[1] != 0;
-}
-
-static void closeExtent(QorGlobal *world, unsigned char **pos, QorLong *room, const Extent *e)
-{
-    if (e->indefinite) {
-        if (*room < 2 || (*pos)[0] != 0 || (*pos)[1] != 0)
-            _qor_enc_error(world, MSG_EXPECTED_EOC, 0);
-        *pos += 2;
-        *room -= 2;
-    } else if (*pos != e->end) {
-        _qor_enc_error(world, MSG_INCONSISTENT_LENGTHS, 0);
-    }
-}
-
-static int peek(QorGlobal *world, unsigned char **pos, const QorLong *room, const Extent *e,
-                unsigned char tag)
-{
-    return more(world, pos, room, e) && (*pos)[0] == tag;
-}
+/* Record, decoded with the library's primitives as generated code does. */
+enum { NUMBERS_PER_BLOCK = 64 };
 
 static QorLong decodeInt(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong tag)
 {
@@ -433,9 +394,8 @@ static QorLong decodeInt(QorGlobal *world, unsigned char **pos, QorLong *room, Q
 
 static void decodeInner(QorGlobal *world, unsigned char **pos, QorLong *room, Inner *v)
 {
-    unsigned char *start = *pos;
     Extent e;
-    openExtent(start, pos, _qor_dec_tag_length(world, pos, room, 0x85), &e);
+    beginValue(world, pos, room, 0x85, &e);
     if (!peek(world, pos, room, &e, 0x80))
         _qor_enc_error(world, MSG_FIELD_OMITTED, 0);
     v->a = decodeInt(world, pos, room, 0x80);
@@ -443,14 +403,13 @@ static void decodeInner(QorGlobal *world, unsigned char **pos, QorLong *room, In
         v->b = decodeInt(world, pos, room, 0x81);
         v->bit_mask |= Inner_b_present;
     }
-    closeExtent(world, pos, room, &e);
+    endValue(world, pos, room, &e);
 }
 
 static void decodePick(QorGlobal *world, unsigned char **pos, QorLong *room, Pick *v)
 {
-    unsigned char *start = *pos;
     Extent e;
-    openExtent(start, pos, _qor_dec_tag_length(world, pos, room, 0x86), &e);
+    beginValue(world, pos, room, 0x86, &e);
     if (!more(world, pos, room, &e))
         _qor_enc_error(world, MSG_FIELD_OMITTED, 0);
     switch ((*pos)[0]) {
@@ -469,19 +428,18 @@ static void decodePick(QorGlobal *world, unsigned char **pos, QorLong *room, Pic
     default:
         _qor_enc_error(world, 115, packedTag((*pos)[0]));
     }
-    closeExtent(world, pos, room, &e);
+    endValue(world, pos, room, &e);
 }
 
 /* SEQUENCE OF INTEGER of unknown count: fragments in temporary memory,
  * gathered into one array at the end. */
 static void decodeNumbers(QorGlobal *world, unsigned char **pos, QorLong *room, Record *v)
 {
-    unsigned char *start = *pos;
     Extent e;
     void *list = NULL;
     void *current = NULL;
     QorLong count = 0, inBlock = NUMBERS_PER_BLOCK, blocks = 0;
-    openExtent(start, pos, _qor_dec_tag_length(world, pos, room, 0x87), &e);
+    beginValue(world, pos, room, 0x87, &e);
     while (more(world, pos, room, &e)) {
         if (inBlock == NUMBERS_PER_BLOCK) {
             _qor_allocate_memblock(world, &current, &list, NUMBERS_PER_BLOCK * (QorLong)sizeof(QorLong));
@@ -491,7 +449,7 @@ static void decodeNumbers(QorGlobal *world, unsigned char **pos, QorLong *room, 
         ((QorLong *)current)[inBlock++] = decodeInt(world, pos, room, 0x02);
         count++;
     }
-    closeExtent(world, pos, room, &e);
+    endValue(world, pos, room, &e);
     v->numbers.count = count;
     v->numbers.value = (QorLong *)_qor_consolidate_memblock_fast(
         world, sizeof(QorLong), count, list, NUMBERS_PER_BLOCK, blocks, inBlock, 0);
@@ -499,9 +457,8 @@ static void decodeNumbers(QorGlobal *world, unsigned char **pos, QorLong *room, 
 
 static void decodeRecord(QorGlobal *world, unsigned char **pos, QorLong *room, Record *v)
 {
-    unsigned char *start = *pos;
     Extent e;
-    openExtent(start, pos, _qor_dec_tag_length(world, pos, room, TAG_RECORD & ~0x20), &e);
+    beginValue(world, pos, room, TAG_RECORD & ~0x20, &e);
     v->active = 1;
     v->level = Level_medium;
     if (!peek(world, pos, room, &e, 0x80))
@@ -544,7 +501,7 @@ static void decodeRecord(QorGlobal *world, unsigned char **pos, QorLong *room, R
         _qor_dec_gtime(world, pos, room, _qor_dec_tag_length(world, pos, room, 0x8A), &v->when);
         v->bit_mask |= Record_when_present;
     }
-    closeExtent(world, pos, room, &e);
+    endValue(world, pos, room, &e);
 }
 
 static int berDecode(QorGlobal *world, int *pdunum, void **output)
