@@ -206,9 +206,9 @@ int qorSetDebugFlags(QorGlobal *world, QorULong flags)
     QorGlobalPrivate *p = world->privateArea;
     p->debugFlags = flags;
     // The value printer sets these to qorPrintPDU, qorPrintHex and qorPrintXML.
-    p->printPduHook = nullptr;
-    p->printHexHook = nullptr;
-    p->printXmlHook = nullptr;
+    p->printPduHook = reinterpret_cast<void *>(qorPrintPDU);
+    p->printHexHook = reinterpret_cast<void *>(qorPrintHex);
+    p->printXmlHook = reinterpret_cast<void *>(qorPrintXML);
     return 0;
 }
 

@@ -282,8 +282,68 @@ void qorSetTimeout(QorGlobal *world, QorLong timeout); /* does nothing */
 int qorGetFormatterBufferSize(QorGlobal *world);
 int qorSetFormatterBufferSize(QorGlobal *world, QorULong size);
 
+/* Memory handles: a private heap for decoded values. While a handle is
+ * active, the context's allocator hooks use it; cleaning it throws away every
+ * value in it at once. Create returns null for a null context or no memory;
+ * the others return 6 for a null argument. */
+typedef struct QorMemoryHandleStat {
+    QorULong blockCount;
+    QorULong totalBytes;
+    QorULong usedInternally;
+    QorULong allocated;
+    QorULong free;
+} QorMemoryHandleStat;
+void *qorCreateMemoryHandle(QorGlobal *world, QorLong blockSize);
+int qorCleanMemoryHandle(QorGlobal *world, void *handle);
+int qorDeleteMemoryHandle(QorGlobal *world, void *handle);
+int qorSetActiveMemoryHandle(QorGlobal *world, void *handle);
+void *qorGetActiveMemoryHandle(QorGlobal *world);
+/* flags & 0x0F: 0 sizes only, 1 a quiet walk, 2 and up print the handle,
+ * blocks and fragments; 0x20 leaves addresses out. 18 for a damaged heap. */
+int qorGetMemoryHandleStat(QorGlobal *world, void *handle, QorMemoryHandleStat *stats,
+                           QorULong flags);
+
 /* Value services. */
 int qorFreePDU(QorGlobal *world, int pdunum, void *value);
+
+/* Printing. Text goes through the print route: with a null print stream
+ * nothing is printed, user functions included; a user vprint function (on a
+ * context with a control table) gets the format and its arguments; a user
+ * print function, or a print function set on a context without a table, gets
+ * finished text as ("%s", text); otherwise the stream is written and flushed.
+ * A null context prints to the standard output. Results are the sink's. */
+int qorPrint(QorGlobal *world, const char *format, ...);
+int qorVprintWin(QorGlobal *world, const char *format, va_list args);
+int qorPrintWin(QorGlobal *world, const char *format, ...); /* the same as qorPrint */
+/* A value in ASN.1 value notation, by the control table's print entry. 0, or
+ * the entry's result; 6 null context or value; 20 no control table; 7 wrong
+ * table version; 3 a PDU number below 1 (allowed only while bit 0 of
+ * `internalFlags` is set, as for a nested open type); 14 a memory violation
+ * under TRAPPING. A table without a print entry prints advice and gives 0.
+ * Leaf values longer than `printChop` characters (0: no limit) are cut. */
+int qorPrintPDU(QorGlobal *world, int pdunum, void *value);
+/* The older form; a null context runs on one of the call's own with `ctl`. */
+int printPDU(QorGlobal *world, int pdunum, void *value, QorControlTable *ctl);
+/* The same text into `buffer`, zero-terminated. With `length` and `value`
+ * set, into the caller's buffer: 1 when it is too small, the text cut and
+ * still zero-terminated. Otherwise into a buffer from `userMalloc` of the
+ * exact size, stored in `buffer`, which the caller frees with qorFreeBuf
+ * (8 when no memory). 6 for a null context, buffer or value, or a PDU
+ * number below 1; otherwise as qorPrintPDU. */
+int qorPrintPDUToBuffer(QorGlobal *world, int pdunum, void *value, QorBuf *buffer);
+/* Octets of that text with its terminating zero; 0 on any failure. */
+QorLong qorDeterminePDUBufferLength(QorGlobal *world, int pdunum, void *value);
+/* Octets in hexadecimal, a blank after every 4 and a new line after every 32;
+ * with QOR_DEBUG_HEX_HEADING set, a dump of 16 a line with offsets and
+ * characters. Nothing for a null context or data. */
+void qorPrintHex(QorGlobal *world, const unsigned char *data, QorLong length);
+/* XML text: as it stands, or with `pretty` re-indented two blanks a level. */
+void qorPrintXML(QorGlobal *world, const unsigned char *data, QorLong length, int pretty);
+/* User print functions for an OCTET STRING, given its display string
+ * ('hhhh'H): as quoted characters, "?" for those not printable; or as a
+ * dotted address, each octet in decimal. */
+void qorPrintOctetAsASCII(QorGlobal *world, const char *display);
+void qorPrintOctetAsIPAddress(QorGlobal *world, const char *display);
 
 #ifdef __cplusplus
 }

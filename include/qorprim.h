@@ -226,7 +226,8 @@ typedef struct QorExtensionAddition {
     struct QorExtensionAddition *prev;
 } QorExtensionAddition;
 
-/* The "new" open type and a deferred component. */
+/* The "new" open type: its length and octets; `pduNum` and the decoded value
+ * travel as separate arguments. A deferred component uses QorOpenType. */
 typedef struct QorNewOpenType {
     QorULong length;
     unsigned char *encoded;
@@ -374,6 +375,67 @@ void _qor_dec_rsf_ext(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
                       QorExtensionAddition **chain, unsigned char **savedPos, QorLong *savedRoom,
                       QorLong *count);
 void _qor_free_rsf_ext(QorGlobal *world, QorExtensionAddition *record);
+
+/* Printing primitives. The generated print entry writes names, braces and
+ * numbers with qorPrint, new lines with _qor_indent, and one of these for
+ * each leaf. Printers cut a leaf at `printChop` characters and mark the cut
+ * with "..."; a display string (_qor_getdisp_) is the same text, never cut,
+ * in temporary memory that _qor_free_disp gives back. Lengths below 0 count
+ * as 0. */
+void _qor_indent(QorGlobal *world, int delta); /* a new line; delta 1 after "{", -1 before "}" */
+void _qor_prt_bit(QorGlobal *world, const unsigned char *bits, QorLong count); /* '0101 1'B */
+/* A bit string held in an unsigned integer of `size` (1, 2, 4 or 8) octets,
+ * its first bit the integer's highest. */
+void _qor_prt_pbit(QorGlobal *world, const void *value, int size, QorLong count);
+void _qor_prt_oct(QorGlobal *world, const unsigned char *data, QorLong length); /* '0AFF'H */
+/* Octets in hexadecimal between two texts, either of which may be null. */
+void _qor_prt_hex(QorGlobal *world, const char *prefix, const unsigned char *data, QorLong length,
+                  const char *suffix);
+/* "text", or {"text", {0, 1}} with octets that are not printable as tuples. */
+void _qor_prt_char(QorGlobal *world, const char *data, QorLong length);
+void _qor_prt_nchar(QorGlobal *world, const char *text);
+/* `count` units of `width` octets: 1 UTF-8, 2 and 4 native 16- and 32-bit
+ * characters; characters that are not printable ASCII as quadruples. */
+void _qor_prt_mbchar(QorGlobal *world, const void *data, QorLong count, int width);
+/* { mantissa m, base 2, exponent e } with at most 31 significant bits, or
+ * PLUS-INFINITY (at or beyond the largest float), MINUS-INFINITY,
+ * NOT-A-NUMBER, -0, 0. */
+void _qor_prt_real(QorGlobal *world, double value);
+void _qor_prt_creal(QorGlobal *world, const char *text); /* "1.50" as 15E-1; null: NULL */
+void _qor_prt_gentime(QorGlobal *world, const GeneralizedTime *value);
+void _qor_prt_utctime(QorGlobal *world, const GeneralizedTime *value);
+/* One record for each enumerator; the two middle words are the encoders'. */
+typedef struct QorEnumeratorName {
+    const char *identifier;
+    QorLong encoderWords[2];
+    QorLong value;
+} QorEnumeratorName;
+/* The identifier of the 64-bit value (`low`, `high`), or
+ * "qor_unknown_enumerator"; only values with `high` 0 are looked up. */
+void _qor_prt_enum(QorGlobal *world, QorLong low, QorLong high, const QorEnumeratorName *table,
+                   QorLong count);
+/* A decoded open type is printed by the print entry with its PDU number
+ * negated ("<error>" when that fails); else its encoding in hexadecimal, or
+ * "<unknown>". */
+void _qor_prt_opentype(QorGlobal *world, const QorOpenType *value);
+void _qor_prt_new_opentype(QorGlobal *world, int pduNum, void *decoded,
+                           const QorNewOpenType *value);
+char *_qor_getdisp_bit(QorGlobal *world, const unsigned char *bits, QorLong count);
+char *_qor_getdisp_oct(QorGlobal *world, const unsigned char *data, QorLong length);
+char *_qor_getdisp_hex(QorGlobal *world, const char *prefix, const unsigned char *data,
+                       QorLong length, const char *suffix);
+char *_qor_getdisp_char(QorGlobal *world, const char *data, QorLong length); /* one "string" */
+char *_qor_getdisp_nchar(QorGlobal *world, const char *text);
+char *_qor_getdisp_mbchar(QorGlobal *world, const void *data, QorLong count, int width);
+char *_qor_getdisp_int(QorGlobal *world, int64_t value);
+char *_qor_getdisp_uint(QorGlobal *world, uint64_t value);
+char *_qor_getdisp_real(QorGlobal *world, double value);
+/* Reads the number itself: 314E-2, or {mantissa 314, base 10, exponent -2}
+ * under compatibility flag 0x100; PLUS-INFINITY, MINUS-INFINITY, 0, NULL. */
+char *_qor_getdisp_creal(QorGlobal *world, const char *text);
+char *_qor_getdisp_gentime(QorGlobal *world, const GeneralizedTime *value);
+char *_qor_getdisp_utctime(QorGlobal *world, const GeneralizedTime *value);
+void _qor_free_disp(QorGlobal *world, void *display);
 
 /* The PER bit cursor. Writers take their bits left-justified; `align` 1 asks
  * to go to an octet boundary first under aligned PER. Readers raise message

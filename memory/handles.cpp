@@ -1,0 +1,326 @@
+// Memory handles: a small first-fit heap per handle. While a handle is
+// active, the context's allocator hooks point at it, so decoded values land
+// in its blocks and can all be thrown away at once.
+#include <cstdio>
+#include <cstring>
+
+#include "frame/errors.h"
+
+namespace {
+
+// One fragment of a block: its header, then its data.
+struct Fragment {
+    char status; // 'a' allocated, 'f' free, 'l' the last, free fragment of a block
+    size_t length;
+    struct Block *block;
+    Fragment *prev;
+
+    unsigned char *data() { return reinterpret_cast<unsigned char *>(this + 1); }
+    static Fragment *of(void *data) { return static_cast<Fragment *>(data) - 1; }
+};
+
+struct Block {
+    Block *next;
+    size_t size; // usable octets, headers of fragments included
+    size_t freeBytes;
+
+    Fragment *first() { return reinterpret_cast<Fragment *>(this + 1); }
+    unsigned char *end() { return reinterpret_cast<unsigned char *>(this + 1) + size; }
+};
+
+struct Handle {
+    size_t blockSize;
+    size_t totalBytes;
+    size_t blockCount;
+    Block *firstBlock;
+    Fragment *freeHint;
+};
+
+constexpr size_t kHeader = sizeof(Fragment);
+
+Fragment *following(Block *b, Fragment *f)
+{
+    unsigned char *next = f->data() + f->length;
+    return next < b->end() ? reinterpret_cast<Fragment *>(next) : nullptr;
+}
+
+bool isFree(const Fragment *f) { return f->status != 'a'; }
+
+void offerHint(Handle *h, Fragment *f)
+{
+    if (h->freeHint == nullptr || h->freeHint->length < f->length)
+        h->freeHint = f;
+}
+
+// The whole space of a block as one last, free fragment.
+void emptyBlock(Block *b)
+{
+    Fragment *f = b->first();
+    f->status = 'l';
+    f->length = b->size - kHeader;
+    f->block = b;
+    f->prev = nullptr;
+    b->freeBytes = f->length;
+}
+
+Block *addBlock(QorGlobal *world, Handle *h, size_t size)
+{
+    size_t usable = (size + kHeader > h->blockSize ? size + kHeader : h->blockSize);
+    usable = (usable + 7) & ~size_t{7};
+    auto *b = static_cast<Block *>(world->mallocp(sizeof(Block) + usable));
+    if (b == nullptr)
+        return nullptr;
+    b->size = usable;
+    emptyBlock(b);
+    b->next = h->firstBlock;
+    h->firstBlock = b;
+    h->totalBytes += sizeof(Block) + usable;
+    h->blockCount++;
+    offerHint(h, b->first());
+    return b;
+}
+
+// Takes `size` octets at the front of the free fragment `f`; the rest stays
+// free when it can hold a header and some data.
+void *take(Handle *h, Fragment *f, size_t size)
+{
+    Block *b = f->block;
+    if (f->length >= size + kHeader + 8) {
+        auto *rest = reinterpret_cast<Fragment *>(f->data() + size);
+        rest->status = f->status;
+        rest->length = f->length - size - kHeader;
+        rest->block = b;
+        rest->prev = f;
+        if (Fragment *after = following(b, rest))
+            after->prev = rest;
+        f->length = size;
+        b->freeBytes -= size + kHeader;
+        if (h->freeHint == f)
+            h->freeHint = rest;
+    } else {
+        b->freeBytes -= f->length;
+        if (h->freeHint == f)
+            h->freeHint = nullptr;
+    }
+    f->status = 'a';
+    return f->data();
+}
+
+Handle *activeHandle(QorGlobal *world)
+{
+    return world != nullptr && world->privateArea != nullptr
+               ? static_cast<Handle *>(world->privateArea->activeMemoryHandle)
+               : nullptr;
+}
+
+void *allocate(QorGlobal *world, size_t size)
+{
+    Handle *h = activeHandle(world);
+    if (h == nullptr)
+        return nullptr;
+    size = (size + 7) & ~size_t{7};
+    if (h->freeHint != nullptr && isFree(h->freeHint) && h->freeHint->length >= size)
+        return take(h, h->freeHint, size);
+    for (Block *b = h->firstBlock; b != nullptr; b = b->next) {
+        if (b->freeBytes < size)
+            continue;
+        for (Fragment *f = b->first(); f != nullptr; f = following(b, f)) {
+            if (isFree(f) && f->length >= size)
+                return take(h, f, size);
+        }
+    }
+    Block *b = addBlock(world, h, size);
+    return b != nullptr ? take(h, b->first(), size) : nullptr;
+}
+
+// Merges the free fragment `later` into the free fragment before it.
+Fragment *merge(Block *b, Fragment *earlier, Fragment *later)
+{
+    earlier->length += kHeader + later->length;
+    earlier->status = later->status; // 'l' stays at the end of the block
+    b->freeBytes += kHeader;
+    if (Fragment *after = following(b, earlier))
+        after->prev = earlier;
+    return earlier;
+}
+
+void release(QorGlobal *world, void *p)
+{
+    Handle *h = activeHandle(world);
+    if (h == nullptr || p == nullptr)
+        return;
+    Fragment *f = Fragment::of(p);
+    if (f->status != 'a')
+        return;
+    Block *b = f->block;
+    Fragment *after = following(b, f);
+    f->status = after == nullptr ? 'l' : 'f';
+    b->freeBytes += f->length;
+    if (h->freeHint == after && after != nullptr && isFree(after))
+        h->freeHint = nullptr;
+    if (after != nullptr && isFree(after))
+        f = merge(b, f, after);
+    if (f->prev != nullptr && isFree(f->prev)) {
+        if (h->freeHint == f->prev)
+            h->freeHint = nullptr;
+        f = merge(b, f->prev, f);
+    }
+    offerHint(h, f);
+}
+
+void *resize(QorGlobal *world, void *p, size_t size)
+{
+    void *moved = allocate(world, size);
+    if (moved == nullptr)
+        return nullptr;
+    if (p != nullptr) {
+        size_t old = Fragment::of(p)->length;
+        memcpy(moved, p, old < size ? old : size);
+        release(world, p);
+    }
+    return moved;
+}
+
+void printLine(QorGlobal *world, const char *format, ...) __attribute__((format(printf, 2, 3)));
+void printLine(QorGlobal *world, const char *format, ...)
+{
+    char line[160];
+    va_list args;
+    va_start(args, format);
+    vsnprintf(line, sizeof line, format, args);
+    va_end(args);
+    qor::printText(world, line);
+}
+
+} // namespace
+
+extern "C" {
+
+int qorSetActiveMemoryHandle(QorGlobal *world, void *handle)
+{
+    if (world == nullptr || world->privateArea == nullptr)
+        return QOR_BAD_ARG;
+    QorGlobalPrivate *p = world->privateArea;
+    if (handle == nullptr) {
+        if (p->activeMemoryHandle != nullptr)
+            qorSetUserMallocFreeRealloc(world, p->savedMalloc, p->savedFree, p->savedRealloc);
+    } else if (p->activeMemoryHandle == nullptr) {
+        qorGetUserMallocFreeRealloc(world, &p->savedMalloc, &p->savedFree, &p->savedRealloc);
+        qorSetUserMallocFreeRealloc(world, allocate, release, resize);
+    }
+    p->activeMemoryHandle = handle;
+    return 0;
+}
+
+void *qorGetActiveMemoryHandle(QorGlobal *world) { return activeHandle(world); }
+
+void *qorCreateMemoryHandle(QorGlobal *world, QorLong blockSize)
+{
+    if (world == nullptr || world->privateArea == nullptr || world->mallocp == nullptr)
+        return nullptr;
+    auto *h = static_cast<Handle *>(world->mallocp(sizeof(Handle)));
+    if (h == nullptr)
+        return nullptr;
+    memset(h, 0, sizeof *h);
+    h->blockSize = blockSize > 0 ? static_cast<size_t>(blockSize) : 0;
+    h->totalBytes = sizeof(Handle);
+    qorSetActiveMemoryHandle(world, h);
+    return h;
+}
+
+int qorCleanMemoryHandle(QorGlobal *world, void *handle)
+{
+    if (world == nullptr || handle == nullptr)
+        return QOR_BAD_ARG;
+    auto *h = static_cast<Handle *>(handle);
+    h->freeHint = nullptr;
+    for (Block *b = h->firstBlock; b != nullptr; b = b->next) {
+        emptyBlock(b);
+        if (h->freeHint == nullptr)
+            h->freeHint = b->first();
+    }
+    return 0;
+}
+
+int qorDeleteMemoryHandle(QorGlobal *world, void *handle)
+{
+    if (world == nullptr || handle == nullptr)
+        return QOR_BAD_ARG;
+    if (activeHandle(world) == handle)
+        qorSetActiveMemoryHandle(world, nullptr);
+    auto *h = static_cast<Handle *>(handle);
+    Block *b = h->firstBlock;
+    while (b != nullptr) {
+        Block *next = b->next;
+        world->freep(b);
+        b = next;
+    }
+    world->freep(h);
+    return 0;
+}
+
+int qorGetMemoryHandleStat(QorGlobal *world, void *handle, QorMemoryHandleStat *stats,
+                           QorULong flags)
+{
+    if (world == nullptr || handle == nullptr || stats == nullptr)
+        return QOR_BAD_ARG;
+    auto *h = static_cast<Handle *>(handle);
+    memset(stats, 0, sizeof *stats);
+    stats->blockCount = static_cast<QorULong>(h->blockCount);
+    stats->totalBytes = static_cast<QorULong>(h->totalBytes);
+    const unsigned level = flags & 0x0F;
+    const bool plain = (flags & 0x20) != 0; // no addresses
+    if (level == 0)
+        return 0;
+    if (level >= 2) {
+        if (plain)
+            printLine(world, "Handle:\n");
+        else
+            printLine(world, "Handle: [%p]\n", handle);
+    }
+    size_t internal = sizeof(Handle);
+    int blockNumber = 0;
+    for (Block *b = h->firstBlock; b != nullptr; b = b->next) {
+        size_t allocated = 0, free = 0, used = sizeof(Block);
+        blockNumber++;
+        if (level >= 3) {
+            if (plain)
+                printLine(world, "  Block #%d: length = %zu bytes\n", blockNumber, b->size);
+            else
+                printLine(world, "  Block #%d [%p]: length = %zu bytes\n", blockNumber,
+                          static_cast<void *>(b), b->size);
+        }
+        int fragmentNumber = 0;
+        for (Fragment *f = b->first(); f != nullptr; f = following(b, f)) {
+            // The walk doubles as an audit of the heap.
+            if ((f->status != 'a' && f->status != 'f' && f->status != 'l') || f->block != b)
+                return QOR_FATAL;
+            fragmentNumber++;
+            used += kHeader;
+            (f->status == 'a' ? allocated : free) += f->length;
+            if (level >= 4) {
+                const char *word = f->status == 'a' ? "allocated" : f->status == 'f' ? "free" : "last/free";
+                if (plain)
+                    printLine(world, "    Fragment #%d: status = '%s', length = %zu\n",
+                              fragmentNumber, word, f->length);
+                else
+                    printLine(world, "    Fragment #%d [%p]: status = '%s', length = %zu\n",
+                              fragmentNumber, static_cast<void *>(f), word, f->length);
+            }
+        }
+        if (level >= 3)
+            printLine(world, "  Block summary (bytes): %zu allocated, %zu free, %zu used internally\n",
+                      allocated, free, used);
+        stats->allocated += static_cast<QorULong>(allocated);
+        stats->free += static_cast<QorULong>(free);
+        internal += used;
+    }
+    stats->usedInternally = static_cast<QorULong>(internal);
+    if (level >= 2)
+        printLine(world, "Handle summary (bytes): %lu allocated, %lu free, %lu used internally\n",
+                  static_cast<unsigned long>(stats->allocated), static_cast<unsigned long>(stats->free),
+                  static_cast<unsigned long>(stats->usedInternally));
+    return 0;
+}
+
+} // extern "C"

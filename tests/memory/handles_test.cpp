@@ -1,0 +1,127 @@
+// Memory handles: decoded values in a private heap, thrown away at once.
+#include "support/roundtrip.h"
+
+using namespace qortest;
+
+namespace {
+
+class Handles : public ContextTest {
+protected:
+    QorMemoryHandleStat stat(void *handle, QorULong flags = 1)
+    {
+        QorMemoryHandleStat s{};
+        EXPECT_EQ(qorGetMemoryHandleStat(&world, handle, &s, flags), 0);
+        return s;
+    }
+};
+
+} // namespace
+
+TEST_F(Handles, DecodedValuesLandInTheHandleAndGoWithIt)
+{
+    std::vector<Bytes> encodings;
+    for (int rules : {QOR_BER, QOR_DER}) {
+        world.encRules = rules;
+        QorBuf out = {0, nullptr};
+        ASSERT_EQ(qorEncode(&world, PDU_PersonnelRecord, &personnelExample, &out), 0);
+        encodings.push_back(bytesOf(out));
+        qorFreeBuf(&world, out.value);
+    }
+    const long before = CountingAllocator::calls;
+    void *handle = qorCreateMemoryHandle(&world, 4096);
+    ASSERT_NE(handle, nullptr);
+    EXPECT_EQ(qorGetActiveMemoryHandle(&world), handle);
+    for (int round = 0; round < 50; round++) {
+        for (Bytes &e : encodings) {
+            QorBuf in = {static_cast<QorLong>(e.size()), e.data()};
+            void *out = nullptr;
+            int pdu = 0;
+            ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), 0) << qorGetErrMsg(&world);
+            EXPECT_STREQ(static_cast<PersonnelRecord *>(out)->children.value[1].name.givenName,
+                         "Susan");
+            if (round % 2 == 0)
+                qorFreePDU(&world, pdu, out); // given back piece by piece
+        }
+        if (round % 10 == 9) {
+            EXPECT_EQ(qorCleanMemoryHandle(&world, handle), 0); // or all at once
+        }
+    }
+    EXPECT_EQ(CountingAllocator::calls, before) << "the user's allocator was not called";
+    QorMemoryHandleStat s = stat(handle);
+    EXPECT_EQ(s.allocated, 0u);
+    EXPECT_GE(s.blockCount, 1u);
+    EXPECT_EQ(s.totalBytes, s.usedInternally + s.free);
+    EXPECT_EQ(qorDeleteMemoryHandle(&world, handle), 0);
+    EXPECT_EQ(qorGetActiveMemoryHandle(&world), nullptr);
+    // The user's allocator is back.
+    QorBuf out = {0, nullptr};
+    ASSERT_EQ(qorEncode(&world, PDU_PersonnelRecord, &personnelExample, &out), 0);
+    EXPECT_GT(CountingAllocator::calls, before);
+    qorFreeBuf(&world, out.value);
+}
+
+TEST_F(Handles, FreedNeighboursMergeAndLargeRequestsGetABlock)
+{
+    void *handle = qorCreateMemoryHandle(&world, 1024);
+    void *a = qorGetMemory(&world, 100);
+    void *b = qorGetMemory(&world, 100);
+    void *c = qorGetMemory(&world, 100);
+    ASSERT_TRUE(a && b && c);
+    QorMemoryHandleStat s = stat(handle);
+    EXPECT_EQ(s.blockCount, 1u);
+    EXPECT_EQ(s.allocated, 312u) << "sizes rounded to 8";
+    const QorULong freeBefore = s.free;
+    qorFreeMemory(&world, a);
+    qorFreeMemory(&world, b);
+    s = stat(handle);
+    // Two neighbours merge: the header between them counts as free.
+    EXPECT_GT(s.free, freeBefore + 208);
+    EXPECT_EQ(s.allocated, 104u);
+    void *big = qorGetMemory(&world, 5000);
+    ASSERT_NE(big, nullptr);
+    EXPECT_EQ(stat(handle).blockCount, 2u) << "larger than a block: a block of its own";
+    void *again = qorGetMemory(&world, 200);
+    EXPECT_EQ(again, a) << "first fit reuses the merged space";
+    qorCleanMemoryHandle(&world, handle);
+    EXPECT_EQ(stat(handle).allocated, 0u);
+    qorDeleteMemoryHandle(&world, handle);
+}
+
+TEST_F(Handles, ActivationAndStatistics)
+{
+    EXPECT_EQ(qorSetActiveMemoryHandle(&world, nullptr), 0) << "none active: nothing changes";
+    EXPECT_EQ(qorSetActiveMemoryHandle(nullptr, nullptr), QOR_BAD_ARG);
+    EXPECT_EQ(qorCreateMemoryHandle(nullptr, 10), nullptr);
+    EXPECT_EQ(qorCleanMemoryHandle(&world, nullptr), QOR_BAD_ARG);
+    EXPECT_EQ(qorDeleteMemoryHandle(&world, nullptr), QOR_BAD_ARG);
+
+    void *handle = qorCreateMemoryHandle(&world, 2048);
+    QorGlobal dup;
+    ASSERT_EQ(qorDupWorld(&world, &dup), 0);
+    EXPECT_EQ(qorGetActiveMemoryHandle(&dup), nullptr) << "a handle serves one context";
+    EXPECT_NE(dup.userMalloc, world.userMalloc);
+    qorterm(&dup);
+
+    qorGetMemory(&world, 10);
+    FILE *sink = tmpfile();
+    world.printStream = sink;
+    QorMemoryHandleStat quiet{};
+    EXPECT_EQ(qorGetMemoryHandleStat(&world, handle, &quiet, 0), 0);
+    EXPECT_EQ(ftell(sink), 0) << "level 0 prints nothing";
+    EXPECT_EQ(quiet.allocated, 0u) << "level 0 fills the sizes only";
+    QorMemoryHandleStat loud{};
+    EXPECT_EQ(qorGetMemoryHandleStat(&world, handle, &loud, 4 | 0x20), 0);
+    fflush(sink);
+    rewind(sink);
+    char text[512] = {};
+    size_t n = fread(text, 1, sizeof text - 1, sink);
+    fclose(sink);
+    world.printStream = stdout;
+    EXPECT_GT(n, 0u);
+    EXPECT_EQ(std::string(text).find("Handle:\n  Block #1: length = "), 0u) << text;
+    EXPECT_NE(std::string(text).find("    Fragment #1: status = 'allocated', length = 16\n"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(std::string(text).find("Handle summary (bytes): 16 allocated"), std::string::npos);
+    qorDeleteMemoryHandle(&world, handle);
+}
