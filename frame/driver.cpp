@@ -86,6 +86,8 @@ int wrongVersion(QorGlobal *world, int wanted)
 
 void qorAbortEncoder(QorGlobal *world)
 {
+    if (world->childWorld != nullptr)
+        qorAbortNested(world, false); // blocks in the caller's temporary buffer stay
     if (void *nested = world->nestedOutput) {
         world->nestedOutput = nullptr;
         userRelease(world, nested);
@@ -173,6 +175,8 @@ int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
     int exitValue = sigsetjmp(frame, trapping ? 1 : 0);
     if (exitValue != 0) {
         abandonCall(world, exitValue, &code);
+        if (world->childWorld != nullptr)
+            qorAbortNested(world, true);
         if (world->privateArea->tempBufferSize == 0)
             qorReleaseTemp(world);
         if (!world->userBuffer) {

@@ -30,6 +30,12 @@ void qorLinkZlib(QorGlobal *world);
  * context. */
 int qorInitXAPIentries(QorGlobal *world, QorXapiEntries *entries);
 
+/* A nested context for an open type's contents: other rules or a separate
+ * output in the middle of a call, sharing its exit and message. It lives in
+ * temporary memory; `_qor_epop_global` ends it and returns the outer one. */
+QorGlobal *_qor_push_global(QorGlobal *world);
+QorGlobal *_qor_epop_global(QorGlobal *nested);
+
 /* Generated code refers to this so that a link against another platform's
  * run-time library fails. */
 void _qor_run_KROD_on_X86_64_LINUX(void);

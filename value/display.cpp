@@ -106,6 +106,9 @@ char *_qor_getdisp_utctime(QorGlobal *world, const GeneralizedTime *value)
     return display(world, [&](TextOut &out) { utcTimeText(out, value); });
 }
 
-void _qor_free_disp(QorGlobal *world, void *display) { _qor_dec_freetempmem(world, display); }
+void _qor_free_disp(QorGlobal *world, void *display)
+{
+    _qor_dec_freetempmem(world, display);
+}
 
 } // extern "C"

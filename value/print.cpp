@@ -34,6 +34,7 @@ int runPrintEntry(QorGlobal *world, QorValueEntry entry, int pdunum, void *value
     TrapState trap;
     void *volatile outerFrame = world->jumpFrame;
     char *volatile outerTarget = world->errMsgTarget;
+    const QorULong outerOpenType = world->internalFlags & kPrintingOpenType;
     volatile int code = 0;
     volatile bool armed = false;
 
@@ -61,6 +62,8 @@ int runPrintEntry(QorGlobal *world, QorValueEntry entry, int pdunum, void *value
             armed = false;
             disarmTrap(world, &trap, exitValue != QOR_SYNC_ERROR);
         }
+        // A nested open type that failed had no chance to clear its flag.
+        world->internalFlags = (world->internalFlags & ~kPrintingOpenType) | outerOpenType;
         world->jumpFrame = outerFrame;
         world->errMsgTarget = outerTarget;
         return code;

@@ -2,6 +2,8 @@
 // and character strings, times, enumerators and open types.
 #include "value/text_out.h"
 
+#include "frame/errors.h"
+
 namespace qor {
 
 namespace {
@@ -272,19 +274,18 @@ void charText(TextOut &out, const char *data, QorLong length)
     auto octets = reinterpret_cast<const unsigned char *>(data);
     const unsigned char *end = octets + length;
     const unsigned char *scan = octets;
-    bool braces = needsBraces(
-        [&](uint32_t *c) {
-            if (scan == end)
-                return false;
-            *c = *scan++;
-            return true;
-        });
+    bool braces = needsBraces([&](uint32_t *c) {
+        if (scan == end)
+            return false;
+        *c = *scan++;
+        return true;
+    });
     StringWalk walk(out, braces, false);
     for (const unsigned char *p = octets; p < end; p++) {
         unsigned char nibbles[2] = {static_cast<unsigned char>(*p >> 4),
                                     static_cast<unsigned char>(*p & 15)};
-        bool going = printable(*p) ? walk.printableCharacter(static_cast<char>(*p))
-                                   : walk.tuple(nibbles, 2);
+        bool going =
+            printable(*p) ? walk.printableCharacter(static_cast<char>(*p)) : walk.tuple(nibbles, 2);
         if (!going)
             break;
     }
@@ -300,13 +301,12 @@ void mbcharText(TextOut &out, const void *data, QorLong count, int width)
         out.put("\"\"", 2);
         return;
     }
-    bool braces = needsBraces(
-        [&](uint32_t *c) {
-            if (!scan.more())
-                return false;
-            *c = scan.next();
-            return true;
-        });
+    bool braces = needsBraces([&](uint32_t *c) {
+        if (!scan.more())
+            return false;
+        *c = scan.next();
+        return true;
+    });
     StringWalk walk(out, braces, true);
     CharacterReader read(data, count, width);
     while (read.more()) {
@@ -326,8 +326,14 @@ void mbcharText(TextOut &out, const void *data, QorLong count, int width)
     walk.finish();
 }
 
-void genTimeText(TextOut &out, const GeneralizedTime *value) { printTime(out, value, false); }
-void utcTimeText(TextOut &out, const GeneralizedTime *value) { printTime(out, value, true); }
+void genTimeText(TextOut &out, const GeneralizedTime *value)
+{
+    printTime(out, value, false);
+}
+void utcTimeText(TextOut &out, const GeneralizedTime *value)
+{
+    printTime(out, value, true);
+}
 
 } // namespace qor
 
@@ -461,8 +467,7 @@ void _qor_prt_opentype(QorGlobal *world, const QorOpenType *value)
         printOpenType(world, value->pduNum, value->decoded, value->encoded, value->length);
 }
 
-void _qor_prt_new_opentype(QorGlobal *world, int pduNum, void *decoded,
-                           const QorNewOpenType *value)
+void _qor_prt_new_opentype(QorGlobal *world, int pduNum, void *decoded, const QorNewOpenType *value)
 {
     printOpenType(world, pduNum, decoded, value != nullptr ? value->encoded : nullptr,
                   value != nullptr ? value->length : 0);

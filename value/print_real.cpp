@@ -22,8 +22,14 @@ constexpr size_t kLongExponentRead = 4;
 // A display string reads at most this many digits.
 constexpr size_t kDisplayDigits = 80;
 
-bool isDigit(char c) { return (_qorCharFlags[static_cast<unsigned char>(c)] & QOR_CHAR_DIGIT) != 0; }
-bool isBlank(char c) { return (_qorCharFlags[static_cast<unsigned char>(c)] & QOR_CHAR_SPACE) != 0; }
+bool isDigit(char c)
+{
+    return (_qorCharFlags[static_cast<unsigned char>(c)] & QOR_CHAR_DIGIT) != 0;
+}
+bool isBlank(char c)
+{
+    return (_qorCharFlags[static_cast<unsigned char>(c)] & QOR_CHAR_SPACE) != 0;
+}
 
 // Blanks, a sign and at most `limit` digits, as atoi reads them.
 int64_t leadingInteger(const char *text, size_t limit)
@@ -41,7 +47,10 @@ int64_t leadingInteger(const char *text, size_t limit)
     return negative ? -value : value;
 }
 
-bool named(const char *text, const char *name) { return strcmp(text, name) == 0; }
+bool named(const char *text, const char *name)
+{
+    return strcmp(text, name) == 0;
+}
 
 const char *specialText(const char *text)
 {
@@ -62,7 +71,8 @@ void putWhole(TextOut &out, double value)
     char digits[400];
     int n = snprintf(digits, sizeof digits, "%.0f", value);
     if (n > 0)
-        out.put(digits, static_cast<size_t>(n) < sizeof digits ? static_cast<size_t>(n) : sizeof digits - 1);
+        out.put(digits, static_cast<size_t>(n) < sizeof digits ? static_cast<size_t>(n)
+                                                               : sizeof digits - 1);
 }
 
 // White space and "--" comments, which end at "--" or the end of the line.

@@ -9,7 +9,10 @@ namespace {
 
 enum ItemKind { kOpening, kEmpty, kClosing, kMarkup, kCdata };
 
-bool isWhite(unsigned char c) { return (_qorCharFlags[c] & QOR_CHAR_SPACE) != 0; }
+bool isWhite(unsigned char c)
+{
+    return (_qorCharFlags[c] & QOR_CHAR_SPACE) != 0;
+}
 
 bool startsWith(const unsigned char *p, const unsigned char *end, const char *text)
 {
@@ -77,7 +80,10 @@ public:
         out_.put(reinterpret_cast<const char *>(p), n);
         atLineStart_ = p[n - 1] == '\n';
     }
-    void emit(const char *text) { emit(reinterpret_cast<const unsigned char *>(text), strlen(text)); }
+    void emit(const char *text)
+    {
+        emit(reinterpret_cast<const unsigned char *>(text), strlen(text));
+    }
 
     void startLine(int depth)
     {

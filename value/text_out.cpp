@@ -9,16 +9,11 @@ namespace qor {
 
 void TextOut::put(const char *s, size_t n)
 {
+    if (mode_ == kBuffer)
+        memcpy(buffer_ + length_, s, n);
     length_ += n;
-    switch (mode_) {
-    case kCount:
+    if (mode_ != kRoute)
         return;
-    case kBuffer:
-        memcpy(buffer_ + length_ - n, s, n);
-        return;
-    case kRoute:
-        break;
-    }
     while (n > 0) {
         size_t room = kPendingSize - 1 - pendingLength_;
         if (room == 0) {
@@ -51,7 +46,8 @@ void TextOut::putPadded(int64_t value, int width)
 {
     // As "%0*d" has it: the sign counts towards the width.
     char digits[24];
-    uint64_t magnitude = value < 0 ? 0 - static_cast<uint64_t>(value) : static_cast<uint64_t>(value);
+    uint64_t magnitude =
+        value < 0 ? 0 - static_cast<uint64_t>(value) : static_cast<uint64_t>(value);
     auto r = std::to_chars(digits, digits + sizeof digits, magnitude);
     int n = static_cast<int>(r.ptr - digits);
     if (value < 0) {

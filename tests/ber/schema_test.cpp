@@ -300,3 +300,62 @@ TEST_F(BerRecord, RealsAndTimesRideInTheRecord)
               std::string::npos);
     qorFreeBuf(&world, out.value);
 }
+
+namespace {
+
+class BerEnvelope : public ContextTest {};
+
+} // namespace
+
+TEST_F(BerEnvelope, AutomaticOpenTypesEncodeOnANestedContextAndDecodeBack)
+{
+    world.encodingFlags |= AUTOMATIC_ENCDEC;
+    world.decodingFlags |= AUTOMATIC_ENCDEC;
+    static unsigned char text[] = "inner";
+    Raw inner = {5, text};
+    Envelope v{};
+    v.kind = 7;
+    v.content.pduNum = PDU_Raw;
+    v.content.decoded = &inner;
+    // [APPLICATION 3] { [0] 7, [1] { OCTET STRING "inner" } }
+    expectRoundTrip(&world, PDU_Envelope, &v, hex("63 0C 80 01 07 A1 07 04 05 69 6E 6E 65 72"),
+                    [](void *decoded) {
+                        auto *e = static_cast<Envelope *>(decoded);
+                        EXPECT_EQ(e->kind, 7);
+                        ASSERT_EQ(e->content.pduNum, PDU_Raw);
+                        ASSERT_NE(e->content.decoded, nullptr);
+                        EXPECT_EQ(static_cast<Raw *>(e->content.decoded)->length, 5);
+                        EXPECT_EQ(e->content.length, 7u) << "the kept encoding, tag and length";
+                    });
+    EXPECT_EQ(world.childWorld, nullptr);
+}
+
+TEST_F(BerEnvelope, AFailureInsideTheNestedEncodingReachesTheOuterCallAndFreesAll)
+{
+    world.encodingFlags |= AUTOMATIC_ENCDEC;
+    Fault f{};
+    f.message = 22;
+    f.number = -5;
+    f.element = 1;
+    f.written = 2500; // blocks of the nested context
+    Envelope v{};
+    v.content.pduNum = PDU_Fault;
+    v.content.decoded = &f;
+    QorBuf out = {0, nullptr};
+    EXPECT_EQ(qorEncode(&world, PDU_Envelope, &v, &out), QOR_CONSTRAINT_VIOLATED);
+    // The message lands in the outer context, with the outer call's place.
+    EXPECT_STREQ(qorGetErrMsg(&world),
+                 "E0062S: Value range constraint violated, value = -5; check PDU #7 'Envelope'.\n");
+    EXPECT_EQ(world.childWorld, nullptr);
+    EXPECT_EQ(world.tempBlockList, nullptr);
+    EXPECT_EQ(CountingAllocator::outstanding, 0);
+    // Without the flag the kept encoding is written as it stands.
+    world.encodingFlags &= ~QorULong{AUTOMATIC_ENCDEC};
+    static unsigned char kept[] = {0x05, 0x00};
+    v.content.decoded = nullptr;
+    v.content.encoded = kept;
+    v.content.length = 2;
+    ASSERT_EQ(qorEncode(&world, PDU_Envelope, &v, &out), 0);
+    EXPECT_EQ(bytesOf(out), hex("63 07 80 01 00 A1 02 05 00"));
+    qorFreeBuf(&world, out.value);
+}

@@ -23,7 +23,8 @@ enum {
     TAG_SET = 0x31,
     TAG_PERSONNEL = 0x60,
     TAG_BAGS = 0x61,
-    TAG_RECORD = 0x62
+    TAG_RECORD = 0x62,
+    TAG_ENVELOPE = 0x63
 };
 enum { MSG_CHOICE_RANGE = 7, MSG_ENUM_RANGE = 36, MSG_FIELD_OMITTED = 117 };
 enum { BAG_SIZE_LIMIT = 4000 };
@@ -32,7 +33,8 @@ enum { BAG_SIZE_LIMIT = 4000 };
 static const char *const pduNames[PDU_COUNT][2] = {{"Raw", "OCTET STRING"}, {"Fault", "Fault"},
                                                     {"Bag", "Bag"},          {"Bags", "Bags"},
                                                     {"Record", "Record"},
-                                                    {"PersonnelRecord", "PersonnelRecord"}};
+                                                    {"PersonnelRecord", "PersonnelRecord"},
+                                                    {"Envelope", "Envelope"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -141,13 +143,8 @@ static void encodeFault(QorGlobal *world, const Fault *f, unsigned char **pos, Q
     case RAISE_IN_CHECK:
         world->operation = QOR_OP_CHECK;
         _qor_enc_error(world, f->message, f->number);
-    case RAISE_NESTED: {
-        QorGlobal nested;
-        memset(&nested, 0, sizeof nested);
-        nested.parentWorld = world;
-        world->childWorld = &nested;
-        _qor_enc_error(&nested, f->message, f->number);
-    }
+    case RAISE_NESTED:
+        _qor_enc_error(_qor_push_global(world), f->message, f->number);
     default:
         _qor_enc_error(world, f->message, f->number);
     }
@@ -217,6 +214,48 @@ static QorLong encodeRecord(QorGlobal *world, const Record *v, unsigned char **p
     return n + _qor_encd_tag_length(world, pos, room, n, TAG_RECORD);
 }
 
+static int berEncode(QorGlobal *world, int pdunum, void *value);
+static int berDecode(QorGlobal *world, int *pdunum, void **output);
+
+/* The open type's contents, encoded on a nested context and written as they
+ * stand; the encoding is the outer call's until it is written. */
+static QorLong encodeContent(QorGlobal *world, const QorOpenType *content, unsigned char **pos,
+                             QorLong *room)
+{
+    QorGlobal *nested;
+    QorOpenType written = *content;
+    QorLong n;
+    if (!(world->encodingFlags & AUTOMATIC_ENCDEC) || content->decoded == NULL)
+        return _qor_encd_opentype(world, pos, room, content);
+    nested = _qor_push_global(world);
+    berEncode(nested, content->pduNum, content->decoded);
+    if (world->encodingFlags & DETERMINE_ENC_LENGTH) {
+        n = nested->encLength;
+        _qor_epop_global(nested);
+        world->encLength += n;
+        return n;
+    }
+    written.encoded = nested->outPos;
+    written.length = (QorULong)nested->outRoom;
+    written.decoded = NULL;
+    written.pduNum = 0;
+    world->nestedOutput = written.encoded;
+    _qor_epop_global(nested);
+    n = _qor_encd_opentype(world, pos, room, &written);
+    world->nestedOutput = NULL;
+    _qor_dec_free(world, written.encoded);
+    return n;
+}
+
+static QorLong encodeEnvelope(QorGlobal *world, const Envelope *v, unsigned char **pos,
+                              QorLong *room)
+{
+    QorLong n = encodeContent(world, &v->content, pos, room);
+    n += _qor_encd_tag_length(world, pos, room, n, 0xA1);
+    n += _qor_encd_int_tl(world, pos, room, v->kind, 0x80);
+    return n + _qor_encd_tag_length(world, pos, room, n, TAG_ENVELOPE);
+}
+
 static int berEncode(QorGlobal *world, int pdunum, void *value)
 {
     unsigned char *pos = world->outPos != NULL ? world->outPos + world->outRoom : NULL;
@@ -246,6 +285,9 @@ static int berEncode(QorGlobal *world, int pdunum, void *value)
         break;
     case PDU_PersonnelRecord:
         personnelEncode(world, (const PersonnelRecord *)value, &pos, &room);
+        break;
+    case PDU_Envelope:
+        encodeEnvelope(world, (const Envelope *)value, &pos, &room);
         break;
     }
     if (world->userBuffer) {
@@ -310,6 +352,8 @@ static int pduOfTag(unsigned char tag)
         return PDU_Record;
     case TAG_PERSONNEL:
         return PDU_PersonnelRecord;
+    case TAG_ENVELOPE:
+        return PDU_Envelope;
     default:
         return 0;
     }
@@ -380,7 +424,8 @@ static void decodeBags(QorGlobal *world, Bags *bags, QorLong length)
 static QorLong packedTagOfPdu(int pdunum)
 {
     static const unsigned char tags[PDU_COUNT] = {TAG_OCTET_STRING, TAG_SEQUENCE, TAG_SET,
-                                                  TAG_BAGS,         TAG_RECORD,   TAG_PERSONNEL};
+                                                  TAG_BAGS,         TAG_RECORD,   TAG_PERSONNEL,
+                                                  TAG_ENVELOPE};
     return packedTag(tags[pdunum - 1]);
 }
 
@@ -504,6 +549,35 @@ static void decodeRecord(QorGlobal *world, unsigned char **pos, QorLong *room, R
     endValue(world, pos, room, &e);
 }
 
+/* With AUTOMATIC_ENCDEC the kept encoding is decoded too, on this context,
+ * so that its pieces are the call's like every other. */
+static void decodeEnvelope(QorGlobal *world, unsigned char **pos, QorLong *room, Envelope *v)
+{
+    Extent e, wrapper;
+    beginValue(world, pos, room, TAG_ENVELOPE & ~0x20, &e);
+    v->kind = decodeInt(world, pos, room, 0x80);
+    beginValue(world, pos, room, 0x81, &wrapper);
+    _qor_dec_opentype(world, pos, room, wrapper.indefinite ? -1 : (QorLong)(wrapper.end - *pos),
+                      &v->content);
+    endValue(world, pos, room, &wrapper);
+    endValue(world, pos, room, &e);
+    if ((world->decodingFlags & AUTOMATIC_ENCDEC) && v->content.encoded != NULL) {
+        unsigned char *savedPos = world->inPos;
+        QorLong savedRoom = world->inRoom;
+        int savedPdu = world->pduNumber;
+        const char *const *savedNames = world->pduNames;
+        int pdu = 0;
+        world->inPos = v->content.encoded;
+        world->inRoom = (QorLong)v->content.length;
+        berDecode(world, &pdu, &v->content.decoded);
+        v->content.pduNum = pdu;
+        world->inPos = savedPos;
+        world->inRoom = savedRoom;
+        world->pduNumber = savedPdu;
+        world->pduNames = savedNames;
+    }
+}
+
 static int berDecode(QorGlobal *world, int *pdunum, void **output)
 {
     unsigned char tag;
@@ -524,13 +598,17 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
     }
     world->pduNumber = *pdunum;
     world->pduNames = pduNames[*pdunum - 1];
-    if (*pdunum == PDU_Record || *pdunum == PDU_PersonnelRecord) {
+    if (*pdunum == PDU_Record || *pdunum == PDU_PersonnelRecord || *pdunum == PDU_Envelope) {
         unsigned char *pos = world->inPos;
         QorLong room = world->inRoom;
         if (*pdunum == PDU_Record) {
             Record *record = (Record *)_qor_dec_getmem(world, sizeof(Record));
             decodeRecord(world, &pos, &room, record);
             *output = record;
+        } else if (*pdunum == PDU_Envelope) {
+            Envelope *envelope = (Envelope *)_qor_dec_getmem(world, sizeof(Envelope));
+            decodeEnvelope(world, &pos, &room, envelope);
+            *output = envelope;
         } else {
             *output = personnelDecode(world, &pos, &room);
         }
@@ -612,6 +690,14 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
     case PDU_PersonnelRecord:
         personnelFree(world, (PersonnelRecord *)value);
         return 0;
+    case PDU_Envelope: {
+        Envelope *envelope = (Envelope *)value;
+        if (envelope->content.decoded != NULL)
+            freeValue(world, envelope->content.pduNum, envelope->content.decoded);
+        _qor_dec_free(world, envelope->content.encoded);
+        _qor_dec_free(world, envelope);
+        return 0;
+    }
     default:
         return QOR_PDU_RANGE;
     }

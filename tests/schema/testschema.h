@@ -17,7 +17,8 @@ enum {
     PDU_Bags = 4,  /* [APPLICATION 1] SET OF Bag */
     PDU_Record = 5, /* [APPLICATION 2] SEQUENCE of simple values */
     PDU_PersonnelRecord = 6, /* the classic example of the encoding rules */
-    PDU_COUNT = 6
+    PDU_Envelope = 7, /* an open type, encoded and decoded automatically when asked */
+    PDU_COUNT = 7
 };
 
 /* Raw ::= OCTET STRING */
@@ -136,6 +137,15 @@ void personnelEncode(QorGlobal *world, const PersonnelRecord *value, unsigned ch
                      QorLong *room);
 void *personnelDecode(QorGlobal *world, unsigned char **pos, QorLong *room);
 void personnelFree(QorGlobal *world, PersonnelRecord *value);
+
+/* Envelope ::= [APPLICATION 3] IMPLICIT SEQUENCE { kind [0] INTEGER,
+ *     content [1] OPEN TYPE }  -- content: any PDU of this module.
+ * With AUTOMATIC_ENCDEC, `content.decoded` is encoded on a nested context,
+ * and decoding fills it in. */
+typedef struct Envelope {
+    QorLong kind;
+    QorOpenType content;
+} Envelope;
 
 /* How the Fault encoder leaves. */
 enum FaultRaiser {
