@@ -72,8 +72,8 @@ static int roundTrip(QorGlobal *world, int rules, const char *name, const char *
         qorFreeBuf(world, encoded.value);
         return 1;
     }
-    printf("  decoded back as PDU #%d:\n", pdu);
-    showRecord(decoded);
+    printf("  decoded back as PDU #%d, printed by the library:\n", pdu);
+    qorPrintPDU(world, pdu, decoded);
     rc = sameRecord(decoded, &personnelExample) ? 0 : 1;
     printf("  the decoded value %s the original.\n\n", rc == 0 ? "equals" : "DIFFERS FROM");
     qorFreePDU(world, pdu, decoded);

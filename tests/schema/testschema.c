@@ -2,6 +2,8 @@
  * family, each a switch on the PDU number; encoders write backwards. */
 #include "testschema.h"
 
+#include "print.h"
+
 #include "extent.h"
 
 #include <string.h>
@@ -717,5 +719,5 @@ static int initEntry(QorGlobal *world)
 
 QorXapiEntries testSchemaXapi = {26, NULL, NULL, NULL, NULL, 0, NULL, 0, NULL, NULL, 0, 0, NULL, NULL};
 
-QorControlTable testSchemaTable = {initEntry, berEncode,       berDecode, freeValue, QOR_BER_VERSION,
-                                   NULL,      NULL,            0,         {0, 0},    NULL};
+QorControlTable testSchemaTable = {initEntry, berEncode, berDecode, freeValue,      QOR_BER_VERSION,
+                                   NULL,      NULL,      0,         {0, 0},         testSchemaPrint};
