@@ -1,0 +1,166 @@
+// PersonnelRecord, the classic example value, encoded and decoded under BER
+// and DER: nanoseconds a PDU and bytes a second, with the library's memory
+// and with a caller's buffer; and the scaling of large values against memcpy.
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "testschema.h"
+
+namespace {
+
+class Context {
+public:
+    explicit Context(int rules)
+    {
+        if (qorinit(&world_, &testSchemaTable) != 0)
+            abort();
+        world_.encRules = rules;
+    }
+    ~Context() { qorterm(&world_); }
+    Context(const Context &) = delete;
+    Context &operator=(const Context &) = delete;
+    QorGlobal *operator->() { return &world_; }
+    QorGlobal *get() { return &world_; }
+
+private:
+    QorGlobal world_{};
+};
+
+std::vector<unsigned char> encodingOf(QorGlobal *world, int pdu, void *value)
+{
+    QorBuf out = {0, nullptr};
+    if (qorEncode(world, pdu, value, &out) != 0)
+        abort();
+    std::vector<unsigned char> bytes(out.value, out.value + out.length);
+    qorFreeBuf(world, out.value);
+    return bytes;
+}
+
+void encodeLibraryMemory(benchmark::State &state, int rules, int pdu, void *value)
+{
+    Context world(rules);
+    int64_t bytes = 0;
+    for (auto _ : state) {
+        QorBuf out = {0, nullptr};
+        if (qorEncode(world.get(), pdu, value, &out) != 0)
+            state.SkipWithError("encode failed");
+        bytes += out.length;
+        qorFreeBuf(world.get(), out.value);
+    }
+    state.SetBytesProcessed(bytes);
+}
+
+void encodeCallersBuffer(benchmark::State &state, int rules, int pdu, void *value)
+{
+    Context world(rules);
+    std::vector<unsigned char> room(encodingOf(world.get(), pdu, value).size() + 64);
+    int64_t bytes = 0;
+    for (auto _ : state) {
+        QorBuf out = {static_cast<QorLong>(room.size()), room.data()};
+        if (qorEncode(world.get(), pdu, value, &out) != 0)
+            state.SkipWithError("encode failed");
+        bytes += out.length;
+        benchmark::DoNotOptimize(out.value);
+    }
+    state.SetBytesProcessed(bytes);
+}
+
+// Decode and free, as an application that decodes into the library's memory does.
+void decodeLibraryMemory(benchmark::State &state, int rules, int pdu, void *value)
+{
+    Context world(rules);
+    std::vector<unsigned char> encoding = encodingOf(world.get(), pdu, value);
+    for (auto _ : state) {
+        QorBuf in = {static_cast<QorLong>(encoding.size()), encoding.data()};
+        void *decoded = nullptr;
+        int found = pdu;
+        if (qorDecode(world.get(), &found, &in, &decoded) != 0)
+            state.SkipWithError("decode failed");
+        qorFreePDU(world.get(), found, decoded);
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
+                            static_cast<int64_t>(encoding.size()));
+}
+
+void decodeCallersBuffer(benchmark::State &state, int rules, int pdu, void *value)
+{
+    Context world(rules);
+    std::vector<unsigned char> encoding = encodingOf(world.get(), pdu, value);
+    std::vector<unsigned char> flat(encoding.size() * 4 + 4096);
+    for (auto _ : state) {
+        QorBuf in = {static_cast<QorLong>(encoding.size()), encoding.data()};
+        void *decoded = flat.data();
+        int found = pdu;
+        qorSetDecodingLength(world.get(), static_cast<QorLong>(flat.size()));
+        if (qorDecode(world.get(), &found, &in, &decoded) != 0)
+            state.SkipWithError("decode failed");
+        benchmark::DoNotOptimize(decoded);
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) *
+                            static_cast<int64_t>(encoding.size()));
+}
+
+void personnel(benchmark::State &state, void (*run)(benchmark::State &, int, int, void *), int rules)
+{
+    run(state, rules, PDU_PersonnelRecord, &personnelExample);
+}
+
+// An OCTET STRING of range(0) octets; memcpy of the same size is the floor.
+void octets(benchmark::State &state, void (*run)(benchmark::State &, int, int, void *))
+{
+    std::vector<unsigned char> data(static_cast<size_t>(state.range(0)), 0x5A);
+    Raw value = {static_cast<QorLong>(data.size()), data.data()};
+    run(state, QOR_BER, PDU_Raw, &value);
+}
+
+// A SEQUENCE OF INTEGER of range(0) elements inside the Record PDU.
+void numbers(benchmark::State &state, void (*run)(benchmark::State &, int, int, void *))
+{
+    std::vector<QorLong> many(static_cast<size_t>(state.range(0)));
+    for (size_t i = 0; i < many.size(); i++)
+        many[i] = static_cast<QorLong>(i * 2654435761u);
+    Record r{};
+    r.active = 1;
+    r.level = Level_medium;
+    r.pick.choice = Pick_number_chosen;
+    r.numbers.count = static_cast<QorLong>(many.size());
+    r.numbers.value = many.data();
+    run(state, QOR_BER, PDU_Record, &r);
+}
+
+void copyFloor(benchmark::State &state)
+{
+    std::vector<unsigned char> source(static_cast<size_t>(state.range(0)), 0x5A);
+    std::vector<unsigned char> target(source.size());
+    for (auto _ : state) {
+        memcpy(target.data(), source.data(), source.size());
+        benchmark::DoNotOptimize(target.data());
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * state.range(0));
+}
+
+} // namespace
+
+BENCHMARK_CAPTURE(personnel, BER_encode, encodeLibraryMemory, QOR_BER)->Name("Personnel/BER/encode");
+BENCHMARK_CAPTURE(personnel, BER_encode_buffer, encodeCallersBuffer, QOR_BER)
+    ->Name("Personnel/BER/encode_callers_buffer");
+BENCHMARK_CAPTURE(personnel, BER_decode, decodeLibraryMemory, QOR_BER)
+    ->Name("Personnel/BER/decode_and_free");
+BENCHMARK_CAPTURE(personnel, BER_decode_buffer, decodeCallersBuffer, QOR_BER)
+    ->Name("Personnel/BER/decode_callers_buffer");
+BENCHMARK_CAPTURE(personnel, DER_encode, encodeLibraryMemory, QOR_DER)->Name("Personnel/DER/encode");
+BENCHMARK_CAPTURE(personnel, DER_decode, decodeLibraryMemory, QOR_DER)
+    ->Name("Personnel/DER/decode_and_free");
+BENCHMARK(copyFloor)->Name("Scaling/memcpy")->Arg(1 << 10)->Arg(1 << 16)->Arg(1 << 20);
+BENCHMARK_CAPTURE(octets, encode, encodeLibraryMemory)
+    ->Name("Scaling/OCTET_STRING/encode")->Arg(1 << 10)->Arg(1 << 16)->Arg(1 << 20);
+BENCHMARK_CAPTURE(octets, decode, decodeLibraryMemory)
+    ->Name("Scaling/OCTET_STRING/decode_and_free")->Arg(1 << 10)->Arg(1 << 16)->Arg(1 << 20);
+BENCHMARK_CAPTURE(numbers, encode, encodeLibraryMemory)
+    ->Name("Scaling/SEQUENCE_OF_INTEGER/encode")->Arg(1000)->Arg(100000)->Arg(1000000);
+BENCHMARK_CAPTURE(numbers, decode, decodeLibraryMemory)
+    ->Name("Scaling/SEQUENCE_OF_INTEGER/decode_and_free")->Arg(1000)->Arg(100000)->Arg(1000000);
