@@ -2,15 +2,67 @@
 // run over given octets.
 #pragma once
 
+#include <cstring>
+#include <initializer_list>
+#include <string>
+
+#include "frame/world.h"
+#include "memory/temp_block.h"
 #include "support/roundtrip.h"
 
 namespace qortest {
 
+inline Bytes concat(std::initializer_list<Bytes> parts)
+{
+    Bytes out;
+    for (const Bytes &p : parts)
+        out.insert(out.end(), p.begin(), p.end());
+    return out;
+}
+
+// The characters of `s`, without its NUL.
+inline Bytes text(const char *s) { return Bytes(s, s + strlen(s)); }
+
+// `hexText` written `times` times over.
+inline Bytes repeat(const char *hexText, int times)
+{
+    Bytes one = hex(hexText);
+    Bytes out;
+    for (int i = 0; i < times; i++)
+        out.insert(out.end(), one.begin(), one.end());
+    return out;
+}
+
+// Runs `body` over a copy of `input` of exactly its size, with `length` as
+// the contents length; on success it must have taken exactly `length` octets.
+template <class Body>
+int decodeExactly(QorGlobal *world, const Bytes &input, QorLong length, Body &&body)
+{
+    Bytes copy = input;
+    unsigned char *start = copy.empty() ? nullptr : copy.data();
+    unsigned char *pos = start;
+    auto room = static_cast<QorLong>(copy.size());
+    int code = inFrame(world, QOR_OP_DECODE, [&] { body(&pos, &room, length); });
+    if (code == 0) {
+        EXPECT_EQ(pos - start, length);
+        EXPECT_EQ(room, static_cast<QorLong>(copy.size()) - length);
+    }
+    return code;
+}
+
 class BerTest : public ContextTest {
 protected:
-    // What `write` puts below an empty output, as one message; sizing mode
-    // must count the same.
-    template <class Write> Bytes encoded(Write &&write)
+    struct Encoding {
+        int code;         // 0, or what the call raised
+        Bytes bytes;      // empty after a failure
+        QorLong returned; // the encoder's result
+        QorLong counted;  // its result in sizing mode
+    };
+
+    // Runs `write` below an empty output, then again in sizing mode, which
+    // must count the same. A failed call gives its blocks back, as the
+    // driver would, and is not run again.
+    template <class Write> Encoding attempt(Write &&write)
     {
         unsigned char *pos = nullptr;
         QorLong room = 0;
@@ -21,19 +73,33 @@ protected:
             returned = write(&pos, &room);
             _qor_set_outmem_d(&world, room, &length, &value);
         });
-        EXPECT_EQ(code, 0) << qorGetErrMsg(&world);
+        if (code != 0) {
+            qorMemQueueFreeForTest();
+            return {code, {}, 0, 0};
+        }
         Bytes out(value, value + length);
         if (value != nullptr)
             world.userFree(&world, value);
-        EXPECT_EQ(returned, length) << "returned size";
         world.encodingFlags |= DETERMINE_ENC_LENGTH;
         world.encLength = 0;
         pos = nullptr;
         room = 0;
-        inFrame(&world, QOR_OP_ENCODE, [&] { write(&pos, &room); });
+        QorLong counted = 0;
+        EXPECT_EQ(inFrame(&world, QOR_OP_ENCODE, [&] { counted = write(&pos, &room); }), 0)
+            << "sizing mode";
         world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
         EXPECT_EQ(world.encLength, length) << "sizing mode";
-        return out;
+        return {0, out, returned, counted};
+    }
+
+    // What `write` puts below an empty output, as one message; sizing mode
+    // must count the same.
+    template <class Write> Bytes encoded(Write &&write)
+    {
+        Encoding e = attempt(write);
+        EXPECT_EQ(e.code, 0) << qorGetErrMsg(&world);
+        EXPECT_EQ(e.returned, static_cast<QorLong>(e.bytes.size())) << "returned size";
+        return e.bytes;
     }
 
     // Runs `read` over `input`; returns 0 or the raised code, and how many
@@ -48,6 +114,55 @@ protected:
             *consumed = static_cast<QorLong>(copy.size()) - room;
         qorMemQueueFreeForTest();
         return code;
+    }
+
+    // Reads tag and length as generated code does, the indefinite form as -1.
+    QorLong header(unsigned char **pos, QorLong *room)
+    {
+        _qor_dec_tag(&world, pos, room);
+        return _qor_dec_length(&world, pos, room);
+    }
+
+    // Decodes the whole encoding `input` with `read`, which gets the length
+    // from the header, then ends the call as the driver would. A call that
+    // succeeds must have consumed all of the input and given its temporary
+    // memory back itself.
+    template <class Read> int decode(const Bytes &input, Read &&read)
+    {
+        QorLong consumed = -1;
+        int code = decoded(
+            input, [&](unsigned char **pos, QorLong *room) { read(pos, room, header(pos, room)); },
+            &consumed);
+        if (code == 0) {
+            EXPECT_EQ(consumed, static_cast<QorLong>(input.size())) << "octets consumed";
+            EXPECT_EQ(world.tempBlockList, nullptr) << "temporary memory kept";
+            EXPECT_EQ(world.privateArea->constructedDepth, 0) << "nesting count";
+        }
+        endCall();
+        return code;
+    }
+
+    // What the driver does after every call: temporary memory goes, the
+    // nesting count starts again.
+    void endCall()
+    {
+        freeTempBlocks();
+        world.privateArea->constructedDepth = 0;
+    }
+
+    // Temporary memory goes back, as the driver gives it back after a call.
+    void freeTempBlocks()
+    {
+        while (auto *block = static_cast<qor::TempBlock *>(world.tempBlockList)) {
+            world.tempBlockList = block->prev;
+            world.userFree(&world, block);
+        }
+        world.tempLow = world.tempHigh = nullptr;
+    }
+
+    bool messageHas(const std::string &part) const
+    {
+        return strstr(world.errMsgBuffer, part.c_str()) != nullptr;
     }
 
     // Pieces a decoder took stay listed in the context; give them back.

@@ -6,7 +6,6 @@
 
 #include "ber/ber_support.h"
 #include "frame/world.h"
-#include "memory/temp_block.h"
 
 using namespace qortest;
 
@@ -17,14 +16,6 @@ constexpr int kMoreInput = QOR_MORE_INPUT;       // message 45
 constexpr int kLimited = QOR_LIMITED;            // messages 42, 98
 constexpr int kSizeExceeded = 16;                // message 79
 constexpr int kTableCorrupt = QOR_TABLE_CORRUPT; // message 101
-
-Bytes concat(std::initializer_list<Bytes> parts)
-{
-    Bytes out;
-    for (const Bytes &p : parts)
-        out.insert(out.end(), p.begin(), p.end());
-    return out;
-}
 
 Bytes pattern(size_t n)
 {
@@ -43,71 +34,18 @@ class BitTest : public BerTest {
 public:
     using BerTest::world;
 
-    struct Encoding {
-        int code;
-        Bytes bytes;
-        QorLong returned;
-    };
-
-    // Encodes with `write`; a negative return counts the octets of a
-    // constructed form. Sizing mode must count the same.
+    // A failed call gives its code; a negative return counts the octets of
+    // a constructed form, and sizing mode must return the same.
     template <class Write> Encoding encode(Write &&write)
     {
-        unsigned char *pos = nullptr;
-        QorLong room = 0;
-        QorLong length = 0;
-        QorLong returned = 0;
-        unsigned char *value = nullptr;
-        int code = inFrame(&world, QOR_OP_ENCODE, [&] {
-            returned = write(&pos, &room);
-            _qor_set_outmem_d(&world, room, &length, &value);
-        });
-        if (code != 0) {
-            qorMemQueueFreeForTest();
-            return {code, {}, 0};
+        Encoding e = attempt(write);
+        if (e.code == 0) {
+            EXPECT_EQ(e.returned < 0 ? -e.returned : e.returned,
+                      static_cast<QorLong>(e.bytes.size()))
+                << "returned size";
+            EXPECT_EQ(e.counted, e.returned) << "sizing mode's result";
         }
-        Bytes out(value, value + length);
-        if (value != nullptr)
-            world.userFree(&world, value);
-        EXPECT_EQ(returned < 0 ? -returned : returned, length) << "returned size";
-        world.encodingFlags |= DETERMINE_ENC_LENGTH;
-        world.encLength = 0;
-        pos = nullptr;
-        room = 0;
-        QorLong counted = 0;
-        EXPECT_EQ(inFrame(&world, QOR_OP_ENCODE, [&] { counted = write(&pos, &room); }), 0);
-        world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
-        EXPECT_EQ(world.encLength, length) << "sizing mode";
-        EXPECT_EQ(counted, returned) << "sizing mode's result";
-        return {0, out, returned};
-    }
-
-    QorLong header(unsigned char **pos, QorLong *room)
-    {
-        _qor_dec_tag(&world, pos, room);
-        return _qor_dec_length(&world, pos, room);
-    }
-
-    // Decodes the whole of `input`, the length read from its header; ends
-    // the call as the driver would.
-    template <class Read> int decode(const Bytes &input, Read &&read)
-    {
-        QorLong consumed = -1;
-        int code = decoded(
-            input, [&](unsigned char **pos, QorLong *room) { read(pos, room, header(pos, room)); },
-            &consumed);
-        if (code == 0) {
-            EXPECT_EQ(consumed, static_cast<QorLong>(input.size())) << "octets consumed";
-            EXPECT_EQ(world.tempBlockList, nullptr) << "temporary memory kept";
-            EXPECT_EQ(world.privateArea->constructedDepth, 0) << "nesting count";
-        }
-        while (auto *block = static_cast<qor::TempBlock *>(world.tempBlockList)) {
-            world.tempBlockList = block->prev;
-            world.userFree(&world, block);
-        }
-        world.tempLow = world.tempHigh = nullptr;
-        world.privateArea->constructedDepth = 0;
-        return code;
+        return e;
     }
 
     // The unbounded form: bits and octets, or the code raised.
@@ -124,8 +62,6 @@ public:
                 EXPECT_EQ(value, nullptr);
         });
     }
-
-    bool messageHas(const char *part) const { return strstr(world.errMsgBuffer, part) != nullptr; }
 
     void setRules(int rules) { world.encRules = rules; }
 };
@@ -288,35 +224,29 @@ TEST_F(BitTest, NamedBitListsInAWordOrAnArray)
               }).code,
               kTableCorrupt);
 
-    // And back into the word.
+    // And back into the word; gives the count of bits the decoder returned.
+    auto intoWord = [&](const char *input, void *word, QorLong size, char named) {
+        QorLong got = -1;
+        EXPECT_EQ(decode(hex(input),
+                         [&](unsigned char **pos, QorLong *room, QorLong length) {
+                             got = _qor_dec_pbit(&world, pos, room, length, word, size, named);
+                         }),
+                  0)
+            << input;
+        return got;
+    };
     uint16_t word16 = 0x1234;
-    EXPECT_EQ(decode(hex("03 02 07 80"),
-                     [&](unsigned char **pos, QorLong *room, QorLong length) {
-                         EXPECT_EQ(_qor_dec_pbit(&world, pos, room, length, &word16, 16, 1), 1);
-                     }),
-              0);
+    EXPECT_EQ(intoWord("03 02 07 80", &word16, 16, 1), 1);
     EXPECT_EQ(word16, 0x8000);
     uint8_t word8 = 0xFF;
-    EXPECT_EQ(decode(hex("03 02 05 A0"),
-                     [&](unsigned char **pos, QorLong *room, QorLong length) {
-                         EXPECT_EQ(_qor_dec_pbit(&world, pos, room, length, &word8, 3, 0), 3);
-                     }),
-              0);
+    EXPECT_EQ(intoWord("03 02 05 A0", &word8, 3, 0), 3);
     EXPECT_EQ(word8, 0xA0);
     QorULong word32 = 0xFFFFFFFF;
-    EXPECT_EQ(decode(hex("03 03 00 00 01"),
-                     [&](unsigned char **pos, QorLong *room, QorLong length) {
-                         EXPECT_EQ(_qor_dec_pbit(&world, pos, room, length, &word32, 32, 1), 16);
-                     }),
-              0);
+    EXPECT_EQ(intoWord("03 03 00 00 01", &word32, 32, 1), 16);
     EXPECT_EQ(word32, 0x00010000u);
     unsigned char six[6];
     memset(six, 0xEE, sizeof six);
-    EXPECT_EQ(decode(hex("03 02 07 80"),
-                     [&](unsigned char **pos, QorLong *room, QorLong length) {
-                         EXPECT_EQ(_qor_dec_pbit(&world, pos, room, length, six, 48, 1), 1);
-                     }),
-              0);
+    EXPECT_EQ(intoWord("03 02 07 80", six, 48, 1), 1);
     EXPECT_EQ(Bytes(six, six + 6), hex("80 00 00 00 00 00"));
 }
 

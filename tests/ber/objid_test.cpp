@@ -50,16 +50,6 @@ const char *nameOf(Dec d)
 
 bool inline_(Dec d) { return d == Dec::kInline || d == Dec::kInlineL || d == Dec::kShortInline; }
 
-Bytes repeat(unsigned char octet, size_t n) { return Bytes(n, octet); }
-
-Bytes concat(std::initializer_list<Bytes> parts)
-{
-    Bytes out;
-    for (const Bytes &p : parts)
-        out.insert(out.end(), p.begin(), p.end());
-    return out;
-}
-
 // Whether the arcs fit the 16-bit forms, the first subidentifier included.
 bool fitsShort(const Arcs &arcs)
 {
@@ -71,11 +61,6 @@ bool fitsShort(const Arcs &arcs)
 
 class Objid : public BerTest {
 protected:
-    struct Encoding {
-        int code;
-        Bytes bytes;
-    };
-
     // Encodes `arcs` in the form `e`; on success also checks the returned
     // count and that sizing mode counts the same.
     Encoding encode(Enc e, const Arcs &arcs, QorLong max = 0, bool nullArray = false)
@@ -114,36 +99,20 @@ protected:
         return run(write);
     }
 
+    // A failed call gives its code and leaves the encoder stack as the
+    // driver would; a successful one must return its length and leave the
+    // stack as it was.
     template <class Write> Encoding run(Write &&write)
     {
-        unsigned char *pos = nullptr;
-        QorLong room = 0;
-        QorLong length = 0;
-        QorLong returned = 0;
-        unsigned char *value = nullptr;
-        int code = inFrame(&world, QOR_OP_ENCODE, [&] {
-            returned = write(&pos, &room);
-            _qor_set_outmem_d(&world, room, &length, &value);
-        });
-        if (code != 0) {
-            qorMemQueueFreeForTest();
+        Encoding e = attempt(write);
+        if (e.code != 0) {
             popEncoderStack();
-            return {code, {}};
+            return e;
         }
-        Bytes out(value, value + length);
-        if (value != nullptr)
-            world.userFree(&world, value);
-        EXPECT_EQ(returned, length) << "returned size";
+        EXPECT_EQ(e.returned, static_cast<QorLong>(e.bytes.size())) << "returned size";
         EXPECT_EQ(world.privateArea->encStackTop, &world.privateArea->encStackBase)
             << "encoder stack left as it was";
-        world.encodingFlags |= DETERMINE_ENC_LENGTH;
-        world.encLength = 0;
-        pos = nullptr;
-        room = 0;
-        EXPECT_EQ(inFrame(&world, QOR_OP_ENCODE, [&] { write(&pos, &room); }), 0);
-        world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
-        EXPECT_EQ(world.encLength, length) << "sizing mode";
-        return {0, out};
+        return e;
     }
 
     // What the driver does to the encoder stack after a failure.
@@ -252,11 +221,6 @@ protected:
                 break;
         }
         return code;
-    }
-
-    bool messageHas(const std::string &part) const
-    {
-        return strstr(world.errMsgBuffer, part.c_str()) != nullptr;
     }
 
     // The message carries exactly `value` behind `text`.
@@ -485,7 +449,7 @@ TEST_F(Objid, ListEncoderFailingForMemoryLeavesTheStackToTheDriver)
 TEST_F(Objid, DecodersKeepTheLengthAndArcLimits)
 {
     // 225 octets: the longest identifier, 226 arcs.
-    Bytes longest = concat({hex("2A"), repeat(0x01, 224)});
+    Bytes longest = concat({hex("2A"), Bytes(224, 0x01)});
     for (Dec d : {Dec::kNew, Dec::kPtr, Dec::kList, Dec::kShortNew, Dec::kShortList}) {
         SCOPED_TRACE(nameOf(d));
         Arcs back;
@@ -498,7 +462,7 @@ TEST_F(Objid, DecodersKeepTheLengthAndArcLimits)
     }
     Arcs back;
     // One arc of 10 000 octets is refused on its length alone, at once.
-    Bytes huge = concat({hex("2A"), repeat(0xFF, 9998), hex("7F")});
+    Bytes huge = concat({hex("2A"), Bytes(9998, 0xFF), hex("7F")});
     auto start = std::chrono::steady_clock::now();
     for (Dec d : kDecoders32)
         EXPECT_EQ(decode(d, huge, &back, inline_(d) ? 20 : 0), kLimited);
@@ -576,7 +540,7 @@ TEST_F(Objid, DecodersRefuseMisencodedContents)
     world.encRules = QOR_BER;
     // Under the relaxed rules any run of leading 0x80 octets is read in one
     // pass, without overflowing.
-    Bytes padded = concat({hex("2A"), repeat(0x80, 200), hex("01")});
+    Bytes padded = concat({hex("2A"), Bytes(200, 0x80), hex("01")});
     EXPECT_EQ(decode(Dec::kNew, padded, &back), 0);
     EXPECT_EQ(back, (Arcs{1, 2, 1}));
     setRelaxed(false);
@@ -729,10 +693,10 @@ TEST_F(Objid, EncodedFormsKeepTheOctetsAsTheyStand)
         EXPECT_TRUE(messageHas("0024E")) << world.errMsgBuffer;
         EXPECT_EQ(read(rel, hex("01 C2"), 20, &back), kDataError);
         EXPECT_EQ(read(rel, Bytes{}, 20, &back), kDataError);
-        EXPECT_EQ(read(rel, repeat(0x01, 226), -300, &back), kLimited);
+        EXPECT_EQ(read(rel, Bytes(226, 0x01), -300, &back), kLimited);
         EXPECT_TRUE(messageShows("too many subidentifiers: ", 226)) << world.errMsgBuffer;
         // Arcs of any size may be kept encoded.
-        Bytes wide = concat({hex("2A"), repeat(0xFF, 20), hex("7F")});
+        Bytes wide = concat({hex("2A"), Bytes(20, 0xFF), hex("7F")});
         EXPECT_EQ(read(rel, wide, 30, &back), 0);
         EXPECT_EQ(back, wide);
         setRelaxed(true);

@@ -21,23 +21,6 @@ constexpr int kLimited = QOR_LIMITED;            // message 98
 constexpr int kNullInput = QOR_NULL_INPUT;       // message 71
 constexpr int kNotSupported = QOR_NOT_SUPPORTED; // message 2
 
-Bytes concat(std::initializer_list<Bytes> parts)
-{
-    Bytes out;
-    for (const Bytes &p : parts)
-        out.insert(out.end(), p.begin(), p.end());
-    return out;
-}
-
-Bytes repeat(const char *hexText, int times)
-{
-    Bytes one = hex(hexText);
-    Bytes out;
-    for (int i = 0; i < times; i++)
-        out.insert(out.end(), one.begin(), one.end());
-    return out;
-}
-
 // A primitive OCTET STRING of `n` octets in the long length form.
 Bytes longOctets(int n)
 {
@@ -152,47 +135,16 @@ protected:
         return n;
     }
 
+    // The octets written, or the code of a failed call.
     template <class Write> int encode(Bytes *out, Write &&write)
     {
-        unsigned char *pos = nullptr;
-        QorLong room = 0;
-        QorLong length = 0;
-        QorLong returned = 0;
-        unsigned char *value = nullptr;
-        out->clear();
-        int code = inFrame(&world, QOR_OP_ENCODE, [&] {
-            returned = write(&pos, &room);
-            _qor_set_outmem_d(&world, room, &length, &value);
-        });
-        if (code != 0) {
-            qorMemQueueFreeForTest();
-            return code;
+        Encoding e = attempt(write);
+        *out = e.bytes;
+        if (e.code == 0) {
+            EXPECT_EQ(e.returned, static_cast<QorLong>(e.bytes.size()));
         }
-        out->assign(value, value + length);
-        if (value != nullptr)
-            world.userFree(&world, value);
-        EXPECT_EQ(returned, length);
-        world.encodingFlags |= DETERMINE_ENC_LENGTH;
-        world.encLength = 0;
-        pos = nullptr;
-        room = 0;
-        EXPECT_EQ(inFrame(&world, QOR_OP_ENCODE, [&] { write(&pos, &room); }), 0);
-        world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
-        EXPECT_EQ(world.encLength, length) << "sizing mode";
-        return 0;
+        return e.code;
     }
-
-    // What the driver does after every call with temporary memory.
-    void endCall()
-    {
-        while (auto *block = static_cast<qor::TempBlock *>(world.tempBlockList)) {
-            world.tempBlockList = block->prev;
-            world.userFree(&world, block);
-        }
-        world.tempLow = world.tempHigh = nullptr;
-    }
-
-    bool messageHas(const char *part) const { return strstr(world.errMsgBuffer, part) != nullptr; }
 };
 
 class OpenType : public KeptValues {};
@@ -656,7 +608,7 @@ TEST_F(RetainedExtension, FailedAdditionLeavesTheChainToTheDriver)
         });
         EXPECT_EQ(code, input.size() == 2 ? kDataError : kMoreInput);
         EXPECT_EQ(count, 0);
-        endCall();
+        freeTempBlocks();
     }
     // Length 0: no addition to keep.
     Bytes input = hex("05 00");
@@ -672,6 +624,6 @@ TEST_F(RetainedExtension, FailedAdditionLeavesTheChainToTheDriver)
                       }),
               kDataError);
     EXPECT_TRUE(messageHas("0089E")) << world.errMsgBuffer;
-    endCall();
+    freeTempBlocks();
     _qor_free_rsf_ext(&world, nullptr);
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "support/roundtrip.h"
 
@@ -23,7 +24,7 @@ void raise(QorGlobal *world, int message, const ErrorValue &value)
 }
 } // namespace qor_decimal_copy
 
-#include "memory/temp_block.h"
+#include "ber/ber_support.h"
 
 using namespace qortest;
 
@@ -46,8 +47,6 @@ uint32_t bitsOf(float v)
     memcpy(&b, &v, sizeof b);
     return b;
 }
-
-Bytes text(const char *s) { return Bytes(s, s + strlen(s)); }
 
 Bytes withForm(unsigned char form, const char *s)
 {
@@ -108,21 +107,37 @@ protected:
         return code;
     }
 
-    // Runs a decoder on a copy of `input` of exactly its size, with `length`
-    // as the contents length. On success the decoder must have taken
-    // exactly `length` octets.
     template <class Body> int decode(const Bytes &input, QorLong length, Body body)
     {
-        Bytes copy = input;
-        unsigned char *start = copy.empty() ? nullptr : copy.data();
-        unsigned char *pos = start;
-        auto room = static_cast<QorLong>(copy.size());
-        int code = inFrame(&world, QOR_OP_DECODE, [&] { body(&pos, &room, length); });
-        if (code == 0) {
-            EXPECT_EQ(pos - start, length);
-            EXPECT_EQ(room, static_cast<QorLong>(copy.size()) - length);
-        }
-        return code;
+        return decodeExactly(&world, input, length, body);
+    }
+
+    enum class Form { kDouble, kFloat, kText, kMixed };
+    static constexpr Form kForms[] = {Form::kDouble, Form::kFloat, Form::kText, Form::kMixed};
+
+    // The decoder of one form over `input`; what it stores is dropped.
+    int decodeAs(Form form, const Bytes &input, QorLong length)
+    {
+        double d;
+        float f;
+        char *t;
+        QorMixedReal m;
+        return decode(input, length, [&](unsigned char **p, QorLong *r, QorLong n) {
+            switch (form) {
+            case Form::kDouble:
+                _qor_dec_real(&world, p, r, n, &d);
+                break;
+            case Form::kFloat:
+                _qor_dec_freal(&world, p, r, n, &f);
+                break;
+            case Form::kText:
+                _qor_dec_creal(&world, p, r, n, &t);
+                break;
+            case Form::kMixed:
+                _qor_dec_mreal_ia(&world, p, r, n, &m);
+                break;
+            }
+        });
     }
 
     int decodeDouble(const Bytes &contents, double *out)
@@ -800,30 +815,8 @@ TEST_F(RealTest, LengthBeyondTheInputIsEndOfInput)
         const auto length = static_cast<QorLong>(full.size());
         for (size_t cut = 0; cut < full.size(); cut++) {
             Bytes input(full.begin(), full.begin() + static_cast<long>(cut));
-            double d;
-            float f;
-            char *t;
-            QorMixedReal m;
-            EXPECT_EQ(decode(input, length,
-                             [&](unsigned char **p, QorLong *r, QorLong n) {
-                                 _qor_dec_real(&world, p, r, n, &d);
-                             }),
-                      kMoreInput);
-            EXPECT_EQ(decode(input, length,
-                             [&](unsigned char **p, QorLong *r, QorLong n) {
-                                 _qor_dec_freal(&world, p, r, n, &f);
-                             }),
-                      kMoreInput);
-            EXPECT_EQ(decode(input, length,
-                             [&](unsigned char **p, QorLong *r, QorLong n) {
-                                 _qor_dec_creal(&world, p, r, n, &t);
-                             }),
-                      kMoreInput);
-            EXPECT_EQ(decode(input, length,
-                             [&](unsigned char **p, QorLong *r, QorLong n) {
-                                 _qor_dec_mreal_ia(&world, p, r, n, &m);
-                             }),
-                      kMoreInput);
+            for (Form form : kForms)
+                EXPECT_EQ(decodeAs(form, input, length), kMoreInput) << static_cast<int>(form);
             releaseCall();
         }
     }
@@ -837,28 +830,9 @@ TEST_F(RealTest, TruncatedContentsEndInACatalogueCode)
         for (size_t cut = 1; cut < full.size(); cut++) {
             Bytes input(full.begin(), full.begin() + static_cast<long>(cut));
             const auto length = static_cast<QorLong>(cut);
-            double d;
-            float f;
-            char *t;
-            QorMixedReal m;
-            int codes[] = {
-                decode(input, length,
-                       [&](unsigned char **p, QorLong *r, QorLong n) {
-                           _qor_dec_real(&world, p, r, n, &d);
-                       }),
-                decode(input, length,
-                       [&](unsigned char **p, QorLong *r, QorLong n) {
-                           _qor_dec_freal(&world, p, r, n, &f);
-                       }),
-                decode(input, length,
-                       [&](unsigned char **p, QorLong *r, QorLong n) {
-                           _qor_dec_creal(&world, p, r, n, &t);
-                       }),
-                decode(input, length,
-                       [&](unsigned char **p, QorLong *r, QorLong n) {
-                           _qor_dec_mreal_ia(&world, p, r, n, &m);
-                       }),
-            };
+            std::vector<int> codes;
+            for (Form form : kForms)
+                codes.push_back(decodeAs(form, input, length));
             releaseCall();
             for (int code : codes)
                 EXPECT_TRUE(code == 0 || code == kDataError || code == kLimited)
@@ -877,12 +851,8 @@ TEST_F(RealTest, EveryFirstOctetWithShortContents)
             Bytes input = {static_cast<unsigned char>(first)};
             input.insert(input.end(), tail.begin(), tail.end());
             double d;
-            char *t;
             int c1 = decodeDouble(input, &d);
-            int c2 = decode(input, static_cast<QorLong>(input.size()),
-                            [&](unsigned char **p, QorLong *r, QorLong n) {
-                                _qor_dec_creal(&world, p, r, n, &t);
-                            });
+            int c2 = decodeAs(Form::kText, input, static_cast<QorLong>(input.size()));
             releaseCall();
             for (int code : {c1, c2})
                 EXPECT_TRUE(code == 0 || code == kDataError || code == kLimited)
@@ -932,29 +902,9 @@ TEST_F(RealTest, RandomContents)
                         : static_cast<unsigned char>(next());
         if (!b.empty())
             b[0] = static_cast<unsigned char>(decimal ? next() % 5 : 0x80 | (next() & 0x7F));
-        double d;
-        float f;
-        char *t;
-        QorMixedReal m;
-        const auto n = static_cast<QorLong>(b.size());
-        int codes[] = {
-            decode(b, n,
-                   [&](unsigned char **p, QorLong *r, QorLong len) {
-                       _qor_dec_real(&world, p, r, len, &d);
-                   }),
-            decode(b, n,
-                   [&](unsigned char **p, QorLong *r, QorLong len) {
-                       _qor_dec_freal(&world, p, r, len, &f);
-                   }),
-            decode(b, n,
-                   [&](unsigned char **p, QorLong *r, QorLong len) {
-                       _qor_dec_creal(&world, p, r, len, &t);
-                   }),
-            decode(b, n,
-                   [&](unsigned char **p, QorLong *r, QorLong len) {
-                       _qor_dec_mreal_ia(&world, p, r, len, &m);
-                   }),
-        };
+        std::vector<int> codes;
+        for (Form form : kForms)
+            codes.push_back(decodeAs(form, b, static_cast<QorLong>(b.size())));
         releaseCall();
         for (int code : codes)
             ASSERT_TRUE(code == 0 || code == kDataError || code == kLimited) << i << ": " << code;

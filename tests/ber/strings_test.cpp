@@ -22,23 +22,6 @@ constexpr int kSizeViolated = QOR_CONSTRAINT_VIOLATED; // message 27
 constexpr int kOutOfMemory = QOR_OUT_OF_MEMORY;        // message 6
 constexpr int kNestedTooDeep = 108;                    // message 180
 
-Bytes concat(std::initializer_list<Bytes> parts)
-{
-    Bytes out;
-    for (const Bytes &p : parts)
-        out.insert(out.end(), p.begin(), p.end());
-    return out;
-}
-
-Bytes repeat(const char *hexText, int times)
-{
-    Bytes one = hex(hexText);
-    Bytes out;
-    for (int i = 0; i < times; i++)
-        out.insert(out.end(), one.begin(), one.end());
-    return out;
-}
-
 Bytes pattern(size_t n)
 {
     Bytes out(n);
@@ -49,80 +32,17 @@ Bytes pattern(size_t n)
 
 class StringTest : public BerTest {
 public:
+    using BerTest::decode;
     using BerTest::world;
 
-    struct Encoding {
-        int code;
-        Bytes bytes;
-    };
-
-    // Encodes with `write` and checks that sizing mode counts the same;
-    // gives back the blocks of a failed call.
+    // A failed call gives its code; a successful one must return its length.
     template <class Write> Encoding encode(Write &&write)
     {
-        unsigned char *pos = nullptr;
-        QorLong room = 0;
-        QorLong length = 0;
-        QorLong returned = 0;
-        unsigned char *value = nullptr;
-        int code = inFrame(&world, QOR_OP_ENCODE, [&] {
-            returned = write(&pos, &room);
-            _qor_set_outmem_d(&world, room, &length, &value);
-        });
-        if (code != 0) {
-            qorMemQueueFreeForTest();
-            return {code, {}};
+        Encoding e = attempt(write);
+        if (e.code == 0) {
+            EXPECT_EQ(e.returned, static_cast<QorLong>(e.bytes.size())) << "returned size";
         }
-        Bytes out(value, value + length);
-        if (value != nullptr)
-            world.userFree(&world, value);
-        EXPECT_EQ(returned, length) << "returned size";
-        world.encodingFlags |= DETERMINE_ENC_LENGTH;
-        world.encLength = 0;
-        pos = nullptr;
-        room = 0;
-        EXPECT_EQ(inFrame(&world, QOR_OP_ENCODE, [&] { write(&pos, &room); }), 0);
-        world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
-        EXPECT_EQ(world.encLength, length) << "sizing mode";
-        return {0, out};
-    }
-
-    // Reads tag and length as generated code does, the indefinite form as -1.
-    QorLong header(unsigned char **pos, QorLong *room)
-    {
-        _qor_dec_tag(&world, pos, room);
-        return _qor_dec_length(&world, pos, room);
-    }
-
-    // Decodes the whole encoding `input` with `read`, which gets the length
-    // from the header, then ends the call as the driver would. A call that
-    // succeeds must have consumed all of the input and given its temporary
-    // memory back itself.
-    template <class Read> int decode(const Bytes &input, Read &&read)
-    {
-        QorLong consumed = -1;
-        int code = decoded(
-            input, [&](unsigned char **pos, QorLong *room) { read(pos, room, header(pos, room)); },
-            &consumed);
-        if (code == 0) {
-            EXPECT_EQ(consumed, static_cast<QorLong>(input.size())) << "octets consumed";
-            EXPECT_EQ(world.tempBlockList, nullptr) << "temporary memory kept";
-            EXPECT_EQ(world.privateArea->constructedDepth, 0) << "nesting count";
-        }
-        endCall();
-        return code;
-    }
-
-    // What the driver does after every call: temporary memory goes, the
-    // nesting count starts again.
-    void endCall()
-    {
-        while (auto *block = static_cast<qor::TempBlock *>(world.tempBlockList)) {
-            world.tempBlockList = block->prev;
-            world.userFree(&world, block);
-        }
-        world.tempLow = world.tempHigh = nullptr;
-        world.privateArea->constructedDepth = 0;
+        return e;
     }
 
     // The decoded octets of the unbounded form, or the code raised.
@@ -139,8 +59,6 @@ public:
                 EXPECT_EQ(value, nullptr);
         });
     }
-
-    bool messageHas(const char *part) const { return strstr(world.errMsgBuffer, part) != nullptr; }
 };
 
 using Writer = QorLong (*)(StringTest *, unsigned char **, QorLong *);

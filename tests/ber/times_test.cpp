@@ -3,9 +3,9 @@
 #include <cstring>
 #include <functional>
 #include <string>
+#include <vector>
 
-#include "memory/temp_block.h"
-#include "support/roundtrip.h"
+#include "ber/ber_support.h"
 
 using namespace qortest;
 
@@ -16,8 +16,6 @@ constexpr int kMoreInput = QOR_MORE_INPUT; // message 45
 constexpr int kDataError = QOR_DATA_ERROR; // messages 106, 114, 119
 constexpr int kSizeExceeded = 16;          // message 79
 constexpr int kLimited = QOR_LIMITED;      // message 98
-
-Bytes text(const char *s) { return Bytes(s, s + strlen(s)); }
 
 GeneralizedTime at(int year, int month, int day, int hour, int minute, int second, int ms = 0,
                    bool utc = true, int mindiff = 0)
@@ -122,20 +120,45 @@ protected:
         };
     }
 
-    // A decoder on a copy of `input` of exactly its size; on success it
-    // must have taken exactly `length` octets.
     template <class Body> int decode(const Bytes &input, QorLong length, Body body)
     {
-        Bytes copy = input;
-        unsigned char *start = copy.empty() ? nullptr : copy.data();
-        unsigned char *pos = start;
-        auto room = static_cast<QorLong>(copy.size());
-        int code = inFrame(&world, QOR_OP_DECODE, [&] { body(&pos, &room, length); });
-        if (code == 0) {
-            EXPECT_EQ(pos - start, length);
-            EXPECT_EQ(room, static_cast<QorLong>(copy.size()) - length);
-        }
-        return code;
+        return decodeExactly(&world, input, length, body);
+    }
+
+    // The records of GeneralizedTime and UTCTime, then each as text.
+    enum class Form { kRecordG, kRecordU, kTextG, kTextU };
+
+    // The decoder of one form over `input`; what it stores is dropped.
+    int decodeAs(Form form, const Bytes &input, QorLong length)
+    {
+        GeneralizedTime t;
+        char *out;
+        return decode(input, length, [&](unsigned char **p, QorLong *r, QorLong n) {
+            switch (form) {
+            case Form::kRecordG:
+                _qor_dec_gtime(&world, p, r, n, &t);
+                break;
+            case Form::kRecordU:
+                _qor_dec_utime(&world, p, r, n, &t);
+                break;
+            case Form::kTextG:
+                _qor_dec_untime(&world, p, r, n, &out, 0, 0);
+                break;
+            case Form::kTextU:
+                _qor_dec_untime(&world, p, r, n, &out, 0, 1);
+                break;
+            }
+        });
+    }
+
+    // The codes of the decoders of `forms` over `input`, in that order.
+    std::vector<int> decodeEach(std::initializer_list<Form> forms, const Bytes &input,
+                                QorLong length)
+    {
+        std::vector<int> codes;
+        for (Form form : forms)
+            codes.push_back(decodeAs(form, input, length));
+        return codes;
     }
 
     int decodeG(const char *contents, GeneralizedTime *t)
@@ -430,22 +453,9 @@ TEST_F(TimeTest, DecodeLengthAgainstTheInput)
     Bytes full = text("20240102030405Z");
     for (size_t cut = 0; cut < full.size(); cut++) {
         Bytes input(full.begin(), full.begin() + static_cast<long>(cut));
-        EXPECT_EQ(decode(input, static_cast<QorLong>(full.size()),
-                         [&](unsigned char **p, QorLong *r, QorLong n) {
-                             _qor_dec_gtime(&world, p, r, n, &t);
-                         }),
-                  kMoreInput);
-        EXPECT_EQ(decode(input, static_cast<QorLong>(full.size()),
-                         [&](unsigned char **p, QorLong *r, QorLong n) {
-                             _qor_dec_utime(&world, p, r, n, &t);
-                         }),
-                  kMoreInput);
-        char *out;
-        EXPECT_EQ(decode(input, static_cast<QorLong>(full.size()),
-                         [&](unsigned char **p, QorLong *r, QorLong n) {
-                             _qor_dec_untime(&world, p, r, n, &out, 0, 0);
-                         }),
-                  kMoreInput);
+        for (int code : decodeEach({Form::kRecordG, Form::kRecordU, Form::kTextG}, input,
+                                   static_cast<QorLong>(full.size())))
+            EXPECT_EQ(code, kMoreInput);
         releaseCall();
     }
     EXPECT_EQ(decode(full, -1,
@@ -467,27 +477,9 @@ TEST_F(TimeTest, TruncatedContentsEndInACatalogueCode)
             Bytes full = text(s);
             for (size_t cut = 0; cut <= full.size(); cut++) {
                 Bytes input(full.begin(), full.begin() + static_cast<long>(cut));
-                GeneralizedTime t;
-                char *out;
-                const auto n = static_cast<QorLong>(cut);
-                int codes[] = {
-                    decode(input, n,
-                           [&](unsigned char **p, QorLong *r, QorLong len) {
-                               _qor_dec_gtime(&world, p, r, len, &t);
-                           }),
-                    decode(input, n,
-                           [&](unsigned char **p, QorLong *r, QorLong len) {
-                               _qor_dec_utime(&world, p, r, len, &t);
-                           }),
-                    decode(input, n,
-                           [&](unsigned char **p, QorLong *r, QorLong len) {
-                               _qor_dec_untime(&world, p, r, len, &out, 0, 0);
-                           }),
-                    decode(input, n,
-                           [&](unsigned char **p, QorLong *r, QorLong len) {
-                               _qor_dec_untime(&world, p, r, len, &out, 0, 1);
-                           }),
-                };
+                std::vector<int> codes =
+                    decodeEach({Form::kRecordG, Form::kRecordU, Form::kTextG, Form::kTextU}, input,
+                               static_cast<QorLong>(cut));
                 releaseCall();
                 for (int code : codes)
                     EXPECT_TRUE(code == 0 || code == kDataError || code == kBadTime)
@@ -505,17 +497,8 @@ TEST_F(TimeTest, EveryOctetInEveryPlace)
         for (int v = 0; v < 256; v++) {
             Bytes input = base;
             input[at] = static_cast<unsigned char>(v);
-            GeneralizedTime t;
-            int codes[] = {
-                decode(input, static_cast<QorLong>(input.size()),
-                       [&](unsigned char **p, QorLong *r, QorLong n) {
-                           _qor_dec_gtime(&world, p, r, n, &t);
-                       }),
-                decode(input, static_cast<QorLong>(input.size()),
-                       [&](unsigned char **p, QorLong *r, QorLong n) {
-                           _qor_dec_utime(&world, p, r, n, &t);
-                       }),
-            };
+            std::vector<int> codes = decodeEach({Form::kRecordG, Form::kRecordU}, input,
+                                                static_cast<QorLong>(input.size()));
             for (int code : codes)
                 ASSERT_TRUE(code == 0 || code == kDataError || code == kBadTime)
                     << at << " " << v << ": " << code;
@@ -538,27 +521,9 @@ TEST_F(TimeTest, RandomContents)
         Bytes b(next() % 26);
         for (unsigned char &o : b)
             o = static_cast<unsigned char>(alphabet[next() % (sizeof alphabet - 1)]);
-        const auto n = static_cast<QorLong>(b.size());
-        GeneralizedTime t;
-        char *out;
-        int codes[] = {
-            decode(b, n,
-                   [&](unsigned char **p, QorLong *r, QorLong len) {
-                       _qor_dec_gtime(&world, p, r, len, &t);
-                   }),
-            decode(b, n,
-                   [&](unsigned char **p, QorLong *r, QorLong len) {
-                       _qor_dec_utime(&world, p, r, len, &t);
-                   }),
-            decode(b, n,
-                   [&](unsigned char **p, QorLong *r, QorLong len) {
-                       _qor_dec_untime(&world, p, r, len, &out, 0, 0);
-                   }),
-            decode(b, n,
-                   [&](unsigned char **p, QorLong *r, QorLong len) {
-                       _qor_dec_untime(&world, p, r, len, &out, 0, 1);
-                   }),
-        };
+        std::vector<int> codes =
+            decodeEach({Form::kRecordG, Form::kRecordU, Form::kTextG, Form::kTextU}, b,
+                       static_cast<QorLong>(b.size()));
         releaseCall();
         for (int code : codes)
             ASSERT_TRUE(code == 0 || code == kDataError || code == kBadTime) << i << ": " << code;

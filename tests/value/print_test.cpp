@@ -22,19 +22,6 @@ namespace {
 std::string printed;
 std::string formats;
 
-int collect(QorGlobal *, const char *format, ...)
-{
-    char text[8192];
-    va_list args;
-    va_start(args, format);
-    int n = vsnprintf(text, sizeof text, format, args);
-    va_end(args);
-    printed += text;
-    formats += format;
-    formats += '|';
-    return n;
-}
-
 int collectV(QorGlobal *, const char *format, va_list args)
 {
     char text[8192];
@@ -45,16 +32,21 @@ int collectV(QorGlobal *, const char *format, va_list args)
     return n;
 }
 
-int collectStream(void *, const char *format, ...)
+int collect(QorGlobal *, const char *format, ...)
 {
-    char text[8192];
     va_list args;
     va_start(args, format);
-    int n = vsnprintf(text, sizeof text, format, args);
+    int n = collectV(nullptr, format, args);
     va_end(args);
-    printed += text;
-    formats += format;
-    formats += '|';
+    return n;
+}
+
+int collectStream(void *, const char *format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    int n = collectV(nullptr, format, args);
+    va_end(args);
     return n;
 }
 
