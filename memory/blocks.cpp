@@ -96,6 +96,11 @@ void qorMemQueueForget(QorGlobal *world, QorFreeFn release)
     resetQueue(world);
 }
 
+__attribute__((noinline)) void copyBlock(void *to, const void *from, size_t n)
+{
+    memcpy(to, from, n);
+}
+
 QorFreeFn outputBlockRelease(const QorGlobal *world)
 {
     return world->privateArea->tempBufferSize != 0 ? qorTmpBufFree : world->userFree;

@@ -102,7 +102,7 @@ void _qor_set_outmem_p(QorGlobal *world, QorLong *lengthOut, unsigned char **val
     for (QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next) {
         for (int i = 0; i < r->count && left > 0; i++) {
             QorLong step = left < QOR_BLOCK_SIZE ? left : QOR_BLOCK_SIZE;
-            memcpy(at, r->slot[i], static_cast<size_t>(step));
+            copyBlock(at, r->slot[i], static_cast<size_t>(step));
             at += step;
             left -= step;
         }

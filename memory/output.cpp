@@ -47,7 +47,7 @@ QorLong _qor_write_bytes_d(QorGlobal *world, unsigned char **pos, QorLong *room,
     while (left > QOR_BLOCK_SIZE) {
         unsigned char *block = qorNextOutBlock(world);
         left -= QOR_BLOCK_SIZE;
-        memcpy(block, src + left, QOR_BLOCK_SIZE);
+        copyBlock(block, src + left, QOR_BLOCK_SIZE);
     }
     unsigned char *block = qorNextOutBlock(world);
     *pos = block + QOR_BLOCK_SIZE - left;
@@ -74,7 +74,7 @@ void _qor_set_outmem_d(QorGlobal *world, QorLong room, QorLong *lengthOut, unsig
             const auto *block = static_cast<const unsigned char *>(r->slot[i]);
             if (++seen < blocks) {
                 end -= QOR_BLOCK_SIZE;
-                memcpy(end, block, QOR_BLOCK_SIZE);
+                copyBlock(end, block, QOR_BLOCK_SIZE);
             } else {
                 memcpy(out, block + room, static_cast<size_t>(QOR_BLOCK_SIZE - room));
             }
