@@ -11,10 +11,8 @@
 enum {
     MSG_PDU_RANGE = 3,
     MSG_END_OF_INPUT = 45,
-    MSG_LENGTH_TOO_LONG = 98,
     MSG_PDU_TAG_MISMATCH = 104,
     MSG_SIZE_EXCEEDED = 79,
-    MSG_INCONSISTENT_LENGTHS = 102,
     MSG_MISENCODED = 106,
     MSG_PDU_TAG_UNKNOWN = 122
 };
@@ -308,41 +306,11 @@ static QorLong packedTag(unsigned char tag)
     return ((QorLong)(tag >> 6) << 14) | (tag & 0x1f);
 }
 
-/* Reads a tag octet and a definite length of at most four octets; the
- * contents must lie within the input. */
-static QorLong readHeader(QorGlobal *world, unsigned char *tag)
-{
-    const unsigned char *p = world->inPos;
-    QorLong room = world->inRoom;
-    QorULong length;
-    int header = 2;
-    if (room < 2)
-        _qor_enc_error(world, MSG_END_OF_INPUT, 0);
-    *tag = p[0];
-    length = p[1];
-    if (length & 0x80) {
-        int count = (int)(length & 0x7f);
-        int i;
-        if (count == 0 || count > 4)
-            _qor_enc_error(world, MSG_LENGTH_TOO_LONG, (QorLong)count);
-        if (room < 2 + count)
-            _qor_enc_error(world, MSG_END_OF_INPUT, 0);
-        length = 0;
-        for (i = 0; i < count; i++)
-            length = (length << 8) | p[2 + i];
-        header += count;
-    }
-    if (length > (QorULong)(room - header))
-        _qor_enc_error(world, MSG_END_OF_INPUT, 0);
-    world->inPos += header;
-    world->inRoom -= header;
-    return (QorLong)length;
-}
-
 static int pduOfTag(unsigned char tag)
 {
     switch (tag) {
     case TAG_OCTET_STRING:
+    case TAG_OCTET_STRING | 0x20: /* constructed */
         return PDU_Raw;
     case TAG_SEQUENCE:
         return PDU_Fault;
@@ -361,68 +329,6 @@ static int pduOfTag(unsigned char tag)
     }
 }
 
-/* Reads a header whose tag must be `expected` and whose contents must lie
- * within the enclosing value, which ends at `end`. */
-static QorLong readInner(QorGlobal *world, unsigned char expected, const unsigned char *end)
-{
-    unsigned char tag;
-    QorLong length = readHeader(world, &tag);
-    if (tag != expected)
-        _qor_enc_error(world, 103, ((QorLong)packedTag(expected) << 16) | packedTag(tag));
-    if (length > end - world->inPos)
-        _qor_enc_error(world, MSG_INCONSISTENT_LENGTHS, 0);
-    return length;
-}
-
-/* How many elements of one tag fill the contents ending at `end`. */
-static QorLong countElements(QorGlobal *world, unsigned char tag, const unsigned char *end)
-{
-    unsigned char *savedPos = world->inPos;
-    QorLong savedRoom = world->inRoom;
-    QorLong count = 0;
-    while (world->inPos < end) {
-        QorLong length = readInner(world, tag, end);
-        world->inPos += length;
-        world->inRoom -= length;
-        count++;
-    }
-    world->inPos = savedPos;
-    world->inRoom = savedRoom;
-    return count;
-}
-
-static void decodeOctets(QorGlobal *world, Raw *raw, QorLong length)
-{
-    raw->length = length;
-    raw->data = NULL;
-    if (length > 0) {
-        raw->data = (unsigned char *)_qor_dec_getfixmem(world, length);
-        memcpy(raw->data, world->inPos, (size_t)length);
-    }
-    world->inPos += length;
-    world->inRoom -= length;
-}
-
-static void decodeBag(QorGlobal *world, Bag *bag, QorLong length)
-{
-    const unsigned char *end = world->inPos + length;
-    QorLong i;
-    bag->count = countElements(world, TAG_OCTET_STRING, end);
-    bag->items = bag->count > 0 ? (Raw *)_qor_dec_getmem(world, bag->count * (QorLong)sizeof(Raw)) : NULL;
-    for (i = 0; i < bag->count; i++)
-        decodeOctets(world, &bag->items[i], readInner(world, TAG_OCTET_STRING, end));
-}
-
-static void decodeBags(QorGlobal *world, Bags *bags, QorLong length)
-{
-    const unsigned char *end = world->inPos + length;
-    QorLong i;
-    bags->count = countElements(world, TAG_SET, end);
-    bags->items = bags->count > 0 ? (Bag *)_qor_dec_getmem(world, bags->count * (QorLong)sizeof(Bag)) : NULL;
-    for (i = 0; i < bags->count; i++)
-        decodeBag(world, &bags->items[i], readInner(world, TAG_SET, end));
-}
-
 static QorLong packedTagOfPdu(int pdunum)
 {
     static const unsigned char tags[PDU_COUNT] = {TAG_OCTET_STRING, TAG_SEQUENCE, TAG_SET,
@@ -437,6 +343,60 @@ enum { NUMBERS_PER_BLOCK = 64 };
 static QorLong decodeInt(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong tag)
 {
     return _qor_dec_iint(world, pos, room, _qor_dec_tag_length(world, pos, room, tag));
+}
+
+static void decodeOctets(QorGlobal *world, unsigned char **pos, QorLong *room, Raw *raw)
+{
+    QorLong length = header(world, pos, room, TAG_OCTET_STRING);
+    raw->length = _qor_dec_uoct_ia(world, pos, room, length, (void **)&raw->data, 0);
+}
+
+/* SET OF of unknown count: fragments in temporary memory, gathered into one
+ * array at the end. */
+enum { ELEMENTS_PER_BLOCK = 32 };
+
+static void decodeBag(QorGlobal *world, unsigned char **pos, QorLong *room, Bag *bag)
+{
+    Extent e;
+    void *list = NULL;
+    void *current = NULL;
+    QorLong count = 0, inBlock = ELEMENTS_PER_BLOCK, blocks = 0;
+    beginValue(world, pos, room, TAG_SET & ~0x20, &e);
+    while (more(world, pos, room, &e)) {
+        if (inBlock == ELEMENTS_PER_BLOCK) {
+            _qor_allocate_memblock(world, &current, &list, ELEMENTS_PER_BLOCK * (QorLong)sizeof(Raw));
+            inBlock = 0;
+            blocks++;
+        }
+        decodeOctets(world, pos, room, (Raw *)current + inBlock++);
+        count++;
+    }
+    endValue(world, pos, room, &e);
+    bag->count = count;
+    bag->items = (Raw *)_qor_consolidate_memblock_fast(world, sizeof(Raw), count, list,
+                                                       ELEMENTS_PER_BLOCK, blocks, inBlock, 0);
+}
+
+static void decodeBags(QorGlobal *world, unsigned char **pos, QorLong *room, Bags *bags)
+{
+    Extent e;
+    void *list = NULL;
+    void *current = NULL;
+    QorLong count = 0, inBlock = ELEMENTS_PER_BLOCK, blocks = 0;
+    beginValue(world, pos, room, TAG_BAGS & ~0x20, &e);
+    while (more(world, pos, room, &e)) {
+        if (inBlock == ELEMENTS_PER_BLOCK) {
+            _qor_allocate_memblock(world, &current, &list, ELEMENTS_PER_BLOCK * (QorLong)sizeof(Bag));
+            inBlock = 0;
+            blocks++;
+        }
+        decodeBag(world, pos, room, (Bag *)current + inBlock++);
+        count++;
+    }
+    endValue(world, pos, room, &e);
+    bags->count = count;
+    bags->items = (Bag *)_qor_consolidate_memblock_fast(world, sizeof(Bag), count, list,
+                                                       ELEMENTS_PER_BLOCK, blocks, inBlock, 0);
 }
 
 static void decodeInner(QorGlobal *world, unsigned char **pos, QorLong *room, Inner *v)
@@ -582,14 +542,15 @@ static void decodeEnvelope(QorGlobal *world, unsigned char **pos, QorLong *room,
 
 static int berDecode(QorGlobal *world, int *pdunum, void **output)
 {
+    unsigned char *pos = world->inPos;
+    QorLong room = world->inRoom;
     unsigned char tag;
-    QorLong length;
     int found;
     if (*pdunum < 0 || *pdunum > PDU_COUNT)
         _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);
-    if (world->inRoom < 1)
+    if (room < 1)
         _qor_enc_error(world, MSG_END_OF_INPUT, 0);
-    tag = world->inPos[0];
+    tag = pos[0];
     found = pduOfTag(tag);
     if (*pdunum == 0) {
         if (found == 0)
@@ -600,55 +561,54 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
     }
     world->pduNumber = *pdunum;
     world->pduNames = pduNames[*pdunum - 1];
-    if (*pdunum == PDU_Record || *pdunum == PDU_PersonnelRecord || *pdunum == PDU_Envelope) {
-        unsigned char *pos = world->inPos;
-        QorLong room = world->inRoom;
-        if (*pdunum == PDU_Record) {
-            Record *record = (Record *)_qor_dec_getmem(world, sizeof(Record));
-            decodeRecord(world, &pos, &room, record);
-            *output = record;
-        } else if (*pdunum == PDU_Envelope) {
-            Envelope *envelope = (Envelope *)_qor_dec_getmem(world, sizeof(Envelope));
-            decodeEnvelope(world, &pos, &room, envelope);
-            *output = envelope;
-        } else {
-            *output = personnelDecode(world, &pos, &room);
-        }
-        world->inPos = pos;
-        world->inRoom = room;
-        return 0;
-    }
-    length = readHeader(world, &tag);
     switch (*pdunum) {
     case PDU_Raw: {
         Raw *raw = (Raw *)_qor_dec_getmem(world, sizeof(Raw));
-        decodeOctets(world, raw, length);
+        decodeOctets(world, &pos, &room, raw);
         *output = raw;
         break;
     }
     case PDU_Bag: {
         Bag *bag = (Bag *)_qor_dec_getmem(world, sizeof(Bag));
-        decodeBag(world, bag, length);
+        decodeBag(world, &pos, &room, bag);
         *output = bag;
         break;
     }
     case PDU_Bags: {
         Bags *bags = (Bags *)_qor_dec_getmem(world, sizeof(Bags));
-        decodeBags(world, bags, length);
+        decodeBags(world, &pos, &room, bags);
         *output = bags;
         break;
     }
-    case PDU_Fault: {
-        Fault *fault = (Fault *)_qor_dec_getmem(world, sizeof(Fault));
+    case PDU_Record: {
+        Record *record = (Record *)_qor_dec_getmem(world, sizeof(Record));
+        decodeRecord(world, &pos, &room, record);
+        *output = record;
+        break;
+    }
+    case PDU_PersonnelRecord:
+        *output = personnelDecode(world, &pos, &room);
+        break;
+    case PDU_Envelope: {
+        Envelope *envelope = (Envelope *)_qor_dec_getmem(world, sizeof(Envelope));
+        decodeEnvelope(world, &pos, &room, envelope);
+        *output = envelope;
+        break;
+    }
+    case PDU_Fault:
+        header(world, &pos, &room, TAG_SEQUENCE & ~0x20);
+        (void)_qor_dec_getmem(world, sizeof(Fault));
         (void)_qor_dec_getmem(world, 2000);
-        (void)fault;
         /* Scratch of every kind is left behind for the driver to release. */
         (void)_qor_tstk_alloc(world, 100);
         (void)_qor_dec_gettempmem(world, 50);
         (void)_qor_tstk_get_altdecmem(world, 10);
+        world->inPos = pos; /* how far the input was read */
+        world->inRoom = room;
         _qor_enc_error(world, MSG_MISENCODED, 0);
     }
-    }
+    world->inPos = pos;
+    world->inRoom = room;
     return 0;
 }
 

@@ -1,0 +1,187 @@
+// Hostile input for every PDU of the test schema, table-driven: each damaged
+// encoding ends in a return code with a message, no value, nothing leaked.
+#include <chrono>
+#include <cstring>
+
+#include "support/roundtrip.h"
+
+using namespace qortest;
+
+namespace {
+
+struct Sample {
+    const char *name;
+    int pdu;
+    Bytes encoding;
+};
+
+class Hostile : public ContextTest {
+protected:
+    std::vector<Sample> samples;
+
+    void SetUp() override
+    {
+        ContextTest::SetUp();
+        static unsigned char text[] = "some octets";
+        static Raw raws[2] = {{11, text}, {0, text}};
+        static Bag bags[2] = {{2, raws}, {1, raws}};
+        static Bags bagsValue = {2, bags};
+        static QorLong numbers[3] = {1, -300, 70000};
+        static Record record = [] {
+            Record r{};
+            r.bit_mask = Record_count_present | Record_big_present;
+            r.active = 0;
+            r.level = Level_high;
+            r.inner.a = 3;
+            r.pick.choice = Pick_code_chosen;
+            r.pick.u.code = 9;
+            r.numbers.count = 3;
+            r.numbers.value = numbers;
+            r.big = -5;
+            return r;
+        }();
+        static Envelope envelope = [] {
+            Envelope e{};
+            e.kind = 1;
+            static unsigned char kept[] = {0x04, 0x01, 0x41};
+            e.content.encoded = kept;
+            e.content.length = 3;
+            return e;
+        }();
+        add("Raw", PDU_Raw, &raws[0]);
+        add("Bags", PDU_Bags, &bagsValue);
+        add("Record", PDU_Record, &record);
+        add("PersonnelRecord", PDU_PersonnelRecord, &personnelExample);
+        add("Envelope", PDU_Envelope, &envelope);
+        // Indefinite and constructed forms that other tools write.
+        samples.push_back({"Raw constructed", PDU_Raw, hex("24 80 04 02 41 42 24 03 04 01 43 00 00")});
+        samples.push_back({"Bag indefinite", PDU_Bag, hex("31 80 04 01 41 04 00 00 00")});
+    }
+
+    void add(const char *name, int pdu, void *value)
+    {
+        QorBuf out = {0, nullptr};
+        ASSERT_EQ(qorEncode(&world, pdu, value, &out), 0) << name;
+        samples.push_back({name, pdu, bytesOf(out)});
+        qorFreeBuf(&world, out.value);
+    }
+
+    // Decodes `input` as `pdu`; a failure must leave no value and a message.
+    int decode(const Bytes &input, int pdu)
+    {
+        Bytes copy = input.empty() ? Bytes{0} : input;
+        QorBuf in = {static_cast<QorLong>(input.size()), copy.data()};
+        void *out = nullptr;
+        int code = qorDecode(&world, &pdu, &in, &out);
+        if (code == 0) {
+            EXPECT_EQ(qorFreePDU(&world, pdu, out), 0);
+        } else {
+            EXPECT_EQ(out, nullptr);
+            EXPECT_NE(qorGetErrMsg(&world)[0], '\0') << "a failure says why";
+        }
+        return code;
+    }
+};
+
+} // namespace
+
+TEST_F(Hostile, TruncationAtEveryOctet)
+{
+    for (const Sample &s : samples) {
+        for (int pdu : {0, s.pdu}) {
+            for (size_t n = 0; n < s.encoding.size(); n++) {
+                Bytes cut(s.encoding.begin(), s.encoding.begin() + static_cast<long>(n));
+                EXPECT_NE(decode(cut, pdu), 0) << s.name << " cut at " << n;
+            }
+            EXPECT_EQ(decode(s.encoding, pdu), 0) << s.name;
+        }
+    }
+}
+
+TEST_F(Hostile, LyingLengthsAndReplacedTags)
+{
+    for (const Sample &s : samples) {
+        for (size_t i = 0; i < s.encoding.size(); i++) {
+            // Each octet as a forbidden indefinite form, a tag of another kind,
+            // one more than it was, and a four-octet length of all ones.
+            for (unsigned char lie : {0x80, 0x00, 0x1F, 0x30, 0xA0}) {
+                Bytes mutated = s.encoding;
+                mutated[i] = lie;
+                decode(mutated, 0);
+            }
+            Bytes bigger = s.encoding;
+            bigger[i] = static_cast<unsigned char>(bigger[i] + 1);
+            decode(bigger, s.pdu);
+            Bytes huge = s.encoding;
+            Bytes ones = hex("84 FF FF FF FF");
+            huge.erase(huge.begin() + static_cast<long>(i));
+            huge.insert(huge.begin() + static_cast<long>(i), ones.begin(), ones.end());
+            decode(huge, s.pdu);
+        }
+    }
+}
+
+TEST_F(Hostile, AnAllocatorFailingAtEveryCall)
+{
+    for (const Sample &s : samples) {
+        CountingAllocator::reset();
+        Bytes input = s.encoding;
+        QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
+        void *out = nullptr;
+        int pdu = s.pdu;
+        ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), 0) << s.name;
+        const long calls = CountingAllocator::calls;
+        QorBuf again = {0, nullptr};
+        ASSERT_EQ(qorEncode(&world, pdu, out, &again), 0) << s.name;
+        const long encodeCalls = CountingAllocator::calls - calls;
+        qorFreeBuf(&world, again.value);
+        for (long n = 1; n <= encodeCalls; n++) {
+            CountingAllocator::reset(n);
+            QorBuf failed = {0, nullptr};
+            EXPECT_EQ(qorEncode(&world, pdu, out, &failed), QOR_OUT_OF_MEMORY) << s.name << n;
+            EXPECT_EQ(failed.value, nullptr);
+            EXPECT_EQ(CountingAllocator::outstanding, 0) << s.name << n;
+        }
+        CountingAllocator::reset();
+        qorFreePDU(&world, pdu, out);
+        for (long n = 1; n <= calls; n++) {
+            CountingAllocator::reset(n);
+            in = {static_cast<QorLong>(input.size()), input.data()};
+            out = nullptr;
+            pdu = s.pdu;
+            EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_OUT_OF_MEMORY) << s.name << n;
+            EXPECT_EQ(out, nullptr);
+            EXPECT_EQ(CountingAllocator::outstanding, 0) << s.name << n;
+        }
+        CountingAllocator::reset();
+    }
+}
+
+TEST_F(Hostile, BombsEndInLinearTime)
+{
+    // A constructed OCTET STRING nested 100 000 deep: the nesting limit
+    // stops it; with the limit off the input runs out.
+    Bytes deep;
+    for (int i = 0; i < 100000; i++) {
+        deep.push_back(0x24);
+        deep.push_back(0x80);
+    }
+    EXPECT_EQ(decode(deep, PDU_Raw), 108);
+    qorSetConstructedNestingLimit(&world, 0);
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(decode(deep, PDU_Raw), QOR_MORE_INPUT);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    qorSetConstructedNestingLimit(&world, 10);
+
+    // A SET OF SET OF with 1 000 000 empty elements decodes, and frees.
+    const size_t n = 1000000;
+    Bytes bags = {0x61, 0x83, static_cast<unsigned char>((2 * n) >> 16),
+                  static_cast<unsigned char>((2 * n) >> 8), static_cast<unsigned char>(2 * n)};
+    bags.reserve(5 + 2 * n);
+    for (size_t i = 0; i < n; i++) {
+        bags.push_back(0x31);
+        bags.push_back(0x00);
+    }
+    EXPECT_EQ(decode(bags, 0), 0);
+    EXPECT_EQ(CountingAllocator::outstanding, 0);
+}
