@@ -3,6 +3,7 @@
 // and the decoders of each memory form.
 #include "ber/constructed.h"
 #include "ber/item.h"
+#include "ber/utf8.h"
 
 using namespace qor;
 
@@ -117,20 +118,6 @@ void wordToOctets(QorULong word, int width, unsigned char *out)
         out[i] = static_cast<unsigned char>(word >> (8 * (width - 1 - i)));
 }
 
-QorULong wordAt(const void *data, int width)
-{
-    if (width == 1)
-        return *static_cast<const unsigned char *>(data);
-    if (width == 2) {
-        uint16_t w;
-        memcpy(&w, data, 2);
-        return w;
-    }
-    QorULong w;
-    memcpy(&w, data, 4);
-    return w;
-}
-
 QorLong writeNamedList(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
                        QorLong bits, bool trim)
 {
@@ -143,7 +130,7 @@ QorLong writeNamedList(QorGlobal *world, unsigned char **pos, QorLong *room, con
     unsigned char octets[4] = {};
     int width = wordOctets(bits);
     if (bits > 0)
-        wordToOctets(wordAt(data, width), width, octets);
+        wordToOctets(charAt(data, 0, width), width, octets);
     return writeBits(world, pos, room, octets, trim ? trimmed(octets, bits) : bits);
 }
 

@@ -57,19 +57,6 @@ QorLong writeOctets(QorGlobal *world, unsigned char **pos, QorLong *room, const 
     return _qor_write_bytes_d(world, pos, room, data, length);
 }
 
-QorULong charAt(const void *chars, QorLong i, int width)
-{
-    const unsigned char *p = static_cast<const unsigned char *>(chars) + int64_t{i} * width;
-    if (width == 2) {
-        uint16_t c;
-        memcpy(&c, p, 2);
-        return c;
-    }
-    QorULong c;
-    memcpy(&c, p, 4);
-    return c;
-}
-
 // Characters of 2 or 4 octets, big-endian. Output that spans blocks goes
 // through a frame buffer, from the last character back.
 QorLong writeWide(QorGlobal *world, unsigned char **pos, QorLong *room, const void *chars,

@@ -36,6 +36,15 @@ int rawLength(QorULong v)
                            : 6;
 }
 
+
+void checkWidth(QorGlobal *world, int width)
+{
+    if (width != 1 && width != 2 && width != 4)
+        raise(world, kUnknownSize, longValue(width));
+}
+
+} // namespace
+
 QorULong charAt(const void *chars, QorLong i, int width)
 {
     switch (width) {
@@ -53,14 +62,6 @@ QorULong charAt(const void *chars, QorLong i, int width)
     }
     }
 }
-
-void checkWidth(QorGlobal *world, int width)
-{
-    if (width != 1 && width != 2 && width != 4)
-        raise(world, kUnknownSize, longValue(width));
-}
-
-} // namespace
 
 int qorUtf8Length(QorULong value)
 {

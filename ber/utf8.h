@@ -9,6 +9,9 @@
 
 namespace qor {
 
+// Character `i` of an array of 1-, 2- or 4-octet characters in host order.
+QorULong charAt(const void *chars, QorLong i, int width);
+
 // Octets that `value` takes in UTF-8, 1 to 6; 0 for a value that has no
 // UTF-8 form here: 0x80000000 and above, the surrogates 0xD800 to 0xDFFF,
 // 0xFFFE and 0xFFFF.

@@ -101,6 +101,14 @@ __attribute__((noinline)) void copyBlock(void *to, const void *from, size_t n)
     memcpy(to, from, n);
 }
 
+QorLong blockCount(const QorGlobal *world)
+{
+    QorLong n = 0;
+    for (const QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next)
+        n += r->count;
+    return n;
+}
+
 QorFreeFn outputBlockRelease(const QorGlobal *world)
 {
     return world->privateArea->tempBufferSize != 0 ? qorTmpBufFree : world->userFree;

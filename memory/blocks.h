@@ -16,6 +16,8 @@ void qorMemQueueFree(QorGlobal *world, QorFreeFn release);
 // Forgets the listed pieces (the caller owns them now) and releases the
 // added records; a null `release` abandons them too (temporary buffer).
 void qorMemQueueForget(QorGlobal *world, QorFreeFn release);
+// How many blocks the queue lists.
+QorLong blockCount(const QorGlobal *world);
 // A fresh 1024-octet output block; message 1 when the caller's buffer is full.
 unsigned char *qorNextOutBlock(QorGlobal *world);
 // The release function that matches where output blocks come from.

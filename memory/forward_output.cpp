@@ -14,14 +14,6 @@ constexpr int kOutOfMemory = 6;
 constexpr int kBufferTooSmall = 1;
 constexpr QorULong kEmptyEncodingAllowed = 0x1; // bit of `outState`
 
-QorLong blockCount(const QorGlobal *world)
-{
-    QorLong n = 0;
-    for (const QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next)
-        n += r->count;
-    return n;
-}
-
 // A partly written last octet becomes a whole one: its unused bits are zero.
 void closePartialOctet(QorGlobal *world)
 {

@@ -11,14 +11,6 @@ namespace {
 
 constexpr int kOutOfMemory = 6;
 
-QorLong blockCount(const QorGlobal *world)
-{
-    QorLong n = 0;
-    for (const QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next)
-        n += r->count;
-    return n;
-}
-
 } // namespace
 
 extern "C" {
