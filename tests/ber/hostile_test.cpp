@@ -53,6 +53,8 @@ protected:
         add("Record", PDU_Record, &record);
         add("PersonnelRecord", PDU_PersonnelRecord, &personnelExample);
         add("Envelope", PDU_Envelope, &envelope);
+        static Chain links[3] = {{&links[1], 1}, {&links[2], -2}, {nullptr, 300}};
+        add("Chain", PDU_Chain, &links[0]);
         // Indefinite and constructed forms that other tools write.
         samples.push_back({"Raw constructed", PDU_Raw, hex("24 80 04 02 41 42 24 03 04 01 43 00 00")});
         samples.push_back({"Bag indefinite", PDU_Bag, hex("31 80 04 01 41 04 00 00 00")});
@@ -82,6 +84,17 @@ protected:
         return code;
     }
 };
+
+constexpr int kNestingTooDeep = 109;
+
+// A Chain of `depth` links whose value is its depth.
+std::vector<Chain> chainOf(size_t depth)
+{
+    std::vector<Chain> links(depth);
+    for (size_t i = 0; i < depth; i++)
+        links[i] = {i + 1 < depth ? &links[i + 1] : nullptr, static_cast<QorLong>(i + 1)};
+    return links;
+}
 
 } // namespace
 
@@ -173,6 +186,18 @@ TEST_F(Hostile, BombsEndInLinearTime)
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
     qorSetConstructedNestingLimit(&world, 10);
 
+    // A SEQUENCE nested 100 000 deep in the indefinite form, each level
+    // holding its INTEGER: the limit on nested SEQUENCEs stops it early.
+    Bytes chain;
+    for (int i = 0; i < 100000; i++) {
+        for (unsigned char octet : {i == 0 ? 0x64 : 0xA1, 0x80, 0x80, 0x01, 0x00})
+            chain.push_back(octet);
+    }
+    start = std::chrono::steady_clock::now();
+    EXPECT_EQ(decode(chain, 0), kNestingTooDeep);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_EQ(CountingAllocator::outstanding, 0);
+
     // A SET OF SET OF with 1 000 000 empty elements decodes, and frees.
     const size_t n = 1000000;
     Bytes bags = {0x61, 0x83, static_cast<unsigned char>((2 * n) >> 16),
@@ -183,5 +208,31 @@ TEST_F(Hostile, BombsEndInLinearTime)
         bags.push_back(0x00);
     }
     EXPECT_EQ(decode(bags, 0), 0);
+    EXPECT_EQ(CountingAllocator::outstanding, 0);
+}
+
+TEST_F(Hostile, SequenceNestingLimitBothWays)
+{
+    // The default limit of 64 takes 64 levels and refuses the 65th, encoding
+    // and decoding; 0 takes any depth.
+    std::vector<Chain> allowed = chainOf(64), beyond = chainOf(65), deep = chainOf(1000);
+    QorBuf out = {0, nullptr};
+    ASSERT_EQ(qorEncode(&world, PDU_Chain, allowed.data(), &out), 0);
+    EXPECT_EQ(decode(bytesOf(out), PDU_Chain), 0);
+    qorFreeBuf(&world, out.value);
+
+    out = {0, nullptr};
+    EXPECT_EQ(qorEncode(&world, PDU_Chain, beyond.data(), &out), kNestingTooDeep);
+    EXPECT_STREQ(qorGetErrMsg(&world),
+                 "E0185E: The nesting level of encoding of SET, SEQUENCE, SET OF, SEQUENCE OF or "
+                 "CHOICE exceeded the limitation; check PDU #8 'Chain'.\n");
+    qorSetSeqSetNestingLimit(&world, 0);
+    out = {0, nullptr};
+    ASSERT_EQ(qorEncode(&world, PDU_Chain, deep.data(), &out), 0);
+    Bytes encoding = bytesOf(out);
+    qorFreeBuf(&world, out.value);
+    EXPECT_EQ(decode(encoding, PDU_Chain), 0);
+    qorSetSeqSetNestingLimit(&world, 64);
+    EXPECT_EQ(decode(encoding, PDU_Chain), kNestingTooDeep);
     EXPECT_EQ(CountingAllocator::outstanding, 0);
 }

@@ -359,3 +359,23 @@ TEST_F(BerEnvelope, AFailureInsideTheNestedEncodingReachesTheOuterCallAndFreesAl
     EXPECT_EQ(bytesOf(out), hex("63 07 80 01 00 A1 02 05 00"));
     qorFreeBuf(&world, out.value);
 }
+
+namespace {
+
+class BerChain : public ContextTest {};
+
+} // namespace
+
+TEST_F(BerChain, RecursiveSequenceRoundTrips)
+{
+    Chain links[2] = {{&links[1], 1}, {nullptr, -2}};
+    // [APPLICATION 4] { [0] 1, [1] { [0] -2 } }
+    expectRoundTrip(&world, PDU_Chain, links, hex("64 08 80 01 01 A1 03 80 01 FE"),
+                    [](void *decoded) {
+                        auto *c = static_cast<Chain *>(decoded);
+                        EXPECT_EQ(c->value, 1);
+                        ASSERT_NE(c->next, nullptr);
+                        EXPECT_EQ(c->next->value, -2);
+                        EXPECT_EQ(c->next->next, nullptr);
+                    });
+}

@@ -4,11 +4,11 @@
 #include "print.h"
 
 static const char *const typeNames[PDU_COUNT] = {"Raw",    "Fault",           "Bag",     "Bags",
-                                                 "Record", "PersonnelRecord", "Envelope"};
+                                                 "Record", "PersonnelRecord", "Envelope", "Chain"};
 static const char *const pduNames[PDU_COUNT][2] = {
     {"Raw", "OCTET STRING"}, {"Fault", "Fault"},   {"Bag", "Bag"},
     {"Bags", "Bags"},        {"Record", "Record"}, {"PersonnelRecord", "PersonnelRecord"},
-    {"Envelope", "Envelope"}};
+    {"Envelope", "Envelope"}, {"Chain", "Chain"}};
 
 static const QorEnumeratorName levelNames[3] = {
     {"low", {0, 0}, Level_low}, {"medium", {0, 0}, Level_medium}, {"high", {0, 0}, Level_high}};
@@ -240,6 +240,18 @@ static void printEnvelope(QorGlobal *world, const Envelope *v)
     endValue(world);
 }
 
+static void printChain(QorGlobal *world, const Chain *v)
+{
+    beginValue(world);
+    qorPrint(world, "value %d", (int)v->value);
+    if (v->next != NULL) {
+        nextComponent(world);
+        qorPrint(world, "next ");
+        printChain(world, v->next);
+    }
+    endValue(world);
+}
+
 int testSchemaPrint(QorGlobal *world, int pdunum, void *value)
 {
     int nested = pdunum < 0;
@@ -274,6 +286,9 @@ int testSchemaPrint(QorGlobal *world, int pdunum, void *value)
         break;
     case PDU_Envelope:
         printEnvelope(world, (const Envelope *)value);
+        break;
+    case PDU_Chain:
+        printChain(world, (const Chain *)value);
         break;
     }
     if (!nested)

@@ -14,7 +14,8 @@ enum {
     MSG_PDU_TAG_MISMATCH = 104,
     MSG_SIZE_EXCEEDED = 79,
     MSG_MISENCODED = 106,
-    MSG_PDU_TAG_UNKNOWN = 122
+    MSG_PDU_TAG_UNKNOWN = 122,
+    MSG_NESTING = 181
 };
 
 enum {
@@ -24,7 +25,8 @@ enum {
     TAG_PERSONNEL = 0x60,
     TAG_BAGS = 0x61,
     TAG_RECORD = 0x62,
-    TAG_ENVELOPE = 0x63
+    TAG_ENVELOPE = 0x63,
+    TAG_CHAIN = 0x64
 };
 enum { MSG_CHOICE_RANGE = 7, MSG_ENUM_RANGE = 36, MSG_FIELD_OMITTED = 117 };
 enum { BAG_SIZE_LIMIT = 4000 };
@@ -34,7 +36,7 @@ static const char *const pduNames[PDU_COUNT][2] = {{"Raw", "OCTET STRING"}, {"Fa
                                                     {"Bag", "Bag"},          {"Bags", "Bags"},
                                                     {"Record", "Record"},
                                                     {"PersonnelRecord", "PersonnelRecord"},
-                                                    {"Envelope", "Envelope"}};
+                                                    {"Envelope", "Envelope"}, {"Chain", "Chain"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -256,6 +258,24 @@ static QorLong encodeEnvelope(QorGlobal *world, const Envelope *v, unsigned char
     return n + _qor_encd_tag_length(world, pos, room, n, TAG_ENVELOPE);
 }
 
+/* One more level of SEQUENCE; a limit of 0 means none. */
+static void enterSequence(QorGlobal *world, int depth, int limit)
+{
+    if (limit != 0 && depth > limit)
+        _qor_enc_error(world, MSG_NESTING, 0);
+}
+
+static QorLong encodeChain(QorGlobal *world, const Chain *v, unsigned char tag, int depth,
+                           int limit, unsigned char **pos, QorLong *room)
+{
+    QorLong n = 0;
+    enterSequence(world, depth, limit);
+    if (v->next != NULL)
+        n += encodeChain(world, v->next, 0xA1, depth + 1, limit, pos, room);
+    n += _qor_encd_int_tl(world, pos, room, v->value, 0x80);
+    return n + _qor_encd_tag_length(world, pos, room, n, tag);
+}
+
 static int berEncode(QorGlobal *world, int pdunum, void *value)
 {
     unsigned char *pos = world->outPos != NULL ? world->outPos + world->outRoom : NULL;
@@ -288,6 +308,10 @@ static int berEncode(QorGlobal *world, int pdunum, void *value)
         break;
     case PDU_Envelope:
         encodeEnvelope(world, (const Envelope *)value, &pos, &room);
+        break;
+    case PDU_Chain:
+        encodeChain(world, (const Chain *)value, TAG_CHAIN, 1, qorGetSeqSetNestingLimit(world), &pos,
+                    &room);
         break;
     }
     if (world->userBuffer) {
@@ -324,6 +348,8 @@ static int pduOfTag(unsigned char tag)
         return PDU_PersonnelRecord;
     case TAG_ENVELOPE:
         return PDU_Envelope;
+    case TAG_CHAIN:
+        return PDU_Chain;
     default:
         return 0;
     }
@@ -333,7 +359,7 @@ static QorLong packedTagOfPdu(int pdunum)
 {
     static const unsigned char tags[PDU_COUNT] = {TAG_OCTET_STRING, TAG_SEQUENCE, TAG_SET,
                                                   TAG_BAGS,         TAG_RECORD,   TAG_PERSONNEL,
-                                                  TAG_ENVELOPE};
+                                                  TAG_ENVELOPE,     TAG_CHAIN};
     return packedTag(tags[pdunum - 1]);
 }
 
@@ -540,6 +566,24 @@ static void decodeEnvelope(QorGlobal *world, unsigned char **pos, QorLong *room,
     }
 }
 
+/* The limit is checked before the level is read, so that a value nested
+ * past it costs no memory and no stack. */
+static Chain *decodeChain(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong tag,
+                          int depth, int limit)
+{
+    Extent e;
+    Chain *v;
+    enterSequence(world, depth, limit);
+    v = (Chain *)_qor_dec_getmem(world, sizeof(Chain));
+    v->next = NULL;
+    beginValue(world, pos, room, tag, &e);
+    v->value = decodeInt(world, pos, room, 0x80);
+    if (peek(world, pos, room, &e, 0xA1))
+        v->next = decodeChain(world, pos, room, 0x81, depth + 1, limit);
+    endValue(world, pos, room, &e);
+    return v;
+}
+
 static int berDecode(QorGlobal *world, int *pdunum, void **output)
 {
     unsigned char *pos = world->inPos;
@@ -595,6 +639,10 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
         *output = envelope;
         break;
     }
+    case PDU_Chain:
+        *output = decodeChain(world, &pos, &room, TAG_CHAIN & ~0x20, 1,
+                              qorGetSeqSetNestingLimit(world));
+        break;
     case PDU_Fault:
         header(world, &pos, &room, TAG_SEQUENCE & ~0x20);
         (void)_qor_dec_getmem(world, sizeof(Fault));
@@ -658,6 +706,15 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
             freeValue(world, envelope->content.pduNum, envelope->content.decoded);
         _qor_dec_free(world, envelope->content.encoded);
         _qor_dec_free(world, envelope);
+        return 0;
+    }
+    case PDU_Chain: {
+        Chain *link = (Chain *)value;
+        while (link != NULL) {
+            Chain *next = link->next;
+            _qor_dec_free(world, link);
+            link = next;
+        }
         return 0;
     }
     default:

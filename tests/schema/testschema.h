@@ -18,7 +18,8 @@ enum {
     PDU_Record = 5, /* [APPLICATION 2] SEQUENCE of simple values */
     PDU_PersonnelRecord = 6, /* the classic example of the encoding rules */
     PDU_Envelope = 7, /* an open type, encoded and decoded automatically when asked */
-    PDU_COUNT = 7
+    PDU_Chain = 8,    /* a recursive SEQUENCE, nested as deep as its value */
+    PDU_COUNT = 8
 };
 
 /* Raw ::= OCTET STRING */
@@ -146,6 +147,15 @@ typedef struct Envelope {
     QorLong kind;
     QorOpenType content;
 } Envelope;
+
+/* Chain ::= [APPLICATION 4] IMPLICIT SEQUENCE {
+ *     value [0] INTEGER, next [1] Chain OPTIONAL }
+ * `next` is null when absent. Its encoder and decoder count the nesting
+ * against the context's limit on nested SEQUENCEs. */
+typedef struct Chain {
+    struct Chain *next;
+    QorLong value;
+} Chain;
 
 /* How the Fault encoder leaves. */
 enum FaultRaiser {
