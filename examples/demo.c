@@ -1,7 +1,9 @@
 /* qorapit demo: the PersonnelRecord of the encoding-rule standards (John P
  * Smith, Director, employee 51) encoded under each rule the library links,
- * shown in hexadecimal, decoded back and compared with the original. */
+ * shown in hexadecimal, decoded back and compared with the original.
+ * Given a file, it decodes the file as a PersonnelRecord instead. */
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include "testschema.h"
@@ -81,14 +83,101 @@ static int roundTrip(QorGlobal *world, int rules, const char *name, const char *
     return rc;
 }
 
-int main(void)
+struct Rule {
+    const char *option;
+    int rules;
+    const char *name;
+};
+
+static const struct Rule knownRules[] = {
+    {"ber", QOR_BER, "BER"}, {"der", QOR_DER, "DER"}, {"cer", QOR_CER, "CER"}};
+
+enum { LARGEST_FILE = 16 << 20 };
+
+/* The whole file in memory, or null with a message. */
+static unsigned char *readFile(const char *path, long *length)
+{
+    unsigned char *data = NULL;
+    FILE *f = fopen(path, "rb");
+    *length = 0;
+    if (f == NULL) {
+        printf("cannot open %s\n", path);
+        return NULL;
+    }
+    data = (unsigned char *)malloc(LARGEST_FILE);
+    if (data != NULL)
+        *length = (long)fread(data, 1, LARGEST_FILE, f);
+    if (data != NULL && (ferror(f) || fgetc(f) != EOF)) {
+        printf("cannot read %s, or it is over %d octets\n", path, LARGEST_FILE);
+        free(data);
+        data = NULL;
+    }
+    fclose(f);
+    return data;
+}
+
+/* Decodes a file as a PersonnelRecord and prints the value, or the library's
+ * message and return code. */
+static int decodeFile(QorGlobal *world, const struct Rule *rule, const char *path)
+{
+    long length;
+    unsigned char *data = readFile(path, &length);
+    QorBuf input;
+    void *decoded = NULL;
+    int pdu = PDU_PersonnelRecord;
+    int rc;
+    if (data == NULL)
+        return 1;
+    qorSetEncodingRules(world, rule->rules);
+    input.length = (QorLong)length;
+    input.value = data;
+    printf("%s: %ld octets, decoded as a PersonnelRecord under %s\n", path, length, rule->name);
+    rc = qorDecode(world, &pdu, &input, &decoded);
+    if (rc != 0) {
+        printf("  decoding failed, return code %d: %s", rc, qorGetErrMsg(world));
+    } else {
+        qorPrintPDU(world, pdu, decoded);
+        if (qorGetBytesReadByDecoder(world) < length)
+            printf("  %ld octets follow the value.\n", length - (long)qorGetBytesReadByDecoder(world));
+        qorFreePDU(world, pdu, decoded);
+    }
+    free(data);
+    return rc == 0 ? 0 : 1;
+}
+
+static int usage(void)
+{
+    printf("usage: qordemo                      show PersonnelRecord under every rule\n"
+           "       qordemo [ber|der|cer] FILE   decode FILE as a PersonnelRecord (BER if no rule)\n");
+    return 2;
+}
+
+int main(int argc, char **argv)
 {
     QorGlobal world;
     int failures = 0;
-    int rc = qorinit(&world, &testSchemaTable);
+    int rc;
+    const struct Rule *rule = &knownRules[0];
+    if (argc == 3) {
+        size_t i;
+        rule = NULL;
+        for (i = 0; i < sizeof knownRules / sizeof knownRules[0]; i++)
+            if (strcmp(argv[1], knownRules[i].option) == 0)
+                rule = &knownRules[i];
+        if (rule == NULL)
+            return usage();
+    } else if (argc > 3 || (argc == 2 && argv[1][0] == '-')) {
+        return usage();
+    }
+    rc = qorinit(&world, &testSchemaTable);
     if (rc != 0) {
         printf("qorinit failed with return code %d\n", rc);
         return 1;
+    }
+    if (argc > 1) {
+        rc = decodeFile(&world, rule, argv[argc - 1]);
+        qorterm(&world);
+        return rc;
     }
     printf("The value, a PersonnelRecord:\n");
     showRecord(&personnelExample);
