@@ -39,18 +39,24 @@ std::vector<unsigned char> encodingOf(QorGlobal *world, int pdu, void *value)
     return bytes;
 }
 
-void encodeLibraryMemory(benchmark::State &state, int rules, int pdu, void *value)
+// Encodes into the library's memory, freeing each result.
+void encodeLoop(benchmark::State &state, QorGlobal *world, int pdu, void *value)
 {
-    Context world(rules);
     int64_t bytes = 0;
     for (auto _ : state) {
         QorBuf out = {0, nullptr};
-        if (qorEncode(world.get(), pdu, value, &out) != 0)
+        if (qorEncode(world, pdu, value, &out) != 0)
             state.SkipWithError("encode failed");
         bytes += out.length;
-        qorFreeBuf(world.get(), out.value);
+        qorFreeBuf(world, out.value);
     }
     state.SetBytesProcessed(bytes);
+}
+
+void encodeLibraryMemory(benchmark::State &state, int rules, int pdu, void *value)
+{
+    Context world(rules);
+    encodeLoop(state, world.get(), pdu, value);
 }
 
 void encodeCallersBuffer(benchmark::State &state, int rules, int pdu, void *value)
@@ -77,15 +83,7 @@ void encodeTemporaryBuffer(benchmark::State &state, int rules, int pdu, void *va
     QorBuf lent = {static_cast<QorLong>(scratch.size()), scratch.data()};
     if (qorSetTemporaryBuffer(world.get(), &lent) != 0)
         abort();
-    int64_t bytes = 0;
-    for (auto _ : state) {
-        QorBuf out = {0, nullptr};
-        if (qorEncode(world.get(), pdu, value, &out) != 0)
-            state.SkipWithError("encode failed");
-        bytes += out.length;
-        qorFreeBuf(world.get(), out.value);
-    }
-    state.SetBytesProcessed(bytes);
+    encodeLoop(state, world.get(), pdu, value);
 }
 
 // Decode and free, as an application that decodes into the library's memory does.
