@@ -4,21 +4,9 @@
 
 #include "support/roundtrip.h"
 
-// The UTF-8 helpers are internal and hidden in the shared library. This test
-// compiles their source once more under a namespace of its own, its errors
-// going to the library's exported raiser, so that they can be called directly.
-#define qor qor_utf8_copy
-#include "ber/utf8.cpp"
-#undef qor
+#include "ber/utf8.h"
 
-namespace qor_utf8_copy {
-void raise(QorGlobal *world, int message, const ErrorValue &value)
-{
-    _qor_enc_error(world, message, static_cast<QorLong>(value.number));
-}
-} // namespace qor_utf8_copy
-
-namespace u8 = qor_utf8_copy;
+namespace u8 = qor;
 
 using namespace qortest;
 
