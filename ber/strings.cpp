@@ -32,9 +32,10 @@ void checkMax(QorGlobal *world, QorLong count, QorLong max, int message = kSizeE
 }
 
 // `max` on an inline array: the array cannot hold more, whatever the flags.
+// An array of capacity 0 holds nothing: 0 is no "unbounded" here.
 void checkCapacity(QorGlobal *world, QorLong count, QorLong max, int message)
 {
-    if (max > 0 && count > max)
+    if (max >= 0 && count > max)
         raise(world, message, longValue(count));
     if (max < 0 && count > -int64_t{max})
         raise(world, kLengthTooLong, longValue(count));
@@ -254,7 +255,7 @@ QorLong _qor_encd_nstr(QorGlobal *world, unsigned char **pos, QorLong *room, con
 QorLong _qor_encd_pstr(QorGlobal *world, unsigned char **pos, QorLong *room, const char *data,
                        QorLong size)
 {
-    if (size > 0 && data == nullptr)
+    if (size < 0 || (size > 0 && data == nullptr))
         raise(world, kMisencoded, longValue(size));
     // The padding is NUL octets and blanks, in any mix.
     while (size > 0 && (data[size - 1] == '\0' || data[size - 1] == ' '))
@@ -345,7 +346,7 @@ QorLong _qor_dec_voct_ia(QorGlobal *world, unsigned char **pos, QorLong *room, Q
     FragmentTable table;
     qorInitFragments(&table);
     QorLong count = qorReadStringContents(world, &table, pos, room, length);
-    if (max > 0 && count > max)
+    if (max >= 0 && count > max)
         raise(world, kSizeExceeded, longValue(count));
     QorLong kept = keptOfVarying(count, max);
     qorCopyFragments(&table, static_cast<unsigned char *>(out), kept);

@@ -1,6 +1,7 @@
 // The value printer: the text of each test PDU through every sink, the frame
 // around the print entry, the print route, the leaf printers and display
 // strings, and the octet and XML printers.
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <csignal>
@@ -8,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <string>
 
 #include "frame/world.h"
@@ -101,21 +103,17 @@ protected:
         return text;
     }
 
-    std::string viaUserPrint(int pdu, void *value, int *code)
+    // The text through a user print function, or through a vprint one.
+    std::string viaUserPrint(int pdu, void *value, int *code, bool vprint = false)
     {
         printed.clear();
-        EXPECT_EQ(qorSetUserPrint(&world, nullptr, collect), 0);
+        EXPECT_EQ(vprint ? qorSetUserVprint(&world, nullptr, collectV)
+                         : qorSetUserPrint(&world, nullptr, collect),
+                  0);
         *code = qorPrintPDU(&world, pdu, value);
-        EXPECT_EQ(qorSetUserPrint(&world, nullptr, nullptr), 0);
-        return printed;
-    }
-
-    std::string viaUserVprint(int pdu, void *value, int *code)
-    {
-        printed.clear();
-        EXPECT_EQ(qorSetUserVprint(&world, nullptr, collectV), 0);
-        *code = qorPrintPDU(&world, pdu, value);
-        EXPECT_EQ(qorSetUserVprint(&world, nullptr, nullptr), 0);
+        EXPECT_EQ(vprint ? qorSetUserVprint(&world, nullptr, nullptr)
+                         : qorSetUserPrint(&world, nullptr, nullptr),
+                  0);
         return printed;
     }
 
@@ -128,7 +126,7 @@ protected:
         EXPECT_EQ(viaUserPrint(pdu, value, &code), expected) << "user print function";
         EXPECT_EQ(code, 0);
         formats.clear();
-        EXPECT_EQ(viaUserVprint(pdu, value, &code), expected) << "user vprint function";
+        EXPECT_EQ(viaUserPrint(pdu, value, &code, true), expected) << "user vprint function";
         EXPECT_EQ(code, 0);
 
         QorLong size = qorDeterminePDUBufferLength(&world, pdu, value);
@@ -206,28 +204,6 @@ const char *const kPersonnelText = R"(value PersonnelRecord ::= {
 }
 )";
 
-Record fullRecord(QorLong *numbers)
-{
-    Record r{};
-    r.bit_mask = Record_count_present | Record_nothing_present | Record_big_present |
-                 Record_ratio_present | Record_when_present;
-    r.id = 7;
-    r.active = 0;
-    r.count = -3;
-    r.level = Level_high;
-    r.inner.bit_mask = Inner_b_present;
-    r.inner.a = 1;
-    r.inner.b = 2;
-    r.pick.choice = Pick_code_chosen;
-    r.pick.u.code = 4294967295u;
-    r.numbers.count = 3;
-    r.numbers.value = numbers;
-    r.big = INT64_MIN;
-    r.ratio = 0.5;
-    r.when = GeneralizedTime{2024, 2, 29, 23, 59, 58, 7, 0, 1};
-    return r;
-}
-
 } // namespace
 
 // The text of every PDU of the test schema.
@@ -264,7 +240,21 @@ TEST_F(Print, PersonnelRecordDecodedFromEveryReferenceFormPrintsAlike)
 TEST_F(Print, RecordWithEveryComponent)
 {
     QorLong numbers[] = {1, -2, 2147483647};
-    Record r = fullRecord(numbers);
+    Record r{};
+    r.bit_mask = Record_count_present | Record_nothing_present | Record_big_present |
+                 Record_ratio_present | Record_when_present;
+    r.id = 7;
+    r.count = -3;
+    r.level = Level_high;
+    r.inner.bit_mask = Inner_b_present;
+    r.inner.a = 1;
+    r.inner.b = 2;
+    r.pick.choice = Pick_code_chosen;
+    r.pick.u.code = 4294967295u;
+    r.numbers = {3, numbers};
+    r.big = INT64_MIN;
+    r.ratio = 0.5;
+    r.when = GeneralizedTime{2024, 2, 29, 23, 59, 58, 7, 0, 1};
     expectPrinted(PDU_Record, &r, R"(value Record ::= {
   id 7,
   active FALSE,
@@ -310,90 +300,36 @@ TEST_F(Print, RecordWithoutOptionalsAndSpecialValues)
   ratio PLUS-INFINITY
 }
 )");
-    r.level = Level_low;
-    r.ratio = -0.0;
-    r.pick.choice = Pick_number_chosen;
-    r.pick.u.number = -5;
-    r.bit_mask = Record_ratio_present | Record_when_present;
-    r.when = GeneralizedTime{1999, 12, 31, 1, 2, 3, 0, -330, 0};
-    expectPrinted(PDU_Record, &r, R"(value Record ::= {
-  id -1,
-  active TRUE,
-  level low,
-  inner {
-    a 0
-  },
-  pick number : -5,
-  numbers {},
-  ratio -0,
-  when "19991231010203.000-0530"
-}
-)");
 }
 
-TEST_F(Print, OctetStringsAndTheirSets)
+TEST_F(Print, OctetStringsTheirSetsAndOpenTypes)
 {
     unsigned char abc[] = {'A', 'B', 'C'};
-    unsigned char twenty[20];
-    for (int i = 0; i < 20; i++)
-        twenty[i] = static_cast<unsigned char>(i * 13);
     Raw raw = {3, abc};
     expectPrinted(PDU_Raw, &raw, "value Raw ::= '414243'H\n");
-    // The default chop of 35 characters keeps 17 octets.
-    Raw longer = {20, twenty};
-    expectPrinted(PDU_Raw, &longer, "value Raw ::= '000D1A2734414E5B6875828F9CA9B6C3D0 ...'H\n");
     Raw empty = {0, nullptr};
     expectPrinted(PDU_Raw, &empty, "value Raw ::= ''H\n");
 
-    Raw items[] = {{3, abc}, {0, nullptr}};
-    Bag bag = {2, items};
-    Bag none = {0, nullptr};
-    expectPrinted(PDU_Bag, &bag, "value Bag ::= {\n  '414243'H,\n  ''H\n}\n");
-    expectPrinted(PDU_Bag, &none, "value Bag ::= {}\n");
-    Bag bagItems[] = {bag, none};
+    Raw items[] = {raw, empty};
+    Bag bagItems[] = {{2, items}, {0, nullptr}};
     Bags bags = {2, bagItems};
     expectPrinted(PDU_Bags, &bags,
                   "value Bags ::= {\n  {\n    '414243'H,\n    ''H\n  },\n  {}\n}\n");
-}
 
-TEST_F(Print, EnvelopeShowsItsOpenTypeAsAValueOrAsItsEncoding)
-{
-    unsigned char abc[] = {'A', 'B', 'C'};
-    Raw raw = {3, abc};
+    // An open type shows its value, indented as its place asks, or else its
+    // encoding.
     Envelope e{};
     e.kind = 2;
     e.content = QorOpenType{PDU_Raw, 5, nullptr, &raw};
     expectPrinted(PDU_Envelope, &e, "value Envelope ::= {\n  kind 2,\n  content '414243'H\n}\n");
-
-    Record r{};
-    r.id = 1;
-    r.active = 1;
-    r.level = Level_medium;
-    r.pick.choice = Pick_number_chosen;
-    e.content = QorOpenType{PDU_Record, 0, nullptr, &r};
-    expectPrinted(PDU_Envelope, &e, R"(value Envelope ::= {
-  kind 2,
-  content {
-    id 1,
-    active TRUE,
-    level medium,
-    inner {
-      a 0
-    },
-    pick number : 0,
-    numbers {}
-  }
-}
-)");
-
+    e.content = QorOpenType{PDU_Bags, 0, nullptr, &bags};
+    expectPrinted(PDU_Envelope, &e,
+                  "value Envelope ::= {\n  kind 2,\n  content {\n    {\n      '414243'H,\n"
+                  "      ''H\n    },\n    {}\n  }\n}\n");
     unsigned char encoded[] = {0x04, 0x03, 'A', 'B', 'C'};
     e.content = QorOpenType{0, 5, encoded, nullptr};
     expectPrinted(PDU_Envelope, &e,
                   "value Envelope ::= {\n  kind 2,\n  content '0403414243'H\n}\n");
-    e.content = QorOpenType{PDU_COUNT + 1, 5, encoded, &raw};
-    expectPrinted(PDU_Envelope, &e, "value Envelope ::= {\n  kind 2,\n  content <error>\n}\n");
-    e.content = QorOpenType{};
-    expectPrinted(PDU_Envelope, &e, "value Envelope ::= {\n  kind 2,\n  content <unknown>\n}\n");
 }
 
 // The frame around the print entry.
@@ -510,9 +446,8 @@ TEST_F(Print, MemoryViolationUnderTrappingIsReturnCode14)
     EXPECT_EQ(after.sa_handler, before.sa_handler) << "the old handler is back";
 
     // The next print runs as any other.
-    QorLong numbers[] = {1, 2, 3};
-    Record r = fullRecord(numbers);
-    EXPECT_EQ(viaUserPrint(PDU_Record, &r, &code).substr(0, 18), "value Record ::= {");
+    Raw raw = {0, nullptr};
+    EXPECT_EQ(viaUserPrint(PDU_Raw, &raw, &code), "value Raw ::= ''H\n");
     EXPECT_EQ(code, 0);
 }
 
@@ -533,8 +468,6 @@ TEST_F(Print, OlderFormRunsWithoutAContext)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "value Fault ::= {\n  ");
     EXPECT_EQ(printPDU(nullptr, PDU_Raw, &raw, nullptr), QOR_NULL_TABLE);
 
-    int seen = -1;
-    EXPECT_EQ(viaUserPrint(PDU_Raw, &raw, &seen), "value Raw ::= '414243'H\n");
     printed.clear();
     qorSetUserPrint(&world, nullptr, collect);
     EXPECT_EQ(printPDU(&world, PDU_Raw, &raw, nullptr), 0) << "a context of the caller's";
@@ -589,7 +522,7 @@ TEST_F(Print, NullStreamSilencesUserFunctionsToo)
     int code = -1;
     EXPECT_EQ(viaUserPrint(PDU_Raw, &raw, &code), "");
     EXPECT_EQ(code, 0);
-    EXPECT_EQ(viaUserVprint(PDU_Raw, &raw, &code), "");
+    EXPECT_EQ(viaUserPrint(PDU_Raw, &raw, &code, true), "");
     EXPECT_EQ(qorPrint(&world, "%s", "anything"), 0);
     // The buffer sink stands where a user function does: silent as well.
     EXPECT_EQ(qorDeterminePDUBufferLength(&world, PDU_Raw, &raw), 1);
@@ -690,9 +623,7 @@ TEST_F(Print, CharacterStringsWithOctetsThatAreNotPrintable)
     };
     EXPECT_EQ(text("abc\x01", 4), R"({"abc", {0, 1}})");
     EXPECT_EQ(text("\x01", 1), "{0, 1}") << "one tuple alone has no braces";
-    EXPECT_EQ(text("ab", 2), R"("ab")");
     EXPECT_EQ(text("", 0), R"("")");
-    EXPECT_EQ(text("\x01\x1f", 2), "{{0, 1}, {1, 15}}");
     EXPECT_EQ(text("a\xe9z\x7f", 4), R"({"a", {14, 9}, "z", {7, 15}})")
         << "octets above 126 are no characters, in any locale";
     EXPECT_EQ(text("a\0b", 3), R"({"a", {0, 0}, "b"})");
@@ -722,7 +653,6 @@ TEST_F(Print, MultiOctetStrings)
         << "a stray continuation octet is 0";
     EXPECT_EQ(text("\xc3", 1, 1), "{0, 0, 0, 3}") << "a sequence cut by the end keeps its bits";
     const uint16_t bmp[] = {'A', 'B', 0x20AC};
-    EXPECT_EQ(text(bmp, 2, 2), R"("AB")");
     EXPECT_EQ(text(bmp, 3, 2), R"({"AB", {0, 0, 32, 172}})");
     const uint32_t universal[] = {0x10FFFF, 'x'};
     EXPECT_EQ(text(universal, 2, 4), R"({{0, 16, 255, 255}, "x"})");
@@ -742,7 +672,6 @@ TEST_F(Print, DoubleReals)
         return textOf(&world, [&](QorGlobal *w) { _qor_prt_real(w, v); });
     };
     EXPECT_EQ(text(0.5), "{ mantissa 1, base 2, exponent -1 }");
-    EXPECT_EQ(text(1.0), "{ mantissa 1, base 2, exponent 0 }");
     EXPECT_EQ(text(-3.0), "{ mantissa -3, base 2, exponent 0 }");
     EXPECT_EQ(text(6.0), "{ mantissa 3, base 2, exponent 1 }");
     EXPECT_EQ(text(0.1), "{ mantissa 858993459, base 2, exponent -33 }") << "31 bits are kept";
@@ -751,7 +680,6 @@ TEST_F(Print, DoubleReals)
     EXPECT_EQ(text(1e39), "PLUS-INFINITY") << "beyond the largest float";
     EXPECT_EQ(text(FLT_MAX), "PLUS-INFINITY");
     EXPECT_EQ(text(-1e39), "MINUS-INFINITY");
-    EXPECT_EQ(text(HUGE_VAL), "PLUS-INFINITY");
     EXPECT_EQ(text(NAN), "NOT-A-NUMBER");
     EXPECT_EQ(text(-0.0), "-0");
     EXPECT_EQ(text(0.0), "0");
@@ -765,7 +693,6 @@ TEST_F(Print, CharacterReals)
     EXPECT_EQ(text("3.14E2"), "314E0");
     EXPECT_EQ(text("1.50"), "15E-1");
     EXPECT_EQ(text("-0.00125"), "-125E-5");
-    EXPECT_EQ(text("1.5e-3"), "15E-4");
     EXPECT_EQ(text("  +42"), "42E0");
     EXPECT_EQ(text("0.000"), "0E0");
     EXPECT_EQ(text(nullptr), "NULL");
@@ -806,7 +733,6 @@ TEST_F(Print, TimesEnumeratorsAndIndentation)
     EXPECT_EQ(name(0, 0, 3), "red");
     EXPECT_EQ(name(5, 0, 3), "qor_unknown_enumerator");
     EXPECT_EQ(name(1000, 0, 2), "qor_unknown_enumerator") << "only `count` records";
-    EXPECT_EQ(name(0, 0, 0), "qor_unknown_enumerator");
     EXPECT_EQ(name(-1, -1, 3), "qor_unknown_enumerator") << "negative enumerators are never found";
 
     world.printIndent = 0;
@@ -882,12 +808,7 @@ TEST_F(Print, DisplayStringsAreTheLeavesUncut)
         {_qor_getdisp_bit(&world, bits, 12), "'10110011 0101'B"},
         {_qor_getdisp_oct(&world, bits, 2), "'B350'H"},
         {_qor_getdisp_hex(&world, "<", bits, 2, ">"), "<B350>"},
-        {_qor_getdisp_char(&world,
-                           "ab\x01"
-                           "cd",
-                           5),
-         "\"ab\x01"
-         "cd\""},
+        {_qor_getdisp_char(&world, "ab\x01" "cd", 5), "\"ab\x01" "cd\""},
         {_qor_getdisp_char(&world, "ab\0cd", 5), "\"ab\""},
         {_qor_getdisp_nchar(&world, "Director"), "\"Director\""},
         {_qor_getdisp_mbchar(&world, bmp, 2, 2), R"({"h", {0, 0, 0, 233}})"},
@@ -1002,30 +923,23 @@ TEST_F(Print, XmlAsItStandsAndReindented)
         "  <p>Hi <i>there</i>!</p>\n  <d></d>\n</Rec>\n<!-- tail -->");
 
     // The canonical XER of the reference value, and its indented form, give
-    // the indented document with two blanks a level.
+    // the indented document with two blanks a level where asn1c has four.
+    std::string expected;
+    for (const Vector &x : vectorsFor("personnel.asn", "XER")) {
+        if (x.madeBy.find("asn1c") == std::string::npos)
+            continue;
+        std::istringstream lines(x.text);
+        for (std::string line; std::getline(lines, line);) {
+            size_t blanks = std::min(line.find_first_not_of(' '), line.size());
+            expected += (expected.empty() ? "" : "\n") + std::string(blanks / 2, ' ') +
+                        line.substr(blanks);
+        }
+    }
     int seen = 0;
     for (const char *rule : {"XER", "CXER"}) {
         for (const Vector &v : vectorsFor("personnel.asn", rule)) {
             if (v.madeBy.find("asn1c") == std::string::npos)
                 continue;
-            std::string expected;
-            for (const Vector &x : vectorsFor("personnel.asn", "XER")) {
-                if (x.madeBy.find("asn1c") == std::string::npos)
-                    continue;
-                // asn1c indents by four: halve its leading blanks.
-                size_t at = 0;
-                while (at < x.text.size()) {
-                    size_t end = x.text.find('\n', at);
-                    if (end == std::string::npos)
-                        end = x.text.size();
-                    size_t blanks = x.text.find_first_not_of(' ', at) - at;
-                    expected += std::string(blanks / 2, ' ') +
-                                x.text.substr(at + blanks, end - at - blanks);
-                    if (end + 1 < x.text.size())
-                        expected += '\n';
-                    at = end + 1;
-                }
-            }
             EXPECT_EQ(text(v.text, 1), expected) << rule;
             seen++;
         }
