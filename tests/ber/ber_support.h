@@ -102,6 +102,39 @@ protected:
         return e.bytes;
     }
 
+    // What `write` puts below an empty output. Sizing mode must count it
+    // alike, write nothing, and fail alike; a failure's code goes to `code`,
+    // which must be given for a call expected to fail.
+    template <class Write> Bytes encodeChecked(Write &&write, int *code = nullptr)
+    {
+        Encoding e = attempt(write);
+        EXPECT_EQ(world.blockQueue.count, 0) << "sizing mode wrote";
+        if (e.code == 0) {
+            EXPECT_EQ(e.returned, static_cast<QorLong>(e.bytes.size())) << "returned size";
+            EXPECT_EQ(e.counted, e.returned) << "sizing mode's result";
+        } else {
+            unsigned char *pos = nullptr;
+            QorLong room = 0;
+            world.encodingFlags |= DETERMINE_ENC_LENGTH;
+            EXPECT_EQ(inFrame(&world, QOR_OP_ENCODE, [&] { write(&pos, &room); }), e.code)
+                << "sizing mode and encoding disagree";
+            world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
+        }
+        freeTempBlocks();
+        if (code != nullptr)
+            *code = e.code;
+        else
+            EXPECT_EQ(e.code, 0) << world.errMsgBuffer;
+        return e.bytes;
+    }
+
+    template <class Write> int encodeError(Write &&write)
+    {
+        int code = 0;
+        encodeChecked(write, &code);
+        return code;
+    }
+
     // Runs `read` over `input`; returns 0 or the raised code, and how many
     // octets it consumed.
     template <class Read> int decoded(const Bytes &input, Read &&read, QorLong *consumed = nullptr)
