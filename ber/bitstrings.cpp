@@ -319,8 +319,9 @@ QorLong _qor_dec_vbit_nz(QorGlobal *world, unsigned char **pos, QorLong *room, Q
     qorInitFragments(&table);
     QorLong bits = readBits(world, &table, pos, room, length);
     QorLong kept = bits;
-    // The inline array holds `max` bits, whatever the flags say.
-    if (max > 0 && bits > max)
+    // The inline array holds `max` bits, whatever the flags say; one of
+    // capacity 0 holds none.
+    if (max >= 0 && bits > max)
         kept = keptBits(world, &table, bits, max, named != 0, kTooLongForMemory);
     else if (max < 0 && bits > -int64_t{max})
         raise(world, kLengthTooLong, longValue(bits));

@@ -64,7 +64,7 @@ public:
 
     void push(const unsigned char *end)
     {
-        if (limit_ > 0 && ++world_->privateArea->constructedDepth > limit_)
+        if (limit_ != 0 && ++world_->privateArea->constructedDepth > limit_)
             raise(world_, kNestedTooDeep, longValue(0));
         if (used_ == capacity_)
             ends_ = static_cast<const unsigned char **>(
@@ -75,7 +75,7 @@ public:
     // False once the outermost segment is closed.
     bool pop()
     {
-        if (limit_ > 0)
+        if (limit_ != 0)
             --world_->privateArea->constructedDepth;
         return --used_ > 0;
     }

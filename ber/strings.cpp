@@ -384,9 +384,8 @@ QorLong _qor_dec_nstr(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
     checkCapacity(world, count, max, kSizeViolated);
     qorCopyFragments(&table, reinterpret_cast<unsigned char *>(out), count);
     qorReleaseFragments(world, &table);
-    // A NUL inside would cut the text short without a word.
-    if (memchr(out, 0, static_cast<size_t>(count)) != nullptr)
-        raise(world, kEmbeddedNul, longValue(0));
+    // The octets go in as they are: a NUL inside shortens the text, and the
+    // count returned still tells the whole length.
     out[count] = '\0';
     return count;
 }

@@ -474,6 +474,10 @@ TEST_F(BitTest, SizeLimitsNamedTrimmingAndNoconstrain)
         EXPECT_EQ(count, 12);
         EXPECT_EQ(Bytes(inline2, inline2 + 2), hex("AB C0"));
         EXPECT_EQ(vbit(twelve, -8, 0), kLimited);
+        // An inline array of capacity 0 holds no bit: 0 is no "unbounded" here.
+        EXPECT_EQ(vbit(sixteen, 0, 0), kSizeExceeded);
+        EXPECT_EQ(vbit(hex("03 02 00 00"), 0, 1), 0);
+        EXPECT_EQ(count, 0);
 
         EXPECT_EQ(decode(sixteen,
                          [&](unsigned char **pos, QorLong *room, QorLong length) {

@@ -315,14 +315,19 @@ TEST_F(StringTest, DecoderSizeLimits)
     world.encodingFlags &= ~QorULong{NOCONSTRAIN};
 }
 
-TEST_F(StringTest, TextsRefuseAnEmbeddedNul)
+TEST_F(StringTest, ANewTextRefusesAnEmbeddedNul)
 {
     const Bytes nul = hex("1A 03 41 00 42");
     char inline8[8];
     char *text = nullptr;
     EXPECT_EQ(run(nul, reader(_qor_dec_nstr_ptr, &text, 0)), kDataError);
     EXPECT_TRUE(messageHas("0046E")) << world.errMsgBuffer;
-    EXPECT_EQ(run(nul, reader(_qor_dec_nstr, inline8, 7)), kDataError);
+    // The inline text takes the octets as they are; the count tells all.
+    QorLong n = 0;
+    memset(inline8, '#', sizeof inline8);
+    EXPECT_EQ(run(nul, reader(_qor_dec_nstr, inline8, 7), &n), 0);
+    EXPECT_EQ(n, 3);
+    EXPECT_EQ(Bytes(inline8, inline8 + 5), hex("41 00 42 00 23"));
     // The other forms carry any octet.
     Bytes out;
     EXPECT_EQ(octets(nul, &out), 0);
@@ -502,6 +507,10 @@ TEST_F(StringTest, NestingLimit)
         concat({hex("24 80"), repeat("24 80 24 80 04 01 41 00 00 00 00", 5), hex("00 00")});
     EXPECT_EQ(octets(siblings, &out), 0);
     EXPECT_EQ(out, repeat("41", 5));
+    // A negative limit is passed at the first level; only 0 lifts it.
+    ASSERT_EQ(qorSetConstructedNestingLimit(&world, -1), 0);
+    EXPECT_EQ(octets(nested(1, 1), &out), kNestedTooDeep);
+    EXPECT_EQ(octets(hex("04 01 41"), &out), 0);
 
     // Far past the limit, or with no end at all: refused early, and quickly.
     auto start = std::chrono::steady_clock::now();
