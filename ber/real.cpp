@@ -66,6 +66,20 @@ int decimalForm(const char *text)
     return exponent ? 3 : point ? 2 : 1;
 }
 
+// Whether the digits before the exponent are all zeros: such a text is zero
+// whatever exponent follows, even one too long to parse.
+bool mantissaIsZero(const char *text)
+{
+    const char *p = text;
+    bool digits = false;
+    for (; *p != '\0' && *p != 'E' && *p != 'e'; p++) {
+        if (*p >= '1' && *p <= '9')
+            return false;
+        digits |= *p == '0';
+    }
+    return digits;
+}
+
 int parseMessage(int result)
 {
     switch (result) {
@@ -304,8 +318,9 @@ QorLong _qor_encd_creal(QorGlobal *world, unsigned char **pos, QorLong *room, co
         }
         qorFormatDecimal(record, buffer);
         out = buffer;
-    } else if (parsed == kDecimalOk && isZero(record)) {
-        return 0; // any spelling of zero but "-0" has no contents
+    } else if ((parsed == kDecimalOk && isZero(record)) ||
+               (parsed == kDecimalExponentTooLong && mantissaIsZero(text))) {
+        return 0; // any spelling of zero but "-0" has no contents, whatever its exponent
     }
 
     int form = decimalForm(out);
@@ -328,7 +343,7 @@ QorLong _qor_encd_mreal_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
     case 0:
         return _qor_encd_real(world, pos, room, mixed->value.binary);
     case 1:
-        return _qor_encd_creal(world, pos, room, mixed->value.text);
+        return _qor_encd_creal(world, pos, room, mixed->value.decimal.text);
     default:
         raise(world, kInvalidMixedKind, longValue(kind));
     }
@@ -385,7 +400,7 @@ void _qor_dec_mreal_ia(QorGlobal *world, unsigned char **pos, QorLong *room, Qor
         return;
     }
     // Decimal contents keep their text; the special values their spellings.
-    mixed->value.text = textOf(world, item);
+    mixed->value.decimal.text = textOf(world, item);
     mixed->kind = 1;
 }
 

@@ -101,9 +101,9 @@ QorLong _qor_dec_length(QorGlobal *world, unsigned char **pos, QorLong *room)
     int count = first & 0x7f;
     QorULong value = 0;
     for (int i = 0; i < count; i++) {
-        needInput(world, room, 1);
         if ((value >> 24) != 0)
             raise(world, kLengthTooLong, longValue(static_cast<QorLong>(value)));
+        needInput(world, room, 1);
         value = (value << 8) | *(*pos)++;
         --*room;
     }

@@ -160,7 +160,10 @@ typedef struct QorMixedReal {
     int kind; /* 0 binary, 1 text */
     union {
         double binary;
-        const char *text;
+        struct {
+            void *aligned; /* the word the double stands in */
+            const char *text;
+        } decimal; /* the text pointer is the union's second word */
     } value;
 } QorMixedReal;
 

@@ -79,6 +79,7 @@ TEST_F(Tags, ReadingTagsAndLengths)
     EXPECT_EQ(decoded(hex("04 84 01 00 00 00"), both), QOR_MORE_INPUT);
     EXPECT_EQ(decoded(hex("04 84 FF FF FF FF"), both), QOR_LIMITED);
     EXPECT_EQ(decoded(hex("04 86 01 00 00 00 00 00"), both), QOR_LIMITED);
+    EXPECT_EQ(decoded(hex("04 85 01 00 00 00"), both), QOR_LIMITED) << "too long before too short";
     EXPECT_EQ(decoded(hex("04"), both), QOR_MORE_INPUT);
     EXPECT_EQ(decoded(hex("9F 81"), both), QOR_MORE_INPUT);
 }

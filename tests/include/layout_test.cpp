@@ -26,6 +26,8 @@ TEST(Layout, SmallRecords)
     PIN(QorOpenType, decoded, 16);
     EXPECT_EQ(sizeof(QorOpenTypeUser), 32u);
     PIN(QorOpenTypeUser, userField, 24);
+    PIN(QorMixedReal, value.binary, 8);
+    PIN(QorMixedReal, value.decimal.text, 16);
 }
 
 TEST(Layout, ControlTable)
