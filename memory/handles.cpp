@@ -1,6 +1,7 @@
 // Memory handles: a small first-fit heap per handle. While a handle is
 // active, the context's allocator hooks point at it, so decoded values land
 // in its blocks and can all be thrown away at once.
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -113,10 +114,13 @@ Handle *activeHandle(QorGlobal *world)
                : nullptr;
 }
 
+// No request comes near this; above it the size arithmetic would wrap.
+constexpr size_t kLargestRequest = SIZE_MAX / 4;
+
 void *allocate(QorGlobal *world, size_t size)
 {
     Handle *h = activeHandle(world);
-    if (h == nullptr)
+    if (h == nullptr || size > kLargestRequest)
         return nullptr;
     size = (size + 7) & ~size_t{7};
     if (h->freeHint != nullptr && isFree(h->freeHint) && h->freeHint->length >= size)
@@ -144,13 +148,30 @@ Fragment *merge(Block *b, Fragment *earlier, Fragment *later)
     return earlier;
 }
 
+// The allocated fragment of `p` when it lies in one of the handle's blocks;
+// null for memory the handle never gave out (a value decoded before it was
+// made, or one of another handle), whose header must not be trusted.
+Fragment *ownFragment(Handle *h, void *p)
+{
+    auto *at = static_cast<unsigned char *>(p);
+    for (Block *b = h->firstBlock; b != nullptr; b = b->next) {
+        if (at < b->first()->data() || at >= b->end())
+            continue;
+        Fragment *f = Fragment::of(p);
+        return f->status == 'a' && f->block == b ? f : nullptr;
+    }
+    return nullptr;
+}
+
+// Memory the handle does not own is left alone: freeing it here could
+// only corrupt another heap.
 void release(QorGlobal *world, void *p)
 {
     Handle *h = activeHandle(world);
     if (h == nullptr || p == nullptr)
         return;
-    Fragment *f = Fragment::of(p);
-    if (f->status != 'a')
+    Fragment *f = ownFragment(h, p);
+    if (f == nullptr)
         return;
     Block *b = f->block;
     Fragment *after = following(b, f);
@@ -168,8 +189,12 @@ void release(QorGlobal *world, void *p)
     offerHint(h, f);
 }
 
+// Memory the handle does not own has no length it can trust: not moved.
 void *resize(QorGlobal *world, void *p, size_t size)
 {
+    Handle *h = activeHandle(world);
+    if (h == nullptr || (p != nullptr && ownFragment(h, p) == nullptr))
+        return nullptr;
     void *moved = allocate(world, size);
     if (moved == nullptr)
         return nullptr;
@@ -292,8 +317,11 @@ int qorGetMemoryHandleStat(QorGlobal *world, void *handle, QorMemoryHandleStat *
         }
         int fragmentNumber = 0;
         for (Fragment *f = b->first(); f != nullptr; f = following(b, f)) {
-            // The walk doubles as an audit of the heap.
-            if ((f->status != 'a' && f->status != 'f' && f->status != 'l') || f->block != b)
+            // The walk doubles as an audit of the heap: a header and its data
+            // must lie inside the block before anything in them is believed.
+            if (static_cast<size_t>(b->end() - reinterpret_cast<unsigned char *>(f)) < kHeader ||
+                f->length > static_cast<size_t>(b->end() - f->data()) ||
+                (f->status != 'a' && f->status != 'f' && f->status != 'l') || f->block != b)
                 return QOR_FATAL;
             fragmentNumber++;
             used += kHeader;

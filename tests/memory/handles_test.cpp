@@ -125,3 +125,46 @@ TEST_F(Handles, ActivationAndStatistics)
     EXPECT_NE(std::string(text).find("Handle summary (bytes): 16 allocated"), std::string::npos);
     qorDeleteMemoryHandle(&world, handle);
 }
+
+TEST_F(Handles, MemoryTheHandleNeverGaveIsLeftAlone)
+{
+    // A piece from the user's allocator, and one of another handle, freed
+    // or resized while a handle is active: neither heap is touched.
+    void *before = world.userMalloc(&world, 100);
+    void *first = qorCreateMemoryHandle(&world, 1024);
+    void *ofFirst = world.userMalloc(&world, 100);
+    void *kept = world.userMalloc(&world, 100);
+    void *second = qorCreateMemoryHandle(&world, 1024);
+    world.userFree(&world, before);
+    world.userFree(&world, ofFirst);
+    EXPECT_EQ(world.userRealloc(&world, kept, 200), nullptr);
+    EXPECT_EQ(stat(second).allocated, 0u);
+    EXPECT_EQ(stat(first).allocated, 208u) << "both pieces still the first handle's";
+    EXPECT_EQ(qorDeleteMemoryHandle(&world, first), 0);
+    void *fresh = world.userMalloc(&world, 16);
+    EXPECT_NE(fresh, nullptr);
+    world.userFree(&world, fresh);
+    EXPECT_EQ(qorDeleteMemoryHandle(&world, second), 0);
+    world.userFree(&world, before); // the user's allocator again
+
+    // Requests whose size arithmetic would wrap get nothing.
+    void *third = qorCreateMemoryHandle(&world, 1024);
+    EXPECT_EQ(world.userMalloc(&world, SIZE_MAX), nullptr);
+    EXPECT_EQ(world.userMalloc(&world, SIZE_MAX - 15), nullptr);
+    stat(third);
+    EXPECT_EQ(qorDeleteMemoryHandle(&world, third), 0);
+}
+
+TEST_F(Handles, TheAuditStopsAtADamagedLength)
+{
+    void *handle = qorCreateMemoryHandle(&world, 1024);
+    auto *piece = static_cast<unsigned char *>(world.userMalloc(&world, 64));
+    size_t *length = reinterpret_cast<size_t *>(piece - 32 + 8); // the header's length word
+    const size_t good = *length;
+    *length = SIZE_MAX / 2;
+    QorMemoryHandleStat s{};
+    EXPECT_EQ(qorGetMemoryHandleStat(&world, handle, &s, 1), QOR_FATAL);
+    *length = good;
+    EXPECT_EQ(qorGetMemoryHandleStat(&world, handle, &s, 1), 0);
+    EXPECT_EQ(qorDeleteMemoryHandle(&world, handle), 0);
+}
