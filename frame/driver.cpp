@@ -194,8 +194,8 @@ int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
         world->jumpFrame = nullptr;
         return finalCode(code);
     }
-    if (trapping)
-        armTrap(world, &trap);
+    // Where the output goes is known before anything can fail: the failure
+    // path clears *output by it.
     if (*output != nullptr) {
         world->userBuffer = 1;
         world->outRoom = world->totalBytes = world->decodingLength;
@@ -204,6 +204,8 @@ int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
         world->outRoom = world->totalBytes = 0;
     }
     world->outPos = static_cast<unsigned char *>(*output);
+    if (trapping)
+        armTrap(world, &trap);
     if (steps.prepare != nullptr)
         steps.prepare(world, input);
     steps.call(world, pdunum, output);

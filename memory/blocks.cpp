@@ -114,6 +114,15 @@ QorFreeFn outputBlockRelease(const QorGlobal *world)
     return world->privateArea->tempBufferSize != 0 ? qorTmpBufFree : world->userFree;
 }
 
+void releaseGatheredBlocks(QorGlobal *world, void *gathered)
+{
+    void *held = world->nestedOutput;
+    if (held == nullptr)
+        world->nestedOutput = gathered;
+    qorMemQueueFree(world, outputBlockRelease(world));
+    world->nestedOutput = held;
+}
+
 unsigned char *qorNextOutBlock(QorGlobal *world)
 {
     if (world->userBuffer)

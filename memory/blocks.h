@@ -22,6 +22,10 @@ QorLong blockCount(const QorGlobal *world);
 unsigned char *qorNextOutBlock(QorGlobal *world);
 // The release function that matches where output blocks come from.
 QorFreeFn outputBlockRelease(const QorGlobal *world);
+// Releases the output blocks once `gathered` holds their contents. Until
+// they are gone, `gathered` waits where a failed call gives memory back: a
+// release hook may fail.
+void releaseGatheredBlocks(QorGlobal *world, void *gathered);
 
 // The caller's temporary buffer, used from its top down for output blocks:
 // each piece has an 8-octet size header; pieces go back in reverse order.

@@ -80,8 +80,10 @@ void _qor_set_outmem_p(QorGlobal *world, QorLong *lengthOut, unsigned char **val
             if (one == nullptr)
                 raise(world, kOutOfMemory, longValue(1));
             *one = 0;
+            releaseGatheredBlocks(world, one);
             *lengthOut = 1;
             *valueOut = one;
+            return;
         }
         qorMemQueueFree(world, outputBlockRelease(world));
         return;
@@ -99,9 +101,9 @@ void _qor_set_outmem_p(QorGlobal *world, QorLong *lengthOut, unsigned char **val
             left -= step;
         }
     }
+    releaseGatheredBlocks(world, out);
     *lengthOut = length;
     *valueOut = out;
-    qorMemQueueFree(world, outputBlockRelease(world));
 }
 
 void _qorSetOutMemQueue(QorGlobal *world, QorLong *lengthOut, unsigned char **valueOut,

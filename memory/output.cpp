@@ -1,5 +1,6 @@
 // Encoder output written backwards (BER, DER, CER): the message grows from its
 // last octet down through 1024-octet blocks, and is gathered once at the end.
+#include <cstdint>
 #include <cstring>
 
 #include "frame/errors.h"
@@ -51,10 +52,15 @@ QorLong _qor_write_bytes_d(QorGlobal *world, unsigned char **pos, QorLong *room,
 void _qor_set_outmem_d(QorGlobal *world, QorLong room, QorLong *lengthOut, unsigned char **valueOut)
 {
     QorLong blocks = blockCount(world);
-    QorLong length = blocks * QOR_BLOCK_SIZE - room;
+    int64_t total = int64_t{blocks} * QOR_BLOCK_SIZE - room;
+    if (total < 0 || total > INT32_MAX)
+        raise(world, kOutOfMemory, longValue(static_cast<QorLong>(total < 0 ? total : -1)));
+    auto length = static_cast<QorLong>(total);
     *lengthOut = length;
-    if (length == 0)
+    if (length == 0) {
+        qorMemQueueFree(world, outputBlockRelease(world));
         return;
+    }
     auto *out = static_cast<unsigned char *>(userAllocate(world, static_cast<size_t>(length)));
     if (out == nullptr)
         raise(world, kOutOfMemory, longValue(length));
@@ -72,8 +78,8 @@ void _qor_set_outmem_d(QorGlobal *world, QorLong room, QorLong *lengthOut, unsig
             }
         }
     }
+    releaseGatheredBlocks(world, out);
     *valueOut = out;
-    qorMemQueueFree(world, outputBlockRelease(world));
 }
 
 } // extern "C"

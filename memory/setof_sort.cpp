@@ -116,15 +116,19 @@ void restoreOuter(QorGlobal *world, BlockFrame *frame, unsigned char **pos, QorL
 }
 
 // Each piece leaves the frame before it is released, so that a failing
-// release hook finds the rest still there.
+// release hook finds the rest still there, and this one gone.
+void releaseItem(QorGlobal *world, EncodedItem &item)
+{
+    if (unsigned char *value = item.value) {
+        item.value = nullptr;
+        userRelease(world, value);
+    }
+}
+
 void popFrame(QorGlobal *world, BlockFrame *frame)
 {
-    for (QorLong i = 0; i < frame->capacity; i++) {
-        if (unsigned char *value = frame->items[i].value) {
-            frame->items[i].value = nullptr;
-            userRelease(world, value);
-        }
-    }
+    for (QorLong i = 0; i < frame->capacity; i++)
+        releaseItem(world, frame->items[i]);
     if (EncodedItem *items = frame->items) {
         frame->items = nullptr;
         frame->capacity = 0;
@@ -216,15 +220,13 @@ void _qor_endBlock(QorGlobal *world, unsigned char **pos, QorLong *room, unsigne
         for (QorLong i = 0; i < frame->itemCount; i++) {
             EncodedItem &item = frame->items[i];
             appendBytes(world, item.value, item.length);
-            userRelease(world, item.value);
-            item.value = nullptr;
+            releaseItem(world, item);
         }
     } else {
         for (QorLong i = frame->itemCount - 1; i >= 0; i--) {
             EncodedItem &item = frame->items[i];
             _qor_write_bytes_d(world, pos, room, item.value, item.length);
-            userRelease(world, item.value);
-            item.value = nullptr;
+            releaseItem(world, item);
         }
     }
     popFrame(world, frame);

@@ -28,9 +28,9 @@ extern "C" {
 
 void _qor_tstk_add_block(QorGlobal *world, QorLong size)
 {
-    checkSize(world, size);
     if (world->privateArea->tempBufferSize != 0)
         raise(world, kTempBufferTooSmall, longValue(size)); // a caller's buffer cannot grow
+    checkSize(world, size);
     if (size < kMinimumBlock)
         size = kMinimumBlock;
     TempBlock *block = pushTempBlock(world, static_cast<size_t>(size));

@@ -2,6 +2,7 @@
 // failure path and its clean-up, the trap, and the older interface.
 #include <cstring>
 #include <string>
+#include <tuple>
 
 #include "support/roundtrip.h"
 
@@ -491,6 +492,58 @@ void raisingFree(QorGlobal *world, void *p)
 
 } // namespace
 
+namespace {
+
+QorFreeFn countingFree;
+long freesBeforeRaise;
+
+// Gives the piece back to the counting allocator, then fails on one call.
+void freeThenRaise(QorGlobal *world, void *p)
+{
+    countingFree(world, p);
+    if (--freesBeforeRaise == 0)
+        _qor_enc_error(world, 48, 1);
+}
+
+} // namespace
+
+TEST_F(Driver, AFailingReleaseHookNeverFreesTwiceNorLeaks)
+{
+    // Every release of a successful encode fails in turn: blocks gathered
+    // into the result, and elements of a SET OF sorted under DER.
+    static unsigned char data[3000];
+    Raw big = {3000, data};
+    Raw items[3] = {{1200, data}, {5, data}, {20, data}};
+    Bag bag = {3, items};
+    countingFree = world.userFree;
+    for (auto [pdu, value, rules] : {std::tuple{PDU_Raw, static_cast<void *>(&big), QOR_BER},
+                                     std::tuple{PDU_Bag, static_cast<void *>(&bag), QOR_DER}}) {
+        world.encRules = rules;
+        world.userFree = countingFree;
+        const long before = CountingAllocator::calls;
+        QorBuf out = {0, nullptr};
+        ASSERT_EQ(qorEncode(&world, pdu, value, &out), 0);
+        qorFreeBuf(&world, out.value);
+        const long frees = CountingAllocator::calls - before; // at least as many as frees
+        world.userFree = freeThenRaise;
+        for (long n = 1; n <= frees; n++) {
+            SCOPED_TRACE(n);
+            freesBeforeRaise = n;
+            out = {0, nullptr};
+            int code = qorEncode(&world, pdu, value, &out);
+            if (code == 0) {
+                world.userFree = countingFree;
+                qorFreeBuf(&world, out.value);
+                world.userFree = freeThenRaise;
+            } else {
+                EXPECT_EQ(out.value, nullptr);
+            }
+            EXPECT_EQ(CountingAllocator::outstanding, 0);
+        }
+    }
+    world.userFree = countingFree;
+}
+
 TEST_F(Driver, ASecondErrorDuringCleanUpIsIgnored)
 {
     Fault f = faultRaising(106, 0);
@@ -505,4 +558,26 @@ TEST_F(Driver, ASecondErrorDuringCleanUpIsIgnored)
     EXPECT_EQ(raisingFrees, 3) << "the clean-up went on and released every block once";
     world.userFree = saved;
     CountingAllocator::outstanding -= 3; // released by the raising hook, uncounted
+}
+
+TEST_F(Driver, ADecodeThatCannotArmItsTrapLeavesTheCallersBuffer)
+{
+    // The previous call used the library's memory; this one a caller's
+    // buffer, and fails before decoding anything.
+    unsigned char text[] = "abc";
+    Raw raw = {3, text};
+    QorBuf out = {0, nullptr};
+    ASSERT_EQ(qorEncode(&world, PDU_Raw, &raw, &out), 0);
+    void *savedSync = world.syncObject;
+    world.syncObject = nullptr;
+    world.decodingFlags |= TRAPPING;
+    alignas(8) unsigned char room[256];
+    void *decoded = room;
+    int pdu = PDU_Raw;
+    qorSetDecodingLength(&world, sizeof room);
+    EXPECT_NE(qorDecode(&world, &pdu, &out, &decoded), 0);
+    EXPECT_EQ(decoded, room);
+    world.syncObject = savedSync;
+    world.decodingFlags &= ~QorULong{TRAPPING};
+    qorFreeBuf(&world, out.value);
 }
