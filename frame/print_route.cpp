@@ -12,6 +12,7 @@ namespace {
 // Text that fits here is formatted on the stack; longer text takes memory
 // from the context's allocator for the one call.
 constexpr size_t kLineSize = 1024;
+constexpr int kOutOfMemory = 6;
 
 enum class Route { kSilent, kUserVprint, kFinishedText, kStream };
 
@@ -72,9 +73,13 @@ int formatFinished(QorGlobal *world, const char *format, va_list args)
         return deliverFinished(world, line);
     size_t size = static_cast<size_t>(n) + 1;
     auto *longer = static_cast<char *>(userAllocate(world, size));
-    // Without memory the text goes out cut rather than not at all.
-    if (longer == nullptr)
+    if (longer == nullptr) {
+        // Inside a call, the call fails rather than print less than it
+        // says; outside one, the text goes out cut rather than not at all.
+        if (world->jumpFrame != nullptr)
+            raise(world, kOutOfMemory, longValue(static_cast<QorLong>(size)));
         return deliverFinished(world, line);
+    }
     vsnprintf(longer, size, format, args);
     int result = deliverFinished(world, longer);
     userRelease(world, longer);

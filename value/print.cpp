@@ -149,15 +149,11 @@ int printToBuffer(QorGlobal *world, int pdunum, void *value, QorBuf *buffer)
     auto *text = static_cast<unsigned char *>(qorGetMemory(world, static_cast<QorLong>(size)));
     if (text == nullptr)
         return QOR_OUT_OF_MEMORY;
-    result = printInto(world, pdunum, value, text, static_cast<QorLong>(size));
-    if (result != 0) {
-        // Half a text is of no use to a caller who did not size the buffer.
-        qorFreeMemory(world, text);
-        return result;
-    }
+    // The buffer is the caller's from here, even when the second pass fails
+    // (1: the text came out longer, and stands cut and zero-terminated).
     buffer->value = text;
     buffer->length = static_cast<QorLong>(size);
-    return 0;
+    return printInto(world, pdunum, value, text, static_cast<QorLong>(size));
 }
 
 } // namespace

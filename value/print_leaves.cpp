@@ -220,7 +220,8 @@ void printOpenType(QorGlobal *world, int pduNum, void *decoded, const unsigned c
     }
     if (encoded != nullptr) {
         TextOut out = TextOut::toRoute(world);
-        hexText(out, "'", encoded, static_cast<QorLong>(length), "'H");
+        QorULong shown = length > INT32_MAX ? QorULong{INT32_MAX} : length;
+        hexText(out, "'", encoded, static_cast<QorLong>(shown), "'H");
         out.finish();
         return;
     }
@@ -347,7 +348,10 @@ void _qor_indent(QorGlobal *world, int delta)
         world->printIndent += delta;
     TextOut out = TextOut::toRoute(world);
     out.put('\n');
-    for (int i = 0; i < world->printIndent; i++)
+    // Two blanks a level; a level below 0 (braces out of balance) counts by
+    // its size, as a negative printf width does.
+    int levels = world->printIndent < 0 ? -world->printIndent : world->printIndent;
+    for (int i = 0; i < levels; i++)
         out.put("  ", 2);
     out.finish();
     if (delta > 0)

@@ -751,6 +751,9 @@ TEST_F(Print, TimesEnumeratorsAndIndentation)
               "{\na\n  b\n    c\n}")
         << "a positive delta counts from the next new line";
     EXPECT_EQ(world.printIndent, 0);
+    // Braces out of balance: a level below 0 indents by its size.
+    EXPECT_EQ(textOf(&world, [](QorGlobal *w) { _qor_indent(w, -1); }), "\n  ");
+    world.printIndent = 0;
 }
 
 TEST_F(Print, OpenTypesPrintTheirValueInTheOuterPrint)
@@ -946,4 +949,38 @@ TEST_F(Print, XmlAsItStandsAndReindented)
     }
     if (seen == 0)
         GTEST_SKIP() << "reference vectors not found";
+}
+
+TEST_F(Print, ALongPieceWithoutMemoryFailsTheCallRatherThanCutIt)
+{
+    leaf = [](QorGlobal *w) { qorPrint(w, "%s", std::string(2000, 'x').c_str()); };
+    static int anything;
+    for (long n = 1; n <= 4; n++) {
+        SCOPED_TRACE(n);
+        CountingAllocator::reset(n);
+        QorBuf buffer = {0, nullptr};
+        int code = qorPrintPDUToBuffer(&world, kLeafPdu, &anything, &buffer);
+        CountingAllocator::failAt = 0;
+        if (code == 0) {
+            EXPECT_EQ(strlen(reinterpret_cast<char *>(buffer.value)), 2000u);
+        } else {
+            EXPECT_EQ(code, QOR_OUT_OF_MEMORY);
+        }
+        qorFreeBuf(&world, buffer.value);
+        EXPECT_EQ(CountingAllocator::outstanding, 0);
+    }
+}
+
+TEST_F(Print, ASecondPassThatComesOutLongerLeavesTheCutTextToTheCaller)
+{
+    static int passes;
+    passes = 0;
+    leaf = [](QorGlobal *w) { qorPrint(w, passes++ == 0 ? "ab" : "abcdef"); };
+    static int anything;
+    QorBuf buffer = {0, nullptr};
+    EXPECT_EQ(qorPrintPDUToBuffer(&world, kLeafPdu, &anything, &buffer), QOR_BUFFER_TOO_SMALL);
+    ASSERT_NE(buffer.value, nullptr);
+    EXPECT_EQ(buffer.length, 3);
+    EXPECT_STREQ(reinterpret_cast<char *>(buffer.value), "ab");
+    qorFreeBuf(&world, buffer.value);
 }
