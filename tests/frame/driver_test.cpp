@@ -188,36 +188,7 @@ TEST_F(Driver, AnAllocatorThatFailsAtEveryCallLeavesNothingBehind)
 {
     Bytes contents(5000, 0x5a);
     Raw value = rawOf(contents);
-    QorBuf good = {0, nullptr};
-    CountingAllocator::reset();
-    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &good), 0);
-    long encodeCalls = CountingAllocator::calls;
-    for (long n = 1; n <= encodeCalls; n++) {
-        CountingAllocator::reset(n);
-        QorBuf out = {0, nullptr};
-        EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_OUT_OF_MEMORY) << n;
-        EXPECT_EQ(out.value, nullptr);
-        EXPECT_EQ(CountingAllocator::outstanding, 0) << n;
-    }
-    CountingAllocator::reset();
-    QorBuf in = good;
-    void *decoded = nullptr;
-    int pdu = 0;
-    ASSERT_EQ(qorDecode(&world, &pdu, &in, &decoded), 0);
-    long decodeCalls = CountingAllocator::calls;
-    qorFreePDU(&world, pdu, decoded);
-    for (long n = 1; n <= decodeCalls; n++) {
-        CountingAllocator::reset(n);
-        in = good;
-        decoded = nullptr;
-        pdu = 0;
-        EXPECT_EQ(qorDecode(&world, &pdu, &in, &decoded), QOR_OUT_OF_MEMORY) << n;
-        EXPECT_EQ(decoded, nullptr);
-        EXPECT_EQ(CountingAllocator::outstanding, 0) << n;
-    }
-    CountingAllocator::reset();
-    world.userFree(&world, good.value);
-    CountingAllocator::outstanding = 0;
+    expectEveryAllocationMayFail(&world, PDU_Raw, &value);
 }
 
 TEST_F(Driver, DecodeIntoACallersBufferAlignsItAndCountsWhatItUsed)

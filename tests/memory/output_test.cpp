@@ -337,33 +337,5 @@ TEST_F(SetOf, AnAllocatorFailingAtEveryCallOfASortedRoundTripLeavesNothing)
     Raw second[2] = {{7, text}, {0, text}};
     Bag inner[2] = {{3, first}, {2, second}};
     Bags outer = {2, inner};
-    QorBuf good = {0, nullptr};
-    CountingAllocator::reset();
-    ASSERT_EQ(qorEncode(&world, PDU_Bags, &outer, &good), 0);
-    const long encodeCalls = CountingAllocator::calls;
-    void *decoded = nullptr;
-    int pdu = 0;
-    QorBuf in = good;
-    CountingAllocator::reset();
-    ASSERT_EQ(qorDecode(&world, &pdu, &in, &decoded), 0);
-    const long decodeCalls = CountingAllocator::calls;
-    qorFreePDU(&world, pdu, decoded);
-    for (long n = 1; n <= encodeCalls; n++) {
-        CountingAllocator::reset(n);
-        QorBuf out = {0, nullptr};
-        EXPECT_EQ(qorEncode(&world, PDU_Bags, &outer, &out), QOR_OUT_OF_MEMORY) << n;
-        EXPECT_EQ(CountingAllocator::outstanding, 0) << n;
-        EXPECT_EQ(world.blockStack, nullptr) << n;
-    }
-    for (long n = 1; n <= decodeCalls; n++) {
-        CountingAllocator::reset(n);
-        in = good;
-        decoded = nullptr;
-        pdu = 0;
-        EXPECT_EQ(qorDecode(&world, &pdu, &in, &decoded), QOR_OUT_OF_MEMORY) << n;
-        EXPECT_EQ(decoded, nullptr);
-        EXPECT_EQ(CountingAllocator::outstanding, 0) << n;
-    }
-    CountingAllocator::reset();
-    free(good.value); // taken before the counting started
+    expectEveryAllocationMayFail(&world, PDU_Bags, &outer);
 }

@@ -141,4 +141,39 @@ void expectRoundTrip(QorGlobal *world, int pdu, void *value, const Bytes &expect
     qorFreeBuf(world, library.value);
 }
 
+void expectEveryAllocationMayFail(QorGlobal *world, int pdu, void *value, const Bytes *input)
+{
+    CountingAllocator::reset();
+    QorBuf good = {0, nullptr};
+    ASSERT_EQ(qorEncode(world, pdu, value, &good), 0) << qorGetErrMsg(world);
+    const long encodeCalls = CountingAllocator::calls;
+    Bytes encoding = input != nullptr ? *input : bytesOf(good);
+    qorFreeBuf(world, good.value);
+    for (long n = 1; n <= encodeCalls; n++) {
+        CountingAllocator::reset(n);
+        QorBuf out = {0, nullptr};
+        EXPECT_EQ(qorEncode(world, pdu, value, &out), QOR_OUT_OF_MEMORY) << "encode, call " << n;
+        EXPECT_EQ(out.value, nullptr);
+        EXPECT_EQ(world->blockStack, nullptr);
+        EXPECT_EQ(CountingAllocator::outstanding, 0) << "encode, call " << n;
+    }
+    CountingAllocator::reset();
+    QorBuf in = {static_cast<QorLong>(encoding.size()), encoding.data()};
+    void *decoded = nullptr;
+    int found = pdu;
+    ASSERT_EQ(qorDecode(world, &found, &in, &decoded), 0) << qorGetErrMsg(world);
+    const long decodeCalls = CountingAllocator::calls;
+    qorFreePDU(world, found, decoded);
+    for (long n = 1; n <= decodeCalls; n++) {
+        CountingAllocator::reset(n);
+        in = {static_cast<QorLong>(encoding.size()), encoding.data()};
+        decoded = nullptr;
+        found = pdu;
+        EXPECT_EQ(qorDecode(world, &found, &in, &decoded), QOR_OUT_OF_MEMORY) << "decode, call " << n;
+        EXPECT_EQ(decoded, nullptr);
+        EXPECT_EQ(CountingAllocator::outstanding, 0) << "decode, call " << n;
+    }
+    CountingAllocator::reset();
+}
+
 } // namespace qortest

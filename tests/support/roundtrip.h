@@ -65,4 +65,10 @@ Bytes hex(const char *text); // "04 03 41 42 43"
 void expectRoundTrip(QorGlobal *world, int pdu, void *value, const Bytes &expected,
                      const std::function<void(void *)> &check);
 
+// Fails each allocation of encoding `value` as `pdu` in turn, then each of
+// decoding `input` (by default that encoding): every failure must be result
+// 8, with no output, no frame left and nothing outstanding.
+void expectEveryAllocationMayFail(QorGlobal *world, int pdu, void *value,
+                                  const Bytes *input = nullptr);
+
 } // namespace qortest
