@@ -1,6 +1,7 @@
 // The block queue behind encoder output and decoder memory.
 #include "memory/blocks.h"
 
+#include <cstdint>
 #include <cstring>
 
 #include "frame/errors.h"
@@ -112,6 +113,14 @@ QorLong blockCount(const QorGlobal *world)
 QorFreeFn outputBlockRelease(const QorGlobal *world)
 {
     return world->privateArea->tempBufferSize != 0 ? qorTmpBufFree : world->userFree;
+}
+
+QorLong gatheredLength(QorGlobal *world, QorLong room)
+{
+    int64_t total = int64_t{blockCount(world)} * QOR_BLOCK_SIZE - room;
+    if (total < 0 || total > INT32_MAX)
+        raise(world, kOutOfMemory, longValue(static_cast<QorLong>(total < 0 ? total : -1)));
+    return static_cast<QorLong>(total);
 }
 
 void releaseGatheredBlocks(QorGlobal *world, void *gathered)

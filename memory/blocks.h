@@ -20,6 +20,9 @@ void qorMemQueueForget(QorGlobal *world, QorFreeFn release);
 QorLong blockCount(const QorGlobal *world);
 // A fresh 1024-octet output block; message 1 when the caller's buffer is full.
 unsigned char *qorNextOutBlock(QorGlobal *world);
+// The length of the output gathered from the blocks; message 6 when it is
+// negative or beyond what a length can hold.
+QorLong gatheredLength(QorGlobal *world, QorLong room);
 // The release function that matches where output blocks come from.
 QorFreeFn outputBlockRelease(const QorGlobal *world);
 // Releases the output blocks once `gathered` holds their contents. Until

@@ -67,10 +67,7 @@ void _qor_set_outmem_p(QorGlobal *world, QorLong *lengthOut, unsigned char **val
         return;
     }
     closePartialOctet(world);
-    int64_t total = static_cast<int64_t>(blockCount(world)) * QOR_BLOCK_SIZE - world->outRoom;
-    if (total < 0 || total > INT32_MAX)
-        raise(world, kOutOfMemory, longValue(static_cast<QorLong>(total < 0 ? total : -1)));
-    auto length = static_cast<QorLong>(total);
+    QorLong length = gatheredLength(world, world->outRoom);
     if (length == 0) {
         if (emptyAllowed) {
             *lengthOut = 0;

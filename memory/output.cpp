@@ -1,6 +1,5 @@
 // Encoder output written backwards (BER, DER, CER): the message grows from its
 // last octet down through 1024-octet blocks, and is gathered once at the end.
-#include <cstdint>
 #include <cstring>
 
 #include "frame/errors.h"
@@ -52,10 +51,7 @@ QorLong _qor_write_bytes_d(QorGlobal *world, unsigned char **pos, QorLong *room,
 void _qor_set_outmem_d(QorGlobal *world, QorLong room, QorLong *lengthOut, unsigned char **valueOut)
 {
     QorLong blocks = blockCount(world);
-    int64_t total = int64_t{blocks} * QOR_BLOCK_SIZE - room;
-    if (total < 0 || total > INT32_MAX)
-        raise(world, kOutOfMemory, longValue(static_cast<QorLong>(total < 0 ? total : -1)));
-    auto length = static_cast<QorLong>(total);
+    QorLong length = gatheredLength(world, room);
     *lengthOut = length;
     if (length == 0) {
         qorMemQueueFree(world, outputBlockRelease(world));
