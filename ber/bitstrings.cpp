@@ -9,10 +9,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kTooLongForMemory = 42;
-constexpr int kSizeExceeded = 79;
-constexpr int kLengthTooLong = 98;
-constexpr int kUnknownSize = 101;
 constexpr QorULong kBitStringTag = 0x03;
 constexpr int kNamedBitsFlag = 0x80;
 
@@ -74,8 +70,7 @@ QorLong writeSegment(QorGlobal *world, unsigned char **pos, QorLong *room,
 QorLong writeBits(QorGlobal *world, unsigned char **pos, QorLong *room, const unsigned char *data,
                   QorLong bits)
 {
-    if (bits < 0 || (bits > 0 && data == nullptr))
-        raise(world, kMisencoded, longValue(bits));
+    raiseIf(world, bits < 0 || (bits > 0 && data == nullptr), Msg::kMisencoded, bits);
     QorLong octets = octetsOf(bits);
     auto unused = static_cast<unsigned char>((8 - bits % 8) % 8);
     if (octets == 0)
@@ -121,8 +116,7 @@ void wordToOctets(QorULong word, int width, unsigned char *out)
 QorLong writeNamedList(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
                        QorLong bits, bool trim)
 {
-    if (bits < 0 || (bits > 0 && data == nullptr))
-        raise(world, kMisencoded, longValue(bits));
+    raiseIf(world, bits < 0 || (bits > 0 && data == nullptr), Msg::kMisencoded, bits);
     if (bits > 32) {
         const auto *array = static_cast<const unsigned char *>(data);
         return writeBits(world, pos, room, array, trim ? trimmed(array, bits) : bits);
@@ -138,8 +132,7 @@ QorLong writeNamedList(QorGlobal *world, unsigned char **pos, QorLong *room, con
 QorLong writeNamedListItem(QorGlobal *world, unsigned char **pos, QorLong *room, QorULong value,
                            QorULong size, QorULong tag, bool trim)
 {
-    if (size > 32)
-        raise(world, kUnknownSize, longValue(static_cast<QorLong>(size)));
+    raiseIf(world, size > 32, Msg::kUnknownSize, static_cast<QorLong>(size));
     unsigned char octets[4];
     wordToOctets(value, wordOctets(size), octets);
     QorLong bits = trim ? trimmed(octets, static_cast<QorLong>(size)) : static_cast<QorLong>(size);
@@ -163,8 +156,7 @@ QorLong readBits(QorGlobal *world, FragmentTable *table, unsigned char **pos, Qo
 {
     QorLong octets = qorReadBitContents(world, table, pos, room, length);
     int64_t bits = int64_t{octets} * 8 - table->padBits;
-    if (bits > INT32_MAX)
-        raise(world, kLengthTooLong, longValue(octets));
+    raiseIf(world, bits > INT32_MAX, Msg::kLengthTooLong, octets);
     return static_cast<QorLong>(bits);
 }
 
@@ -207,10 +199,9 @@ void copyBits(const FragmentTable *table, unsigned char *out, QorLong bits)
 // Bits beyond what memory holds: a named-bit list may drop them when they
 // are all zero, since trailing zero bits carry nothing in such a value.
 QorLong keptBits(QorGlobal *world, const FragmentTable *table, QorLong bits, QorLong limit,
-                 bool named, int message)
+                 bool named, Msg message)
 {
-    if (!named)
-        raise(world, kSizeExceeded, longValue(bits));
+    raiseIf(world, !named, Msg::kSizeExceeded, bits);
     if (!bitsClear(table, limit, bits))
         raise(world, message, longValue(bits));
     return limit;
@@ -224,9 +215,9 @@ QorLong decodeToNewMemory(QorGlobal *world, unsigned char **pos, QorLong *room, 
     QorLong bits = readBits(world, &table, pos, room, length);
     QorLong kept = bits;
     if (max > 0 && bits > max && !noConstrain(world))
-        kept = keptBits(world, &table, bits, max, named, kSizeExceeded);
+        kept = keptBits(world, &table, bits, max, named, Msg::kSizeExceeded);
     else if (max < 0 && bits > -int64_t{max})
-        raise(world, kLengthTooLong, longValue(bits));
+        raise(world, Msg::kLengthTooLong, longValue(bits));
     unsigned char *value = nullptr;
     if (kept > 0) {
         value = static_cast<unsigned char *>(_qor_dec_getmem_internal(world, octetsOf(kept)));
@@ -244,8 +235,7 @@ extern "C" {
 QorLong _qor_encd_ubit_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
                           const unsigned char *data, QorLong bits, QorLong max)
 {
-    if (max > 0 && bits > max && !noConstrain(world))
-        raise(world, kSizeExceeded, longValue(bits));
+    raiseIf(world, max > 0 && bits > max && !noConstrain(world), Msg::kSizeExceeded, bits);
     return writeBits(world, pos, room, data, bits);
 }
 
@@ -253,8 +243,7 @@ QorLong _qor_encd_vbit_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
                           const unsigned char *data, QorLong bits, QorLong maxOctets)
 {
     // More bits than the array holds: NOCONSTRAIN cannot make them real.
-    if (maxOctets != 0 && bits > int64_t{maxOctets} * 8)
-        raise(world, kSizeExceeded, longValue(bits));
+    raiseIf(world, maxOctets != 0 && bits > int64_t{maxOctets} * 8, Msg::kSizeExceeded, bits);
     return writeBits(world, pos, room, data, bits);
 }
 
@@ -269,8 +258,7 @@ QorLong _qor_encd_dubit_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
 QorLong _qor_encd_dvbit_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
                            const unsigned char *data, QorLong bits, QorLong maxOctets, char named)
 {
-    if (maxOctets != 0 && bits > int64_t{maxOctets} * 8)
-        raise(world, kSizeExceeded, longValue(bits));
+    raiseIf(world, maxOctets != 0 && bits > int64_t{maxOctets} * 8, Msg::kSizeExceeded, bits);
     if (named && world->encRules == QOR_DER && bits > 0 && data != nullptr)
         bits = trimmed(data, bits);
     return writeBits(world, pos, room, data, bits);
@@ -322,9 +310,9 @@ QorLong _qor_dec_vbit_nz(QorGlobal *world, unsigned char **pos, QorLong *room, Q
     // The inline array holds `max` bits, whatever the flags say; one of
     // capacity 0 holds none.
     if (max >= 0 && bits > max)
-        kept = keptBits(world, &table, bits, max, named != 0, kTooLongForMemory);
+        kept = keptBits(world, &table, bits, max, named != 0, Msg::kBitStringTooLong);
     else if (max < 0 && bits > -int64_t{max})
-        raise(world, kLengthTooLong, longValue(bits));
+        raise(world, Msg::kLengthTooLong, longValue(bits));
     copyBits(&table, out, kept);
     qorReleaseFragments(world, &table);
     return kept;
@@ -339,7 +327,7 @@ QorLong _qor_dec_pbit(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
     QorLong found = readBits(world, &table, pos, room, length);
     QorLong kept = found;
     if (found > capacity)
-        kept = keptBits(world, &table, found, capacity, named != 0, kTooLongForMemory);
+        kept = keptBits(world, &table, found, capacity, named != 0, Msg::kBitStringTooLong);
     if (bits > 32) {
         auto *array = static_cast<unsigned char *>(out);
         copyBits(&table, array, kept);

@@ -10,16 +10,6 @@ namespace qor {
 
 namespace {
 
-constexpr int kOutOfMemory = 6;
-constexpr int kFirstOctetNotZero = 12;
-constexpr int kTagTooLong = 92;
-constexpr int kLengthTooLong = 98;
-constexpr int kInconsistentLengths = 102;
-constexpr int kTagMismatch = 103;
-constexpr int kUnusedOutOfRange = 105;
-constexpr int kPrimitiveIndefinite = 119;
-constexpr int kNestedTooDeep = 180;
-
 constexpr QorULong kBitStringTag = 3;
 constexpr QorULong kOctetStringTag = 4;
 
@@ -31,8 +21,7 @@ void *grow(QorGlobal *world, FragmentTable *table, const void *old, QorLong used
 {
     int64_t wanted = int64_t{*capacity} * 2;
     int64_t bytes = wanted * static_cast<int64_t>(elementSize);
-    if (bytes > INT32_MAX - 64)
-        raise(world, kOutOfMemory, longValue(-1));
+    raiseIf(world, bytes > INT32_MAX - 64, Msg::kOutOfMemory, -1);
     void *piece = _qor_dec_gettempmem(world, static_cast<QorLong>(bytes));
     if (table->tempMark == nullptr)
         table->tempMark = piece;
@@ -65,7 +54,7 @@ public:
     void push(const unsigned char *end)
     {
         if (limit_ != 0 && ++world_->privateArea->constructedDepth > limit_)
-            raise(world_, kNestedTooDeep, longValue(0));
+            raise(world_, Msg::kConstructedTooDeep, longValue(0));
         if (used_ == capacity_)
             ends_ = static_cast<const unsigned char **>(
                 grow(world_, table_, ends_, used_, &capacity_, sizeof(*ends_)));
@@ -101,10 +90,8 @@ QorLong addBitSegment(QorGlobal *world, FragmentTable *table, const unsigned cha
     if (length == 0)
         return 0;
     int unused = at[0];
-    if (table->padBits != 0 || (length == 1 && unused != 0))
-        raise(world, kFirstOctetNotZero, longValue(0));
-    if (unused > 7)
-        raise(world, kUnusedOutOfRange, longValue(unused));
+    raiseIf(world, table->padBits != 0 || (length == 1 && unused != 0), Msg::kFirstOctetNotZero, 0);
+    raiseIf(world, unused > 7, Msg::kUnusedBitsOutOfRange, unused);
     table->padBits = unused;
     if (length > 1)
         addFragment(world, table, at + 1, length - 1);
@@ -127,37 +114,31 @@ QorLong readSegments(QorGlobal *world, FragmentTable *table, unsigned char **pos
     for (;;) {
         const unsigned char *end = open.top();
         if (end != nullptr && p >= end) {
-            if (p > end)
-                raise(world, kInconsistentLengths, longValue(0));
+            raiseIf(world, p > end, Msg::kInconsistentLengths, 0);
             if (!open.pop())
                 break;
             continue;
         }
         // Tag and length are read against the end of the input: a segment
         // that runs past its enclosing one is caught when that one closes.
-        if (p >= inputEnd)
-            raise(world, kEndOfInput, longValue(0));
+        raiseIf(world, p >= inputEnd, Msg::kEndOfInput, 0);
         unsigned char first = *p++;
         QorULong number = first & 0x1f;
         if (number == 0x1f) {
             number = 0;
             unsigned char c;
             do {
-                if (p >= inputEnd)
-                    raise(world, kEndOfInput, longValue(0));
-                if (number > 127)
-                    raise(world, kTagTooLong, longValue(static_cast<QorLong>(number)));
+                raiseIf(world, p >= inputEnd, Msg::kEndOfInput, 0);
+                raiseIf(world, number > 127, Msg::kTagTooLong, static_cast<QorLong>(number));
                 c = *p++;
                 number = (number << 7) | (c & 0x7f);
             } while ((c & 0x80) != 0);
         }
-        if (p >= inputEnd)
-            raise(world, kEndOfInput, longValue(0));
+        raiseIf(world, p >= inputEnd, Msg::kEndOfInput, 0);
         unsigned char lead = *p++;
         if (first == 0 && lead == 0) {
             // End-of-contents belongs to the indefinite form only.
-            if (end != nullptr)
-                raise(world, kInconsistentLengths, longValue(0));
+            raiseIf(world, end != nullptr, Msg::kInconsistentLengths, 0);
             if (!open.pop())
                 break;
             continue;
@@ -165,11 +146,10 @@ QorLong readSegments(QorGlobal *world, FragmentTable *table, unsigned char **pos
         QorULong tag = (static_cast<QorULong>(first & 0xc0) << 8) | number;
         // Segments carry the universal tag whatever the string's own type.
         if (tag != wanted)
-            raise(world, kTagMismatch, longValue(static_cast<QorLong>((wanted << 16) | tag)));
+            raise(world, Msg::kTagMismatch, longValue(static_cast<QorLong>((wanted << 16) | tag)));
         bool constructed = (first & 0x20) != 0;
         if (lead == 0x80) {
-            if (!constructed)
-                raise(world, kPrimitiveIndefinite, longValue(0));
+            raiseIf(world, !constructed, Msg::kIndefinitePrimitive, 0);
             open.push(nullptr);
             continue;
         }
@@ -177,15 +157,13 @@ QorLong readSegments(QorGlobal *world, FragmentTable *table, unsigned char **pos
         if (lead > 0x80) {
             segment = 0;
             for (int count = lead & 0x7f; count > 0; count--) {
-                if (p >= inputEnd)
-                    raise(world, kEndOfInput, longValue(0));
+                raiseIf(world, p >= inputEnd, Msg::kEndOfInput, 0);
                 if ((segment >> 24) != 0)
-                    raise(world, kLengthTooLong, longValue(static_cast<QorLong>(segment)));
+                    raise(world, Msg::kLengthTooLong, longValue(static_cast<QorLong>(segment)));
                 segment = (segment << 8) | *p++;
             }
         }
-        if (segment > static_cast<uint64_t>(inputEnd - p))
-            raise(world, kEndOfInput, longValue(0));
+        raiseIf(world, segment > static_cast<uint64_t>(inputEnd - p), Msg::kEndOfInput, 0);
         auto size = static_cast<QorLong>(segment);
         if (constructed) {
             open.push(p + size);
@@ -233,8 +211,7 @@ QorLong qorReadStringContents(QorGlobal *world, FragmentTable *table, unsigned c
 {
     if (world->bitOffset != 0)
         return qorReadConstructed(world, table, pos, room, length);
-    if (length < 0)
-        raise(world, kPrimitiveIndefinite, longValue(0));
+    raiseIf(world, length < 0, Msg::kIndefinitePrimitive, 0);
     needInput(world, room, length);
     if (length > 0)
         addFragment(world, table, *pos, length);
@@ -249,8 +226,7 @@ QorLong qorReadBitContents(QorGlobal *world, FragmentTable *table, unsigned char
     if (world->bitOffset != 0)
         return qorReadConstructedBits(world, table, pos, room, length);
     // A primitive BIT STRING has at least its unused-bits octet.
-    if (length < 1)
-        raise(world, kPrimitiveIndefinite, longValue(0));
+    raiseIf(world, length < 1, Msg::kIndefinitePrimitive, 0);
     needInput(world, room, length);
     QorLong octets = addBitSegment(world, table, *pos, length);
     *pos += length;

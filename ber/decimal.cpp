@@ -13,11 +13,6 @@ namespace qor {
 
 namespace {
 
-constexpr int kMisencoded = 106;
-constexpr int kNoMantissaDigits = 107;
-constexpr int kNoExponentDigits = 108;
-constexpr int kRealTooLarge = 128;
-
 // Digits and blanks by their codes, never through the locale.
 inline bool isDigit(int c) { return c >= '0' && c <= '9'; }
 inline bool isBlank(int c) { return c == ' '; }
@@ -429,12 +424,9 @@ void qorScanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong
         }
         c.scale = clampScale(c.scale + (minus ? -given : given));
     }
-    if (p != end)
-        raise(world, kMisencoded, longValue(0));
-    if (!anyDigit)
-        raise(world, kNoMantissaDigits, longValue(0));
-    if (c.exponent && !exponentDigits)
-        raise(world, kNoExponentDigits, longValue(0));
+    raiseIf(world, p != end, Msg::kMisencoded, 0);
+    raiseIf(world, !anyDigit, Msg::kNoMantissaDigits, 0);
+    raiseIf(world, c.exponent && !exponentDigits, Msg::kNoExponentDigits, 0);
 }
 
 double qorDecimalContentsValue(QorGlobal *world, const DecimalContents &c, const RealLimits &lim)
@@ -457,12 +449,10 @@ double qorDecimalContentsValue(QorGlobal *world, const DecimalContents &c, const
             v *= 1e10;
         for (; e > 0 && v < lim.oneUp; e--)
             v *= 10;
-        if (e > 0)
-            raise(world, kRealTooLarge, longValue(0));
+        raiseIf(world, e > 0, Msg::kRealTooLarge, 0);
     }
     // The last step by ten may round past the largest value.
-    if (!(v <= lim.largest))
-        raise(world, kRealTooLarge, longValue(0));
+    raiseIf(world, !(v <= lim.largest), Msg::kRealTooLarge, 0);
     return v;
 }
 

@@ -6,10 +6,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kNegativeUnsigned = 40;
-constexpr int kNeedlesslyLong = 95;
-constexpr int kTooLong = 147;
-
 // Minimal two's complement octets of `value`, appended high first.
 unsigned char *putSigned(unsigned char *out, int64_t value)
 {
@@ -52,8 +48,7 @@ QorLong writeInteger(QorGlobal *world, unsigned char **pos, QorLong *room, Put p
 const unsigned char *takeContents(QorGlobal *world, unsigned char **pos, QorLong *room,
                                   QorLong length)
 {
-    if (length < 1)
-        raise(world, kMisencoded, longValue(0));
+    raiseIf(world, length < 1, Msg::kMisencoded, 0);
     needInput(world, room, length);
     const unsigned char *p = *pos;
     *pos += length;
@@ -72,13 +67,11 @@ T decodeSigned(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong len
 {
     const unsigned char *p = takeContents(world, pos, room, length);
     while (length > 1 && redundant(p)) {
-        if (!relaxed(world))
-            raise(world, kNeedlesslyLong, longValue(0));
+        raiseIf(world, !relaxed(world), Msg::kIntegerNeedlesslyLong, 0);
         p++;
         length--;
     }
-    if (length > MaxOctets)
-        raise(world, kTooLong, longValue(length));
+    raiseIf(world, length > MaxOctets, Msg::kIntegerTooLong, length);
     uint64_t value = (p[0] & 0x80) != 0 ? ~uint64_t{0} : 0;
     for (QorLong i = 0; i < length; i++)
         value = (value << 8) | p[i];
@@ -94,19 +87,15 @@ T decodeUnsigned(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong l
         zeros++;
     bool lenient = relaxed(world);
     if (zeros == length) {
-        if (length > 1 && !lenient)
-            raise(world, kNeedlesslyLong, longValue(0));
+        raiseIf(world, length > 1 && !lenient, Msg::kIntegerNeedlesslyLong, 0);
         return 0;
     }
     QorLong rest = length - zeros;
-    if (rest > MaxOctets)
-        raise(world, kTooLong, longValue(rest));
+    raiseIf(world, rest > MaxOctets, Msg::kIntegerTooLong, rest);
     if (!lenient) {
         bool topBit = (p[zeros] & 0x80) != 0;
-        if (topBit && zeros == 0)
-            raise(world, kNegativeUnsigned, longValue(0));
-        if (zeros > (topBit ? 1 : 0))
-            raise(world, kNeedlesslyLong, longValue(0));
+        raiseIf(world, topBit && zeros == 0, Msg::kNegativeUnsigned, 0);
+        raiseIf(world, zeros > (topBit ? 1 : 0), Msg::kIntegerNeedlesslyLong, 0);
     }
     uint64_t value = 0;
     for (QorLong i = zeros; i < length; i++)
@@ -155,8 +144,7 @@ QorLong _qor_encd_bool_tl(QorGlobal *world, unsigned char **pos, QorLong *room, 
 QorLong _qor_encd_huge_int_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
                               const unsigned char *data, QorLong length)
 {
-    if (length <= 0 || data == nullptr)
-        raise(world, kMisencoded, longValue(0));
+    raiseIf(world, length <= 0 || data == nullptr, Msg::kMisencoded, 0);
     while (length > 1 && redundant(data)) {
         data++;
         length--;
@@ -167,8 +155,7 @@ QorLong _qor_encd_huge_int_ia(QorGlobal *world, unsigned char **pos, QorLong *ro
 QorLong _qor_encd_uhuge_int_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
                                const unsigned char *data, QorLong length)
 {
-    if (length <= 0 || data == nullptr)
-        raise(world, kMisencoded, longValue(0));
+    raiseIf(world, length <= 0 || data == nullptr, Msg::kMisencoded, 0);
     while (length > 1 && data[0] == 0 && (data[1] & 0x80) == 0) {
         data++;
         length--;
@@ -183,8 +170,7 @@ QorLong _qor_encd_uhuge_int_ia(QorGlobal *world, unsigned char **pos, QorLong *r
 
 char _qor_dec_bool(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length)
 {
-    if (length != 1)
-        raise(world, kMisencoded, longValue(0));
+    raiseIf(world, length != 1, Msg::kMisencoded, 0);
     needInput(world, room, 1);
     --*room;
     return *(*pos)++ != 0 ? 1 : 0;
@@ -223,11 +209,10 @@ uint64_t _qor_dec_ullint(QorGlobal *world, unsigned char **pos, QorLong *room, Q
 QorLong _qor_dec_hint_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
                          unsigned char **data)
 {
-    if (length < 1)
-        raise(world, kMisencoded, longValue(0));
+    raiseIf(world, length < 1, Msg::kMisencoded, 0);
     needInput(world, room, length);
     if (length > 1 && redundant(*pos) && !relaxed(world))
-        raise(world, kNeedlesslyLong, longValue(0));
+        raise(world, Msg::kIntegerNeedlesslyLong, longValue(0));
     auto *copy = static_cast<unsigned char *>(_qor_dec_getmem_internal(world, length));
     memcpy(copy, *pos, static_cast<size_t>(length));
     *pos += length;

@@ -54,13 +54,11 @@ inline unsigned char *putLength(unsigned char *out, QorLong length)
 }
 
 // Input checks shared by the decoders.
-constexpr int kEndOfInput = 45;
-constexpr int kMisencoded = 106;
 
 inline void needInput(QorGlobal *world, const QorLong *room, QorLong n)
 {
     if (n > *room) [[unlikely]]
-        raise(world, kEndOfInput, longValue(0));
+        raise(world, Msg::kEndOfInput, longValue(0));
 }
 
 inline bool relaxed(const QorGlobal *world)

@@ -11,14 +11,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kBadObjid = 70;
-constexpr int kNullInput = 71;
-constexpr int kSizeExceeded = 79;
-constexpr int kSubidNeedlesslyLong = 96;
-constexpr int kSubidTooLong = 97;
-constexpr int kLengthTooLong = 98;
-constexpr int kTooManySubids = 129;
-
 // The longest contents a decoder takes; so at most 226 arcs.
 constexpr QorLong kMaxContents = 225;
 constexpr QorLong kMaxArcs = kMaxContents + 1;
@@ -61,8 +53,7 @@ private:
         if (used_ == 0)
             return;
         total_ += used_;
-        if (total_ > INT32_MAX)
-            raise(world_, kLengthTooLong, longValue(INT32_MAX));
+        raiseIf(world_, total_ > INT32_MAX, Msg::kLengthTooLong, INT32_MAX);
         _qor_write_bytes_d(world_, pos_, room_, buffer_ + kSize - used_, used_);
         used_ = 0;
     }
@@ -87,9 +78,8 @@ QorLong octetsOf(QorULong subid)
 void checkArcCount(QorGlobal *world, int64_t count, QorLong max)
 {
     if (max > 0 && count > max)
-        raise(world, kSizeExceeded, longValue(static_cast<QorLong>(count > INT32_MAX ? INT32_MAX : count)));
-    if (count < 2)
-        raise(world, kBadObjid, longValue(static_cast<QorLong>(count)));
+        raise(world, Msg::kSizeExceeded, longValue(static_cast<QorLong>(count > INT32_MAX ? INT32_MAX : count)));
+    raiseIf(world, count < 2, Msg::kBadObjectIdentifier, static_cast<QorLong>(count));
 }
 
 // The first subidentifier carries two arcs: 40 * first + second. The first
@@ -99,11 +89,10 @@ QorULong firstSubidentifier(QorGlobal *world, QorULong first, QorULong second,
                             const QorULong *third)
 {
     if (first > 2 || (first < 2 && second > 39))
-        raise(world, kBadObjid, longValue(first < 2 ? 1 : 0));
+        raise(world, Msg::kBadObjectIdentifier, longValue(first < 2 ? 1 : 0));
     if (first == 0 && second == 0 && third != nullptr && (*third == 0 || *third > 26))
-        raise(world, kBadObjid, longValue(2));
-    if (second > UINT32_MAX - 40 * first)
-        raise(world, kBadObjid, longValue(3));
+        raise(world, Msg::kBadObjectIdentifier, longValue(2));
+    raiseIf(world, second > UINT32_MAX - 40 * first, Msg::kBadObjectIdentifier, 3);
     return 40 * first + second;
 }
 
@@ -112,8 +101,7 @@ QorLong writeArcArray(QorGlobal *world, unsigned char **pos, QorLong *room, cons
                       QorLong count, QorLong max)
 {
     checkArcCount(world, count, max);
-    if (arcs == nullptr)
-        raise(world, kNullInput, longValue(0));
+    raiseIf(world, arcs == nullptr, Msg::kNullInput, 0);
     QorULong third = count > 2 ? arcs[2] : 0;
     QorULong first = firstSubidentifier(world, arcs[0], arcs[1], count > 2 ? &third : nullptr);
     ReverseWriter out(world, pos, room);
@@ -147,8 +135,7 @@ QorLong writeArcList(QorGlobal *world, unsigned char **pos, QorLong *room, const
         firstSubidentifier(world, list->value, list->next->value, rest != nullptr ? &third : nullptr);
     octets += octetsOf(first);
     if (sizingOnly(world)) {
-        if (octets > INT32_MAX)
-            raise(world, kLengthTooLong, longValue(INT32_MAX));
+        raiseIf(world, octets > INT32_MAX, Msg::kLengthTooLong, INT32_MAX);
         return _qor_write_bytes_d(world, pos, room, nullptr, static_cast<QorLong>(octets));
     }
 
@@ -196,13 +183,11 @@ QorLong countSubidentifiers(QorGlobal *world, const unsigned char *p, QorLong le
     QorLong count = 0;
     bool atStart = true;
     for (QorLong i = 0; i < length; i++) {
-        if (atStart && p[i] == 0x80 && !lenient)
-            raise(world, kSubidNeedlesslyLong, longValue(0));
+        raiseIf(world, atStart && p[i] == 0x80 && !lenient, Msg::kSubidNeedlesslyLong, 0);
         atStart = (p[i] & 0x80) == 0;
         count += atStart ? 1 : 0;
     }
-    if (!atStart)
-        raise(world, kMisencoded, longValue(0));
+    raiseIf(world, !atStart, Msg::kMisencoded, 0);
     return count;
 }
 
@@ -211,10 +196,8 @@ QorLong countSubidentifiers(QorGlobal *world, const unsigned char *p, QorLong le
 const unsigned char *takeContents(QorGlobal *world, unsigned char **pos, QorLong *room,
                                   QorLong length, QorLong *subids)
 {
-    if (length < 0 || (length == 0 && !relaxed(world)))
-        raise(world, kMisencoded, longValue(0));
-    if (length > kMaxContents)
-        raise(world, kTooManySubids, longValue(length));
+    raiseIf(world, length < 0 || (length == 0 && !relaxed(world)), Msg::kMisencoded, 0);
+    raiseIf(world, length > kMaxContents, Msg::kTooManySubids, length);
     needInput(world, room, length);
     const unsigned char *p = *pos;
     *subids = countSubidentifiers(world, p, length);
@@ -229,10 +212,9 @@ const unsigned char *takeContents(QorGlobal *world, unsigned char **pos, QorLong
 void checkLimit(QorGlobal *world, QorLong count, QorLong max, bool inlineArray)
 {
     if (max < 0) {
-        if (count > -int64_t{max})
-            raise(world, kLengthTooLong, longValue(count));
+        raiseIf(world, count > -int64_t{max}, Msg::kLengthTooLong, count);
     } else if ((max > 0 || inlineArray) && count > max) {
-        raise(world, kSizeExceeded, longValue(count));
+        raise(world, Msg::kSizeExceeded, longValue(count));
     }
 }
 
@@ -249,8 +231,7 @@ void readArcs(QorGlobal *world, const unsigned char *p, QorLong length, Arc *out
         unsigned char c;
         do {
             c = *p++;
-            if ((value & kTopSeven) != 0)
-                raise(world, kSubidTooLong, longValue(index));
+            raiseIf(world, (value & kTopSeven) != 0, Msg::kSubidTooLong, index);
             value = (value << 7) | (c & 0x7f);
         } while ((c & 0x80) != 0);
         if (index == 0) {
@@ -292,8 +273,7 @@ QorLong decodeToInline(QorGlobal *world, unsigned char **pos, QorLong *room, Qor
     const unsigned char *p = takeContents(world, pos, room, length, &subids);
     QorLong arcs = arcCount(subids);
     checkLimit(world, arcs, max, true);
-    if (arcs > 0 && out == nullptr)
-        raise(world, kNullInput, longValue(0));
+    raiseIf(world, arcs > 0 && out == nullptr, Msg::kNullInput, 0);
     readArcs(world, p, length, out);
     return arcs;
 }
@@ -332,12 +312,9 @@ extern "C" {
 QorLong _qor_encd_eobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
                             const unsigned char *data, QorLong length, QorLong max)
 {
-    if (length < 0)
-        raise(world, kMisencoded, longValue(length));
-    if (max >= 0 && length > max)
-        raise(world, kSizeExceeded, longValue(length));
-    if (length > 0 && data == nullptr)
-        raise(world, kNullInput, longValue(0));
+    raiseIf(world, length < 0, Msg::kMisencoded, length);
+    raiseIf(world, max >= 0 && length > max, Msg::kSizeExceeded, length);
+    raiseIf(world, length > 0 && data == nullptr, Msg::kNullInput, 0);
     return _qor_write_bytes_d(world, pos, room, data, length);
 }
 
@@ -396,8 +373,7 @@ QorLong _qor_dec_eobjid_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
         }
         *static_cast<unsigned char **>(out) = copy;
     } else if (length > 0) {
-        if (out == nullptr)
-            raise(world, kNullInput, longValue(0));
+        raiseIf(world, out == nullptr, Msg::kNullInput, 0);
         memcpy(out, p, static_cast<size_t>(length));
     }
     return length;

@@ -9,17 +9,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kNotImplemented = 2;
-constexpr int kNullInput = 71;
-constexpr int kEmptyAny = 81;
-constexpr int kEmptyOpenType = 82;
-constexpr int kDecodedWithoutFlag = 88;
-constexpr int kFlagWithoutPdu = 89;
-constexpr int kDeferredWithoutLength = 90;
-constexpr int kLengthTooLong = 98;
-constexpr int kNonStandardEoc = 100;
-constexpr int kPrimitiveIndefinite = 119;
-
 // From this release on, generated code passes a length of 0 for an absent
 // value of the two-word open type; before it, 0 told nothing.
 constexpr uint16_t kAbsentByLength = 26;
@@ -31,8 +20,7 @@ bool atEndOfContents(QorGlobal *world, unsigned char *pos, QorLong room)
 {
     if (_qor_dec_tag(world, &pos, &room) != 0)
         return false;
-    if (_qor_dec_length(world, &pos, &room) != 0)
-        raise(world, kNonStandardEoc, longValue(0));
+    raiseIf(world, _qor_dec_length(world, &pos, &room) != 0, Msg::kNonStandardEoc, 0);
     return true;
 }
 
@@ -53,8 +41,7 @@ QorLong keepItem(QorGlobal *world, unsigned char **pos, QorLong *room, unsigned 
     QorLong left = *room;
     _qor_dec_tag(world, &p, &left);
     QorLong length = _qor_dec_length(world, &p, &left);
-    if (length < 0 && world->bitOffset == 0)
-        raise(world, kPrimitiveIndefinite, longValue(0));
+    raiseIf(world, length < 0 && world->bitOffset == 0, Msg::kIndefinitePrimitive, 0);
     _qor_skip_past_item(world, &p, &left, length);
     QorLong size = *room - left;
     *out = keep(world, *pos, size);
@@ -89,8 +76,7 @@ const unsigned char *storedContents(QorGlobal *world, const unsigned char *data,
     const unsigned char *p = data;
     const unsigned char *end = data + size;
     auto next = [&]() -> unsigned char {
-        if (p == end)
-            raise(world, kMisencoded, longValue(size));
+        raiseIf(world, p == end, Msg::kMisencoded, size);
         return *p++;
     };
     if ((next() & 0x1f) == 0x1f) {
@@ -101,8 +87,7 @@ const unsigned char *storedContents(QorGlobal *world, const unsigned char *data,
     QorLong length;
     if (first == 0x80) {
         length = static_cast<QorLong>(end - p) - 2;
-        if (length < 0 || p[length] != 0 || p[length + 1] != 0)
-            raise(world, kMisencoded, longValue(size));
+        raiseIf(world, length < 0 || p[length] != 0 || p[length + 1] != 0, Msg::kMisencoded, size);
     } else if (first < 0x80) {
         length = first;
     } else {
@@ -110,23 +95,19 @@ const unsigned char *storedContents(QorGlobal *world, const unsigned char *data,
         uint64_t value = 0;
         for (int i = 0; i < count; i++) {
             value = (value << 8) | next();
-            if (value > INT32_MAX)
-                raise(world, kMisencoded, longValue(size));
+            raiseIf(world, value > INT32_MAX, Msg::kMisencoded, size);
         }
         length = static_cast<QorLong>(value);
     }
-    if (length > end - p)
-        raise(world, kMisencoded, longValue(size));
+    raiseIf(world, length > end - p, Msg::kMisencoded, size);
     *contents = length;
     return p;
 }
 
 void checkStoredSize(QorGlobal *world, QorULong length, const unsigned char *data)
 {
-    if (length > INT32_MAX)
-        raise(world, kLengthTooLong, longValue(static_cast<QorLong>(length)));
-    if (data == nullptr)
-        raise(world, kNullInput, longValue(0));
+    raiseIf(world, length > INT32_MAX, Msg::kLengthTooLong, static_cast<QorLong>(length));
+    raiseIf(world, data == nullptr, Msg::kNullInput, 0);
 }
 
 } // namespace
@@ -138,17 +119,14 @@ extern "C" {
 // refused rather than written from a stale `encoded`.
 QorLong _qor_encd_opentype(QorGlobal *world, unsigned char **pos, QorLong *room, const void *record)
 {
-    if (record == nullptr)
-        raise(world, kNullInput, longValue(0));
+    raiseIf(world, record == nullptr, Msg::kNullInput, 0);
     const auto *value = static_cast<const QorOpenType *>(record);
     if (value->decoded != nullptr) {
         if ((world->encodingFlags & AUTOMATIC_ENCDEC) != 0)
-            raise(world, value->pduNum == 0 ? kFlagWithoutPdu : kNotImplemented, longValue(0));
-        if (value->pduNum != 0 && value->length == 0)
-            raise(world, kDecodedWithoutFlag, longValue(0));
+            raise(world, value->pduNum == 0 ? Msg::kFlagWithoutPdu : Msg::kNotImplemented, longValue(0));
+        raiseIf(world, value->pduNum != 0 && value->length == 0, Msg::kDecodedWithoutFlag, 0);
     }
-    if (value->length == 0)
-        raise(world, kEmptyOpenType, longValue(0));
+    raiseIf(world, value->length == 0, Msg::kEmptyOpenType, 0);
     checkStoredSize(world, value->length, value->encoded);
     return _qor_write_bytes_d(world, pos, room, value->encoded, static_cast<QorLong>(value->length));
 }
@@ -165,7 +143,7 @@ QorLong _qor_dec_opentype(QorGlobal *world, unsigned char **pos, QorLong *room, 
     if (length != 0 && !(length < 0 && atEndOfContents(world, *pos, *room)))
         size = keepItem(world, pos, room, &encoded);
     else if ((world->decodingFlags & (STRICT_ENCODING_DECODING_RULES | AUTOMATIC_ENCDEC)) != 0)
-        raise(world, kEmptyOpenType, longValue(0));
+        raise(world, Msg::kEmptyOpenType, longValue(0));
     value->pduNum = 0;
     value->length = static_cast<QorULong>(size);
     value->encoded = encoded;
@@ -189,8 +167,7 @@ QorLong _qor_dec_new_opentype(QorGlobal *world, unsigned char **pos, QorLong *ro
         if (length != 0 && !(length < 0 && atEndOfContents(world, *pos, *room)))
             size = keepItem(world, pos, room, &encoded);
     } else {
-        if (length <= 0 && atEndOfContents(world, *pos, *room))
-            raise(world, kEmptyOpenType, longValue(0));
+        raiseIf(world, length <= 0 && atEndOfContents(world, *pos, *room), Msg::kEmptyOpenType, 0);
         size = keepItem(world, pos, room, &encoded);
     }
     record->length = static_cast<QorULong>(size);
@@ -201,12 +178,9 @@ QorLong _qor_dec_new_opentype(QorGlobal *world, unsigned char **pos, QorLong *ro
 QorLong _qor_encd_uany(QorGlobal *world, unsigned char **pos, QorLong *room,
                        const unsigned char *data, QorLong length)
 {
-    if (length < 0)
-        raise(world, kMisencoded, longValue(length));
-    if (length == 0)
-        raise(world, kEmptyAny, longValue(0));
-    if (data == nullptr)
-        raise(world, kNullInput, longValue(0));
+    raiseIf(world, length < 0, Msg::kMisencoded, length);
+    raiseIf(world, length == 0, Msg::kEmptyAny, 0);
+    raiseIf(world, data == nullptr, Msg::kNullInput, 0);
     return _qor_write_bytes_d(world, pos, room, data, length);
 }
 
@@ -216,7 +190,7 @@ QorLong _qor_dec_uany(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
                       unsigned char **out)
 {
     if (length == 0 || (length < 0 && atEndOfContents(world, *pos, *room)))
-        raise(world, kEmptyAny, longValue(0));
+        raise(world, Msg::kEmptyAny, longValue(0));
     return keepItem(world, pos, room, out);
 }
 
@@ -224,11 +198,9 @@ QorLong _qor_dec_uany(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
 // and length.
 QorLong _qor_encd_defer(QorGlobal *world, unsigned char **pos, QorLong *room, const void *record)
 {
-    if (record == nullptr)
-        raise(world, kNullInput, longValue(0));
+    raiseIf(world, record == nullptr, Msg::kNullInput, 0);
     const auto *value = static_cast<const QorOpenType *>(record);
-    if (value->length == 0)
-        raise(world, kDeferredWithoutLength, longValue(0));
+    raiseIf(world, value->length == 0, Msg::kDeferredWithoutLength, 0);
     checkStoredSize(world, value->length, value->encoded);
     QorLong contents;
     const unsigned char *p =
@@ -250,8 +222,7 @@ QorLong _qor_dec_defer(QorGlobal *world, unsigned char **pos, QorLong *room, Qor
     if (tag == 0) {
         size = keepItem(world, pos, room, &encoded);
     } else {
-        if (length < 0 && constructed == 0)
-            raise(world, kPrimitiveIndefinite, longValue(0));
+        raiseIf(world, length < 0 && constructed == 0, Msg::kIndefinitePrimitive, 0);
         unsigned char header[16];
         unsigned char *end = putPackedTag(header, tag, constructed != 0);
         if (length < 0)
@@ -263,8 +234,7 @@ QorLong _qor_dec_defer(QorGlobal *world, unsigned char **pos, QorLong *room, Qor
         QorLong left = *room;
         _qor_skip_past_item(world, &p, &left, length);
         QorLong contents = *room - left;
-        if (contents > INT32_MAX - headerSize)
-            raise(world, kLengthTooLong, longValue(contents));
+        raiseIf(world, contents > INT32_MAX - headerSize, Msg::kLengthTooLong, contents);
         size = headerSize + contents;
         encoded = static_cast<unsigned char *>(_qor_dec_getmem_internal(world, size));
         memcpy(encoded, header, static_cast<size_t>(headerSize));
@@ -287,8 +257,7 @@ void _qor_dec_rsf_ext(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
                       QorLong *count)
 {
     QorExtensionAddition *record = *chain;
-    if (record == nullptr)
-        raise(world, kNullInput, longValue(0));
+    raiseIf(world, record == nullptr, Msg::kNullInput, 0);
     unsigned char *value = nullptr;
     record->length = _qor_dec_uany(world, savedPos, savedRoom, length, &value);
     record->value = value;

@@ -10,19 +10,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kInvalidDecimal = 83;
-constexpr int kInvalidMixedKind = 84;
-constexpr int kExponentTooLong = 94;
-constexpr int kNoMantissaDigits = 107;
-constexpr int kNoExponentDigits = 108;
-constexpr int kBadNr1 = 109;
-constexpr int kBadNr2 = 110;
-constexpr int kBadNr3 = 111;
-constexpr int kZeroWithContents = 112;
-constexpr int kReservedReal = 113;
-constexpr int kIndefinitePrimitive = 119;
-constexpr int kRealTooLarge = 128;
-
 // compatFlags: DER decimal texts go out as given, not canonicalised.
 constexpr QorULong kDecimalAsGiven = 0x400;
 
@@ -80,17 +67,17 @@ bool mantissaIsZero(const char *text)
     return digits;
 }
 
-int parseMessage(int result)
+Msg parseMessage(int result)
 {
     switch (result) {
     case kDecimalNoMantissa:
-        return kNoMantissaDigits;
+        return Msg::kNoMantissaDigits;
     case kDecimalNoExponentDigits:
-        return kNoExponentDigits;
+        return Msg::kNoExponentDigits;
     case kDecimalExponentTooLong:
-        return kExponentTooLong;
+        return Msg::kExponentTooLong;
     default:
-        return kInvalidDecimal;
+        return Msg::kInvalidDecimal;
     }
 }
 
@@ -114,13 +101,11 @@ double binaryValue(QorGlobal *world, const unsigned char *contents, QorLong leng
     QorLong at = 1;
     QorLong count = (c & 3) + 1;
     if ((c & 3) == 3) {
-        if (length < 2)
-            raise(world, kExponentTooLong, longValue(0));
+        raiseIf(world, length < 2, Msg::kExponentTooLong, 0);
         count = contents[1];
         at = 2;
     }
-    if (count > 4 || count > length - at)
-        raise(world, kExponentTooLong, longValue(count));
+    raiseIf(world, count > 4 || count > length - at, Msg::kExponentTooLong, count);
     // The exponent is read within its own octets, whatever the room says.
     auto *p = const_cast<unsigned char *>(contents + at);
     QorLong left = count;
@@ -135,25 +120,23 @@ double binaryValue(QorGlobal *world, const unsigned char *contents, QorLong leng
         exponent *= 16;
         break;
     case 3:
-        raise(world, kReservedReal, longValue(0));
+        raise(world, Msg::kReservedReal, longValue(0));
     default:
         break;
     }
     if (exponent > INT32_MAX || exponent < INT32_MIN)
-        raise(world, kExponentTooLong, longValue(given)); // the shift would lose bits
+        raise(world, Msg::kExponentTooLong, longValue(given)); // the shift would lose bits
     exponent += (c >> 2) & 3;
     double mantissa = 0;
     for (; at < length; at++)
         mantissa = mantissa * 256 + contents[at];
-    if (exponent > 1024)
-        raise(world, kRealTooLarge, longValue(0));
+    raiseIf(world, exponent > 1024, Msg::kRealTooLarge, 0);
     double v = std::ldexp(mantissa, static_cast<int>(exponent));
     if (!(v <= limits.largest)) // a long mantissa may pass the range on its own
-        raise(world, kRealTooLarge, longValue(0));
+        raise(world, Msg::kRealTooLarge, longValue(0));
     if ((c & 0x40) != 0)
         v = -v;
-    if (v == 0)
-        raise(world, kZeroWithContents, longValue(0));
+    raiseIf(world, v == 0, Msg::kZeroWithContents, 0);
     return v;
 }
 
@@ -161,12 +144,9 @@ double binaryValue(QorGlobal *world, const unsigned char *contents, QorLong leng
 // and no exponent, NR3 both. A form octet of 0 is not checked.
 void checkForm(QorGlobal *world, unsigned char form, const DecimalContents &d)
 {
-    if (form == 1 && (d.point || d.exponent))
-        raise(world, kBadNr1, longValue(0));
-    if (form == 2 && (!d.point || d.exponent))
-        raise(world, kBadNr2, longValue(0));
-    if (form == 3 && (!d.point || !d.exponent))
-        raise(world, kBadNr3, longValue(0));
+    raiseIf(world, form == 1 && (d.point || d.exponent), Msg::kBadNr1, 0);
+    raiseIf(world, form == 2 && (!d.point || d.exponent), Msg::kBadNr2, 0);
+    raiseIf(world, form == 3 && (!d.point || !d.exponent), Msg::kBadNr3, 0);
 }
 
 // Reads `length` octets of REAL contents and moves past them. The value of
@@ -176,8 +156,7 @@ RealItem takeReal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong 
                   const RealLimits &limits, bool decimalValue)
 {
     RealItem item{};
-    if (length < 0)
-        raise(world, kIndefinitePrimitive, longValue(0));
+    raiseIf(world, length < 0, Msg::kIndefinitePrimitive, 0);
     needInput(world, room, length);
     if (length == 0) {
         item.kind = RealItem::kEmpty;
@@ -189,13 +168,11 @@ RealItem takeReal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong 
         item.kind = RealItem::kBinary;
         item.value = binaryValue(world, contents, length, limits);
     } else if ((c & 0x40) != 0) {
-        if (length != 1 || c > 0x43)
-            raise(world, kReservedReal, longValue(0));
+        raiseIf(world, length != 1 || c > 0x43, Msg::kReservedReal, 0);
         item.kind = RealItem::kSpecial;
         item.octet = c;
     } else {
-        if (c > 3)
-            raise(world, kReservedReal, longValue(0));
+        raiseIf(world, c > 3, Msg::kReservedReal, 0);
         DecimalContents d;
         qorScanDecimalContents(world, contents + 1, length - 1, d);
         double v = 0;
@@ -205,8 +182,7 @@ RealItem takeReal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong 
                 v = -v;
         }
         checkForm(world, c, d);
-        if (d.zero || (decimalValue && v == 0))
-            raise(world, kZeroWithContents, longValue(0));
+        raiseIf(world, d.zero || (decimalValue && v == 0), Msg::kZeroWithContents, 0);
         item.kind = RealItem::kDecimal;
         item.value = v;
         item.text = contents + 1;
@@ -260,8 +236,7 @@ QorLong _qor_encd_real(QorGlobal *world, unsigned char **pos, QorLong *room, dou
         return 0; // zero has no contents
     // Base 2, scale 0, odd mantissa: the DER form, under every rule.
     BinaryReal parts;
-    if (!qorSplitReal(value, parts))
-        raise(world, kInvalidDecimal, longValue(0));
+    raiseIf(world, !qorSplitReal(value, parts), Msg::kInvalidDecimal, 0);
     int exponentOctets = 1;
     for (int32_t rest = parts.exponent < 0 ? ~parts.exponent : parts.exponent; rest > 127;
          rest >>= 8)
@@ -289,8 +264,7 @@ QorLong _qor_encd_real(QorGlobal *world, unsigned char **pos, QorLong *room, dou
 
 QorLong _qor_encd_creal(QorGlobal *world, unsigned char **pos, QorLong *room, const char *text)
 {
-    if (text == nullptr)
-        raise(world, kInvalidDecimal, longValue(0));
+    raiseIf(world, text == nullptr, Msg::kInvalidDecimal, 0);
     for (unsigned char octet = 0x40; octet <= 0x43; octet++)
         if (strcmp(text, specialRealText(octet)) == 0)
             return writeOctet(world, pos, room, octet);
@@ -324,8 +298,7 @@ QorLong _qor_encd_creal(QorGlobal *world, unsigned char **pos, QorLong *room, co
     }
 
     int form = decimalForm(out);
-    if (form == 0)
-        raise(world, kInvalidDecimal, longValue(0));
+    raiseIf(world, form == 0, Msg::kInvalidDecimal, 0);
     QorLong written = _qor_write_bytes_d(world, pos, room, out, static_cast<QorLong>(strlen(out)));
     written += writeOctet(world, pos, room, static_cast<unsigned char>(form));
     if (temp != nullptr)
@@ -345,7 +318,7 @@ QorLong _qor_encd_mreal_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
     case 1:
         return _qor_encd_creal(world, pos, room, mixed->value.decimal.text);
     default:
-        raise(world, kInvalidMixedKind, longValue(kind));
+        raise(world, Msg::kInvalidMixedKind, longValue(kind));
     }
 }
 
@@ -355,7 +328,7 @@ void _qor_dec_real(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong
     RealItem item = takeReal(world, pos, room, length, kDoubleLimits, true);
     if (item.kind == RealItem::kSpecial) {
         if (!qorStoreSpecialReal(item.octet, out, sizeof *out) && !relaxed(world))
-            raise(world, kRealTooLarge, longValue(0));
+            raise(world, Msg::kRealTooLarge, longValue(0));
         return;
     }
     *out = item.kind == RealItem::kEmpty ? 0.0 : item.value;
@@ -367,7 +340,7 @@ void _qor_dec_freal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLon
     RealItem item = takeReal(world, pos, room, length, kFloatLimits, true);
     if (item.kind == RealItem::kSpecial) {
         if (!qorStoreSpecialReal(item.octet, out, sizeof *out) && !relaxed(world))
-            raise(world, kRealTooLarge, longValue(0));
+            raise(world, Msg::kRealTooLarge, longValue(0));
         return;
     }
     if (item.kind == RealItem::kEmpty) {
@@ -377,8 +350,7 @@ void _qor_dec_freal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLon
     // Within the float range already; what rounds away to nothing is a zero
     // with contents, as it would be for a double.
     auto f = static_cast<float>(item.value);
-    if (f == 0)
-        raise(world, kZeroWithContents, longValue(0));
+    raiseIf(world, f == 0, Msg::kZeroWithContents, 0);
     *out = f;
 }
 

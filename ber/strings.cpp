@@ -12,37 +12,29 @@ using namespace qor;
 
 namespace {
 
-constexpr int kSizeViolated = 27;
-constexpr int kSizeExceeded = 79;
-constexpr int kLengthTooLong = 98;
-constexpr int kSizeTooLong = 99;
-constexpr int kEmbeddedNul = 114;
-constexpr int kNotWholeCharacters = 140;
-
 // `max` on memory the library sizes: above 0 a size constraint that
 // NOCONSTRAIN lifts; below 0 the representation's own limit, always kept.
-void checkMax(QorGlobal *world, QorLong count, QorLong max, int message = kSizeExceeded)
+void checkMax(QorGlobal *world, QorLong count, QorLong max, Msg message = Msg::kSizeExceeded)
 {
     if (max > 0) {
         if (count > max && !noConstrain(world))
             raise(world, message, longValue(count));
     } else if (max < 0 && count > -int64_t{max}) {
-        raise(world, kLengthTooLong, longValue(count));
+        raise(world, Msg::kLengthTooLong, longValue(count));
     }
 }
 
 // `max` on an inline array: the array cannot hold more, whatever the flags.
 // An array of capacity 0 holds nothing: 0 is no "unbounded" here.
-void checkCapacity(QorGlobal *world, QorLong count, QorLong max, int message)
+void checkCapacity(QorGlobal *world, QorLong count, QorLong max, Msg message)
 {
     if (max >= 0 && count > max)
         raise(world, message, longValue(count));
-    if (max < 0 && count > -int64_t{max})
-        raise(world, kLengthTooLong, longValue(count));
+    raiseIf(world, max < 0 && count > -int64_t{max}, Msg::kLengthTooLong, count);
 }
 
 // Octets that `count` items of `width` octets take, when they fit a length.
-QorLong octetsFor(QorGlobal *world, QorLong count, int width, int message)
+QorLong octetsFor(QorGlobal *world, QorLong count, int width, Msg message)
 {
     int64_t octets = int64_t{count} * width;
     if (octets > INT32_MAX - 8)
@@ -53,8 +45,7 @@ QorLong octetsFor(QorGlobal *world, QorLong count, int width, int message)
 QorLong writeOctets(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
                     QorLong length)
 {
-    if (length < 0 || (length > 0 && data == nullptr))
-        raise(world, kMisencoded, longValue(length));
+    raiseIf(world, length < 0 || (length > 0 && data == nullptr), Msg::kMisencoded, length);
     return _qor_write_bytes_d(world, pos, room, data, length);
 }
 
@@ -63,9 +54,8 @@ QorLong writeOctets(QorGlobal *world, unsigned char **pos, QorLong *room, const 
 QorLong writeWide(QorGlobal *world, unsigned char **pos, QorLong *room, const void *chars,
                   QorLong count, int width)
 {
-    if (count < 0 || (count > 0 && chars == nullptr))
-        raise(world, kMisencoded, longValue(count));
-    QorLong total = octetsFor(world, count, width, kSizeTooLong);
+    raiseIf(world, count < 0 || (count > 0 && chars == nullptr), Msg::kMisencoded, count);
+    QorLong total = octetsFor(world, count, width, Msg::kSizeTooLong);
     if (sizingOnly(world))
         return _qor_write_bytes_d(world, pos, room, nullptr, total);
     auto put = [width](unsigned char *out, QorULong c) {
@@ -96,8 +86,7 @@ QorLong writeWide(QorGlobal *world, unsigned char **pos, QorLong *room, const vo
 QorLong writeUtf8(QorGlobal *world, unsigned char **pos, QorLong *room, const void *chars,
                   QorLong count, QorLong max, int width)
 {
-    if (count < 0 || (count > 0 && chars == nullptr))
-        raise(world, kMisencoded, longValue(count));
+    raiseIf(world, count < 0 || (count > 0 && chars == nullptr), Msg::kMisencoded, count);
     checkMax(world, count, max > 0 ? max : 0);
     QorLong total = qorUtf8SizeOf(world, chars, count, width);
     if (sizingOnly(world))
@@ -193,8 +182,7 @@ QorLong decodeWide(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong
     FragmentTable table;
     qorInitFragments(&table);
     QorLong octets = qorReadStringContents(world, &table, pos, room, length);
-    if (octets % width != 0)
-        raise(world, kNotWholeCharacters, longValue(octets));
+    raiseIf(world, octets % width != 0, Msg::kNotWholeCharacters, octets);
     QorLong count = octets / width;
     checkMax(world, count, max);
     auto *chars = static_cast<unsigned char *>(toNewMemory(world, &table, octets));
@@ -227,7 +215,7 @@ QorLong decodeUtf8Wide(QorGlobal *world, unsigned char **pos, QorLong *room, Qor
     checkMax(world, count, max);
     void *chars = nullptr;
     if (count > 0) {
-        chars = _qor_dec_getmem_internal(world, octetsFor(world, count, width, kLengthTooLong));
+        chars = _qor_dec_getmem_internal(world, octetsFor(world, count, width, Msg::kLengthTooLong));
         qorDecodeUtf8Chars(world, chars, text, octets, width);
     }
     qorReleaseFragments(world, &table);
@@ -243,20 +231,18 @@ QorLong _qor_encd_nstr(QorGlobal *world, unsigned char **pos, QorLong *room, con
                        QorLong max)
 {
     size_t length = text != nullptr ? strlen(text) : 0;
-    if (length > INT32_MAX)
-        raise(world, kSizeTooLong, longValue(-1));
+    raiseIf(world, length > INT32_MAX, Msg::kSizeTooLong, -1);
     // Such a text lives in an array of `max` + 1 octets: a longer one has
     // run past it, which NOCONSTRAIN cannot make right.
     if (max > 0 && static_cast<QorLong>(length) > max)
-        raise(world, kSizeExceeded, longValue(static_cast<QorLong>(length)));
+        raise(world, Msg::kSizeExceeded, longValue(static_cast<QorLong>(length)));
     return _qor_write_bytes_d(world, pos, room, text, static_cast<QorLong>(length));
 }
 
 QorLong _qor_encd_pstr(QorGlobal *world, unsigned char **pos, QorLong *room, const char *data,
                        QorLong size)
 {
-    if (size < 0 || (size > 0 && data == nullptr))
-        raise(world, kMisencoded, longValue(size));
+    raiseIf(world, size < 0 || (size > 0 && data == nullptr), Msg::kMisencoded, size);
     // The padding is NUL octets and blanks, in any mix.
     while (size > 0 && (data[size - 1] == '\0' || data[size - 1] == ' '))
         size--;
@@ -278,8 +264,7 @@ QorLong _qor_encd_voct_ia(QorGlobal *world, unsigned char **pos, QorLong *room, 
 {
     // The array cannot hold more than `max`, so a longer length is corrupt
     // memory rather than a value NOCONSTRAIN could let through.
-    if (max >= 1 && length > max)
-        raise(world, kSizeExceeded, longValue(length));
+    raiseIf(world, max >= 1 && length > max, Msg::kSizeExceeded, length);
     return writeOctets(world, pos, room, data, length);
 }
 
@@ -303,8 +288,7 @@ QorLong _qor_encd_unistr_ia(QorGlobal *world, unsigned char **pos, QorLong *room
 QorLong _qor_encd_utf8unbound_ia(QorGlobal *world, unsigned char **pos, QorLong *room,
                                  const unsigned char *data, QorLong length, QorLong max)
 {
-    if (length < 0 || (length > 0 && data == nullptr))
-        raise(world, kMisencoded, longValue(length));
+    raiseIf(world, length < 0 || (length > 0 && data == nullptr), Msg::kMisencoded, length);
     if (max > 0 && length > max && !noConstrain(world)) {
         // Characters are the octets that do not continue a sequence.
         QorLong count = 0;
@@ -346,8 +330,7 @@ QorLong _qor_dec_voct_ia(QorGlobal *world, unsigned char **pos, QorLong *room, Q
     FragmentTable table;
     qorInitFragments(&table);
     QorLong count = qorReadStringContents(world, &table, pos, room, length);
-    if (max >= 0 && count > max)
-        raise(world, kSizeExceeded, longValue(count));
+    raiseIf(world, max >= 0 && count > max, Msg::kSizeExceeded, count);
     QorLong kept = keptOfVarying(count, max);
     qorCopyFragments(&table, static_cast<unsigned char *>(out), kept);
     qorReleaseFragments(world, &table);
@@ -381,7 +364,7 @@ QorLong _qor_dec_nstr(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
     FragmentTable table;
     qorInitFragments(&table);
     QorLong count = qorReadStringContents(world, &table, pos, room, length);
-    checkCapacity(world, count, max, kSizeViolated);
+    checkCapacity(world, count, max, Msg::kSizeViolated);
     qorCopyFragments(&table, reinterpret_cast<unsigned char *>(out), count);
     qorReleaseFragments(world, &table);
     // The octets go in as they are: a NUL inside shortens the text, and the
@@ -396,13 +379,11 @@ QorLong _qor_dec_nstr_ptr(QorGlobal *world, unsigned char **pos, QorLong *room, 
     FragmentTable table;
     qorInitFragments(&table);
     QorLong count = qorReadStringContents(world, &table, pos, room, length);
-    checkMax(world, count, max, kSizeViolated);
-    if (count > INT32_MAX - 8)
-        raise(world, kLengthTooLong, longValue(count));
+    checkMax(world, count, max, Msg::kSizeViolated);
+    raiseIf(world, count > INT32_MAX - 8, Msg::kLengthTooLong, count);
     auto *text = static_cast<char *>(toNewMemory(world, &table, count, 1));
     qorReleaseFragments(world, &table);
-    if (memchr(text, 0, static_cast<size_t>(count)) != nullptr)
-        raise(world, kEmbeddedNul, longValue(0));
+    raiseIf(world, memchr(text, 0, static_cast<size_t>(count)) != nullptr, Msg::kEmbeddedNul, 0);
     text[count] = '\0';
     *out = text;
     return count;
@@ -414,8 +395,7 @@ QorLong _qor_dec_pstr(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
     FragmentTable table;
     qorInitFragments(&table);
     QorLong count = qorReadStringContents(world, &table, pos, room, length);
-    if (count > (size > 0 ? size : 0))
-        raise(world, kSizeExceeded, longValue(count));
+    raiseIf(world, count > (size > 0 ? size : 0), Msg::kSizeExceeded, count);
     qorCopyFragments(&table, reinterpret_cast<unsigned char *>(out), count);
     qorReleaseFragments(world, &table);
     if (size > count)

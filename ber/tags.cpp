@@ -6,12 +6,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kTagNeedlesslyLong = 91;
-constexpr int kTagTooLong = 92;
-constexpr int kLengthTooLong = 98;
-constexpr int kNonStandardEoc = 100;
-constexpr int kTagMismatch = 103;
-
 // The packed form of a tag given in the decoders' expected form: octets in
 // stream order from the low byte, constructed bit clear.
 QorULong packedOfExpected(QorULong expected)
@@ -72,16 +66,14 @@ QorULong _qor_dec_tag(QorGlobal *world, unsigned char **pos, QorLong *room)
             needInput(world, room, 1);
             c = **pos;
             // At most 14 bits of tag number.
-            if (number > 127)
-                raise(world, kTagTooLong, longValue(static_cast<QorLong>(number)));
+            raiseIf(world, number > 127, Msg::kTagTooLong, static_cast<QorLong>(number));
             if (octets++ == 0 && c == 0x80)
                 leadingZero = true;
             ++*pos;
             --*room;
             number = (number << 7) | (c & 0x7f);
         } while ((c & 0x80) != 0);
-        if ((number < 31 || leadingZero) && !relaxed(world))
-            raise(world, kTagNeedlesslyLong, longValue(0));
+        raiseIf(world, (number < 31 || leadingZero) && !relaxed(world), Msg::kTagNeedlesslyLong, 0);
     }
     return (static_cast<QorULong>(first & 0xc0) << 8) | number;
 }
@@ -101,17 +93,15 @@ QorLong _qor_dec_length(QorGlobal *world, unsigned char **pos, QorLong *room)
     int count = first & 0x7f;
     QorULong value = 0;
     for (int i = 0; i < count; i++) {
-        if ((value >> 24) != 0)
-            raise(world, kLengthTooLong, longValue(static_cast<QorLong>(value)));
+        raiseIf(world, (value >> 24) != 0, Msg::kLengthTooLong, static_cast<QorLong>(value));
         needInput(world, room, 1);
         value = (value << 8) | *(*pos)++;
         --*room;
     }
-    if (value > INT32_MAX)
-        raise(world, kLengthTooLong, longValue(static_cast<QorLong>(value)));
+    raiseIf(world, value > INT32_MAX, Msg::kLengthTooLong, static_cast<QorLong>(value));
     // An open type's encoder re-reads its own data with a room that means nothing.
     if (world->operation > QOR_OP_ENCODE && static_cast<QorLong>(value) > *room)
-        raise(world, kEndOfInput, longValue(0));
+        raise(world, Msg::kEndOfInput, longValue(0));
     return static_cast<QorLong>(value);
 }
 
@@ -150,7 +140,7 @@ QorLong _qor_dec_tag_length(QorGlobal *world, unsigned char **pos, QorLong *room
             QorULong wanted = packedOfExpected(expected);
             QorULong found = _qor_dec_tag(world, pos, room);
             if (found != wanted || !relaxed(world))
-                raise(world, kTagMismatch, longValue(static_cast<QorLong>((wanted << 16) | found)));
+                raise(world, Msg::kTagMismatch, longValue(static_cast<QorLong>((wanted << 16) | found)));
         }
     }
     needInput(world, room, 1);
@@ -169,8 +159,7 @@ QorLong _qor_dec_tag_length(QorGlobal *world, unsigned char **pos, QorLong *room
         --*room;
         count--;
     }
-    if (count > 4 || (count == 4 && (**pos & 0x80) != 0))
-        raise(world, kLengthTooLong, longValue(count));
+    raiseIf(world, count > 4 || (count == 4 && (**pos & 0x80) != 0), Msg::kLengthTooLong, count);
     QorULong value = 0;
     for (QorLong i = 0; i < count; i++)
         value = (value << 8) | *(*pos)++;
@@ -194,8 +183,7 @@ void _qor_skip_past_item(QorGlobal *world, unsigned char **pos, QorLong *room, Q
         QorULong tag = _qor_dec_tag(world, pos, room);
         QorLong itemLength = _qor_dec_length(world, pos, room);
         if (tag == 0) {
-            if (itemLength != 0)
-                raise(world, kNonStandardEoc, longValue(0));
+            raiseIf(world, itemLength != 0, Msg::kNonStandardEoc, 0);
             depth--;
         } else if (itemLength < 0) {
             depth++;

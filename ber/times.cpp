@@ -8,19 +8,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kNotUtc = 8;
-constexpr int kBadTime = 72;
-constexpr int kBadMonth = 73;
-constexpr int kBadDay = 74;
-constexpr int kBadHour = 75;
-constexpr int kBadMinute = 76;
-constexpr int kBadSecond = 77;
-constexpr int kBadMillisecond = 78;
-constexpr int kSizeExceeded = 79;
-constexpr int kLengthTooLong = 98;
-constexpr int kNulInText = 114;
-constexpr int kIndefinitePrimitive = 119;
-
 // compatFlags: a NUL may end a time held as text; DER time strictness is off
 // (and the text check admits "z" for "Z").
 constexpr QorULong kTrailingNulAllowed = 0x80;
@@ -44,8 +31,7 @@ char *putNumber(QorGlobal *world, char *out, int value, int digits)
     int limit = 1;
     for (int i = 0; i < digits; i++)
         limit *= 10;
-    if (value < 0 || value >= limit)
-        raise(world, kBadTime, longValue(0));
+    raiseIf(world, value < 0 || value >= limit, Msg::kBadTime, 0);
     for (int i = digits - 1; i >= 0; i--) {
         out[i] = static_cast<char>('0' + value % 10);
         value /= 10;
@@ -55,18 +41,13 @@ char *putNumber(QorGlobal *world, char *out, int value, int digits)
 
 void checkFields(QorGlobal *world, const GeneralizedTime *t, bool utcTime)
 {
-    if (t->month < 1 || t->month > 12)
-        raise(world, kBadMonth, longValue(t->month));
-    if (t->day < 1 || t->day > 31)
-        raise(world, kBadDay, longValue(t->day));
-    if (t->hour < 0 || t->hour > 23)
-        raise(world, kBadHour, longValue(t->hour));
-    if (t->minute < 0 || t->minute > 59)
-        raise(world, kBadMinute, longValue(t->minute));
-    if (t->second < 0 || t->second > 59)
-        raise(world, kBadSecond, longValue(t->second));
+    raiseIf(world, t->month < 1 || t->month > 12, Msg::kBadMonth, t->month);
+    raiseIf(world, t->day < 1 || t->day > 31, Msg::kBadDay, t->day);
+    raiseIf(world, t->hour < 0 || t->hour > 23, Msg::kBadHour, t->hour);
+    raiseIf(world, t->minute < 0 || t->minute > 59, Msg::kBadMinute, t->minute);
+    raiseIf(world, t->second < 0 || t->second > 59, Msg::kBadSecond, t->second);
     if (t->millisec < 0 || t->millisec > 999 || (utcTime && t->millisec != 0))
-        raise(world, kBadMillisecond, longValue(t->millisec));
+        raise(world, Msg::kBadMillisecond, longValue(t->millisec));
 }
 
 // "+hhmm" or "-hhmm" for an offset in minutes.
@@ -104,8 +85,7 @@ QorLong encodeTime(QorGlobal *world, unsigned char **pos, QorLong *room, const G
         // BER drops seconds of "00"; the minutes stay, as UTCTime needs them.
         if (ber && endsWith00(afterMinute, out))
             out = afterMinute;
-        if (!t->utc && t->mindiff != 0 && derOrCer(world))
-            raise(world, kNotUtc, longValue(0));
+        raiseIf(world, !t->utc && t->mindiff != 0 && derOrCer(world), Msg::kTimeNotUtc, 0);
         if (t->utc || t->mindiff == 0)
             *out++ = 'Z';
         else
@@ -129,7 +109,7 @@ QorLong encodeTime(QorGlobal *world, unsigned char **pos, QorLong *room, const G
         if (t->utc)
             *out++ = 'Z';
         else if (derOrCer(world))
-            raise(world, kNotUtc, longValue(0));
+            raise(world, Msg::kTimeNotUtc, longValue(0));
         else if (t->mindiff != 0)
             out = putOffset(world, out, t->mindiff);
     }
@@ -147,8 +127,7 @@ int takeNumber(QorGlobal *world, TimeCursor &in, int digits)
 {
     int value = 0;
     for (int i = 0; i < digits; i++) {
-        if (!in.digitAt(0))
-            raise(world, kMisencoded, longValue(0));
+        raiseIf(world, !in.digitAt(0), Msg::kMisencoded, 0);
         value = value * 10 + (*in.p++ - '0');
     }
     return value;
@@ -162,8 +141,7 @@ constexpr int kFractionDigits = 9;
 void decodeTime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
                 GeneralizedTime *t, bool utcTime)
 {
-    if (length < 0)
-        raise(world, kIndefinitePrimitive, longValue(0));
+    raiseIf(world, length < 0, Msg::kIndefinitePrimitive, 0);
     needInput(world, room, length);
     TimeCursor in = {*pos, *pos + length};
     const bool strict = world->encRules == QOR_DER && (compatFlags(world) & kTimeNotStrict) == 0;
@@ -176,16 +154,12 @@ void decodeTime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong le
         *fields[present] = static_cast<int16_t>(takeNumber(world, in, 2));
         present++;
     }
-    if (!utcTime && present < 2)
-        raise(world, kMisencoded, longValue(0));
-    if (strict && present < 5)
-        raise(world, kNotUtc, longValue(0));
-    if (strict && in.end[-1] != 'Z')
-        raise(world, kNotUtc, longValue(0));
+    raiseIf(world, !utcTime && present < 2, Msg::kMisencoded, 0);
+    raiseIf(world, strict && present < 5, Msg::kTimeNotUtc, 0);
+    raiseIf(world, strict && in.end[-1] != 'Z', Msg::kTimeNotUtc, 0);
 
     if (!utcTime && in.p < in.end && (*in.p == '.' || *in.p == ',')) {
-        if (strict && *in.p == ',')
-            raise(world, kNotUtc, longValue(0));
+        raiseIf(world, strict && *in.p == ',', Msg::kTimeNotUtc, 0);
         in.p++;
         int64_t value = 0;
         int64_t scale = 1;
@@ -196,8 +170,7 @@ void decodeTime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong le
                 scale *= 10;
             }
         }
-        if (strict && (count == 0 || in.p[-1] == '0'))
-            raise(world, kNotUtc, longValue(0));
+        raiseIf(world, strict && (count == 0 || in.p[-1] == '0'), Msg::kTimeNotUtc, 0);
         // The fraction is of the last field present; it is spread over the
         // fields below it, which are all zero.
         int64_t ms = value * kUnitMilliseconds[present] / scale;
@@ -220,8 +193,7 @@ void decodeTime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong le
         int offset = hours * 60 + minutes;
         t->mindiff = static_cast<int16_t>(minus ? -offset : offset);
     }
-    if (in.p != in.end)
-        raise(world, kMisencoded, longValue(0));
+    raiseIf(world, in.p != in.end, Msg::kMisencoded, 0);
     *pos += length;
     *room -= length;
 }
@@ -232,8 +204,7 @@ bool twoDigits(QorGlobal *world, const char *&p, int &value)
 {
     if (!isDigit(p[0]))
         return false;
-    if (!isDigit(p[1]))
-        raise(world, kBadTime, longValue(0));
+    raiseIf(world, !isDigit(p[1]), Msg::kBadTime, 0);
     value = (p[0] - '0') * 10 + (p[1] - '0');
     p += 2;
     return true;
@@ -243,8 +214,7 @@ int requiredDigits(QorGlobal *world, const char *&p, int digits)
 {
     int value = 0;
     for (int i = 0; i < digits; i++, p++) {
-        if (!isDigit(*p))
-            raise(world, kBadTime, longValue(0));
+        raiseIf(world, !isDigit(*p), Msg::kBadTime, 0);
         value = value * 10 + (*p - '0');
     }
     return value;
@@ -281,11 +251,10 @@ void _qor_dec_gtime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLon
 QorLong _qor_encd_untime(QorGlobal *world, unsigned char **pos, QorLong *room, const char *text,
                          QorLong max, int kind)
 {
-    if (text == nullptr)
-        raise(world, kBadTime, longValue(0));
+    raiseIf(world, text == nullptr, Msg::kBadTime, 0);
     size_t length = strlen(text);
     if (max > 0 && length > static_cast<size_t>(max))
-        raise(world, kSizeExceeded, longValue(static_cast<QorLong>(length)));
+        raise(world, Msg::kSizeExceeded, longValue(static_cast<QorLong>(length)));
     if ((world->encodingFlags & NOCONSTRAIN) == 0)
         _qor_check_nullterm_time(world, text, kind);
     return _qor_write_bytes_d(world, pos, room, text, static_cast<QorLong>(length));
@@ -294,16 +263,14 @@ QorLong _qor_encd_untime(QorGlobal *world, unsigned char **pos, QorLong *room, c
 void _qor_dec_untime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
                      char **out, QorLong max, int kind)
 {
-    if (length < 0)
-        raise(world, kIndefinitePrimitive, longValue(0));
+    raiseIf(world, length < 0, Msg::kIndefinitePrimitive, 0);
     if (max > 0 && length > max && (world->decodingFlags & NOCONSTRAIN) == 0)
-        raise(world, kSizeExceeded, longValue(length));
-    if (max < 0 && length > -static_cast<int64_t>(max))
-        raise(world, kLengthTooLong, longValue(length));
+        raise(world, Msg::kSizeExceeded, longValue(length));
+    raiseIf(world, max < 0 && length > -static_cast<int64_t>(max), Msg::kLengthTooLong, length);
     needInput(world, room, length);
     if (length > 0 && (*pos)[length - 1] == '\0' &&
         (compatFlags(world) & kTrailingNulAllowed) == 0)
-        raise(world, kNulInText, longValue(0));
+        raise(world, Msg::kEmbeddedNul, longValue(0));
     auto *text = static_cast<char *>(_qor_dec_getfixmem(world, length + 1));
     if (length > 0)
         memcpy(text, *pos, static_cast<size_t>(length));
@@ -317,8 +284,7 @@ void _qor_dec_untime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLo
 
 void _qor_check_nullterm_time(QorGlobal *world, const char *text, int isUTCTime)
 {
-    if (text == nullptr)
-        raise(world, kBadTime, longValue(0));
+    raiseIf(world, text == nullptr, Msg::kBadTime, 0);
     const bool strict = derOrCer(world);
     const bool lowerZ = (compatFlags(world) & kTimeNotStrict) != 0;
     const char *p = text;
@@ -329,23 +295,16 @@ void _qor_check_nullterm_time(QorGlobal *world, const char *text, int isUTCTime)
     int minute = 0;
     int second = 0;
     if (!twoDigits(world, p, minute) || !twoDigits(world, p, second)) {
-        if (strict)
-            raise(world, kNotUtc, longValue(0));
+        raiseIf(world, strict, Msg::kTimeNotUtc, 0);
     }
-    if (month < 1 || month > 12)
-        raise(world, kBadMonth, longValue(month));
-    if (day < 1 || day > 31)
-        raise(world, kBadDay, longValue(day));
-    if (hour > 23)
-        raise(world, kBadHour, longValue(hour));
-    if (minute > 59)
-        raise(world, kBadMinute, longValue(minute));
-    if (second > 59)
-        raise(world, kBadSecond, longValue(second));
+    raiseIf(world, month < 1 || month > 12, Msg::kBadMonth, month);
+    raiseIf(world, day < 1 || day > 31, Msg::kBadDay, day);
+    raiseIf(world, hour > 23, Msg::kBadHour, hour);
+    raiseIf(world, minute > 59, Msg::kBadMinute, minute);
+    raiseIf(world, second > 59, Msg::kBadSecond, second);
 
     if (!isUTCTime && (*p == '.' || *p == ',')) {
-        if (strict && *p == ',')
-            raise(world, kNotUtc, longValue(0));
+        raiseIf(world, strict && *p == ',', Msg::kTimeNotUtc, 0);
         p++;
         bool zeros = false;
         for (; *p == '0'; p++)
@@ -354,21 +313,18 @@ void _qor_check_nullterm_time(QorGlobal *world, const char *text, int isUTCTime)
         for (; isDigit(*p); p++)
             digits++; // nine are read, the rest skipped: none changes the check
         if (!zeros && digits == 0)
-            raise(world, strict ? kNotUtc : kBadTime, longValue(0));
-        if (strict && p[-1] == '0')
-            raise(world, kNotUtc, longValue(0));
+            raise(world, strict ? Msg::kTimeNotUtc : Msg::kBadTime, longValue(0));
+        raiseIf(world, strict && p[-1] == '0', Msg::kTimeNotUtc, 0);
     }
 
     // The end: nothing, "Z", or an offset of two or four digits. Strict
     // rules take "Z" alone, or "z" too when the compatibility flag says so.
     const bool z = *p == 'Z' || (lowerZ && *p == 'z');
-    if (strict && !z)
-        raise(world, kNotUtc, longValue(0));
+    raiseIf(world, strict && !z, Msg::kTimeNotUtc, 0);
     if (*p == '\0')
         return;
     if (*p == 'Z' || *p == 'z') {
-        if (p[1] != '\0')
-            raise(world, kBadTime, longValue(0));
+        raiseIf(world, p[1] != '\0', Msg::kBadTime, 0);
         return;
     }
     if (*p == '+' || *p == '-') {
@@ -378,7 +334,7 @@ void _qor_check_nullterm_time(QorGlobal *world, const char *text, int isUTCTime)
             (*p == '\0' || (twoDigits(world, p, offset) && *p == '\0')))
             return;
     }
-    raise(world, kBadTime, longValue(0));
+    raise(world, Msg::kBadTime, longValue(0));
 }
 
 } // extern "C"

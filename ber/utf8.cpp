@@ -9,11 +9,6 @@ namespace qor {
 
 namespace {
 
-constexpr int kNoUtf8Form = 87;
-constexpr int kSizeTooLong = 99;
-constexpr int kUnknownSize = 101;
-constexpr int kBadSequence = 135;
-
 // First-octet marks of sequences of 2 to 6 octets.
 constexpr unsigned char kLeadMark[7] = {0, 0, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
 
@@ -36,11 +31,9 @@ int rawLength(QorULong v)
                            : 6;
 }
 
-
 void checkWidth(QorGlobal *world, int width)
 {
-    if (width != 1 && width != 2 && width != 4)
-        raise(world, kUnknownSize, longValue(width));
+    raiseIf(world, width != 1 && width != 2 && width != 4, Msg::kUnknownSize, width);
 }
 
 } // namespace
@@ -115,19 +108,17 @@ bool qorDecodeUtf8Char(QorGlobal *world, void *out, const unsigned char *in, Qor
         memcpy(out, &value, 4);
         break;
     case 2: {
-        if (value > 0xFFFF)
-            raise(world, kSizeTooLong, longValue(static_cast<QorLong>(value)));
+        raiseIf(world, value > 0xFFFF, Msg::kSizeTooLong, static_cast<QorLong>(value));
         auto c = static_cast<uint16_t>(value);
         memcpy(out, &c, 2);
         break;
     }
     case 1:
-        if (value > 0xFF)
-            raise(world, kSizeTooLong, longValue(static_cast<QorLong>(value)));
+        raiseIf(world, value > 0xFF, Msg::kSizeTooLong, static_cast<QorLong>(value));
         *static_cast<unsigned char *>(out) = static_cast<unsigned char>(value);
         break;
     default:
-        raise(world, kUnknownSize, longValue(width));
+        raise(world, Msg::kUnknownSize, longValue(width));
     }
     return true;
 }
@@ -138,12 +129,10 @@ QorLong qorUtf8SizeOf(QorGlobal *world, const void *chars, QorLong count, int wi
     int64_t total = 0;
     for (QorLong i = 0; i < count; i++) {
         int n = qorUtf8Length(charAt(chars, i, width));
-        if (n == 0)
-            raise(world, kNoUtf8Form, longValue(i));
+        raiseIf(world, n == 0, Msg::kNoUtf8Form, i);
         total += n;
     }
-    if (total > INT32_MAX)
-        raise(world, kSizeTooLong, longValue(count));
+    raiseIf(world, total > INT32_MAX, Msg::kSizeTooLong, count);
     return static_cast<QorLong>(total);
 }
 
@@ -161,7 +150,7 @@ QorLong qorUtf8CharCount(QorGlobal *world, const unsigned char *in, QorLong leng
         QorULong scratch;
         int used;
         if (!qorDecodeUtf8Char(world, &scratch, in + at, length - at, 4, &used))
-            raise(world, kBadSequence, longValue(0));
+            raise(world, Msg::kBadUtf8Sequence, longValue(0));
         at += used;
     }
     return count;
@@ -176,7 +165,7 @@ QorLong qorDecodeUtf8Chars(QorGlobal *world, void *out, const unsigned char *in,
     for (QorLong at = 0; at < length; count++) {
         int used;
         if (!qorDecodeUtf8Char(world, target, in + at, length - at, width, &used))
-            raise(world, kBadSequence, longValue(0));
+            raise(world, Msg::kBadUtf8Sequence, longValue(0));
         at += used;
         target += width;
     }

@@ -74,13 +74,13 @@ void abandonCall(QorGlobal *world, int exitValue, volatile int *code)
 
 int missingEntry(QorGlobal *world)
 {
-    report(world, 38, longValue(0));
+    report(world, Msg::kNullFunction, longValue(0));
     return QOR_NULL_FUNCTION;
 }
 
 int wrongVersion(QorGlobal *world, int wanted)
 {
-    report(world, 5, longValue(wanted));
+    report(world, Msg::kWrongVersion, longValue(wanted));
     return QOR_BAD_VERSION;
 }
 

@@ -17,7 +17,6 @@ namespace {
 constexpr size_t kMessageBufferSize = sizeof(QorGlobal::errMsgBuffer);
 constexpr size_t kTail = 3; // ".\n" and the terminating zero always fit
 constexpr size_t kPduNameLimit = 498;
-constexpr int kImpossibleMessage = 124;
 constexpr QorULong kDebugPrintErrors = 0x40;
 
 // Appends pieces of a message to a fixed buffer. A piece goes in whole or not
@@ -363,7 +362,7 @@ void traceMessage(QorGlobal *world)
     printText(world, qorGetErrMsg(world));
 }
 
-int checkedMessage(int message) { return message >= 0 && message < kMessageCount ? message : -1; }
+bool knownMessage(int message) { return message >= 0 && message < kMessageCount; }
 
 } // namespace
 
@@ -379,40 +378,40 @@ int checkedMessage(int message) { return message >= 0 && message < kMessageCount
     siglongjmp(*static_cast<sigjmp_buf *>(top->jumpFrame), value == 0 ? kZeroExit : value);
 }
 
-[[noreturn]] void raise(QorGlobal *world, int message, const ErrorValue &value)
+[[noreturn]] void raise(QorGlobal *world, Msg message, const ErrorValue &value)
 {
     QorGlobal *top = outermost(world);
-    if (checkedMessage(message) < 0) {
-        raise(top, kImpossibleMessage, longValue(message));
-    }
+    int number = static_cast<int>(message);
+    raiseIf(top, !knownMessage(number), Msg::kImpossible, number);
     // A constraint check maps message numbers itself and wants no text.
     if (top->operation == QOR_OP_CHECK)
-        leave(top, message);
-    buildMessage(top, message, value);
+        leave(top, number);
+    buildMessage(top, number, value);
     traceMessage(top);
     leave(top, top->lastError);
 }
 
-int report(QorGlobal *world, int message, const ErrorValue &value)
+int report(QorGlobal *world, Msg message, const ErrorValue &value)
 {
     QorGlobal *top = outermost(world);
-    if (checkedMessage(message) < 0)
-        return report(top, kImpossibleMessage, longValue(message));
-    buildMessage(top, message, value);
+    int number = static_cast<int>(message);
+    if (!knownMessage(number))
+        return report(top, Msg::kImpossible, longValue(number));
+    buildMessage(top, number, value);
     traceMessage(top);
     return top->lastError;
 }
 
-int earlyError(QorGlobal *world, int message, const ErrorValue &value, bool decoding)
+int earlyError(QorGlobal *world, Msg message, const ErrorValue &value, bool decoding)
 {
-    const Message &m = kMessages[message];
+    const Message &m = kMessages[static_cast<int>(message)];
     free_ext_errMsg(world);
     MessageWriter w(world->errMsgBuffer, kMessageBufferSize);
     w.put(decoding ? "D" : "E", 1);
     w.putCut(m.text);
     int shape = m.flags & kShapeMask;
     if (shape == kShowSigned || shape == kShowReal || shape == kShowString)
-        putValue(w, message, shape, value);
+        putValue(w, static_cast<int>(message), shape, value);
     w.finish();
     world->lastError = m.returnCode;
     QorULong flags = decoding ? world->decodingFlags : world->encodingFlags;
@@ -430,29 +429,29 @@ extern "C" {
 
 void _qor_enc_error(QorGlobal *world, int message, QorLong value)
 {
-    raise(world, message, longValue(value));
+    raise(world, static_cast<Msg>(message), longValue(value));
 }
 
 void _qor_enc_llerror(QorGlobal *world, int message, QorLong low, QorLong high)
 {
     int64_t wide = static_cast<int64_t>((static_cast<uint64_t>(static_cast<QorULong>(high)) << 32) |
                                         static_cast<QorULong>(low));
-    raise(world, message, {ErrorValue::kLongLong, wide, 0, nullptr, 0});
+    raise(world, static_cast<Msg>(message), {ErrorValue::kLongLong, wide, 0, nullptr, 0});
 }
 
 void _qor_krod_error(QorGlobal *world, int message, const char *value)
 {
-    raise(world, message, stringValue(value));
+    raise(world, static_cast<Msg>(message), stringValue(value));
 }
 
 void _qor_krod_real_error(QorGlobal *world, int message, double value)
 {
-    raise(world, message, {ErrorValue::kReal, 0, value, nullptr, 0});
+    raise(world, static_cast<Msg>(message), {ErrorValue::kReal, 0, value, nullptr, 0});
 }
 
 void _qor_unbnd_error(QorGlobal *world, int message, const void *data, QorLong length)
 {
-    raise(world, message,
+    raise(world, static_cast<Msg>(message),
           {ErrorValue::kText, 0, 0, static_cast<const char *>(data), data != nullptr ? length : 0});
 }
 
@@ -460,7 +459,7 @@ int _qor_krod_api_error(QorGlobal *world, int message, QorLong value)
 {
     if (world == nullptr)
         return QOR_BAD_ARG;
-    return report(world, message, longValue(value));
+    return report(world, static_cast<Msg>(message), longValue(value));
 }
 
 const char *qorGetErrMsg(QorGlobal *world)

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "frame/messages.h"
 #include "frame/world.h"
 
 namespace qor {
@@ -28,15 +29,15 @@ constexpr int kMaxMessageSize = 64 * 1024;
 // Takes the exit of the outermost context's running call.
 [[noreturn]] void leave(QorGlobal *world, int value);
 // Builds the message of `message` and leaves.
-[[noreturn]] void raise(QorGlobal *world, int message, const ErrorValue &value);
+[[noreturn]] void raise(QorGlobal *world, Msg message, const ErrorValue &value);
 // Builds the message and returns its return code: for drivers, before their
 // exit frame exists.
-int report(QorGlobal *world, int message, const ErrorValue &value);
+int report(QorGlobal *world, Msg message, const ErrorValue &value);
 // The front door's message, made before any driver runs: letter, text, value
 // (signed, real or string only), ".\n". Returns the return code.
-int earlyError(QorGlobal *world, int message, const ErrorValue &value, bool decoding);
+int earlyError(QorGlobal *world, Msg message, const ErrorValue &value, bool decoding);
 
-inline void raiseIf(QorGlobal *world, bool failed, int message, QorLong value)
+inline void raiseIf(QorGlobal *world, bool failed, Msg message, QorLong value)
 {
     if (failed) [[unlikely]]
         raise(world, message, longValue(value));

@@ -9,13 +9,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kNullArgument = 4;
-constexpr int kBufferTooSmall = 1;
-constexpr int kNullTable = 37;
-constexpr int kUnknownRules = 51;
-constexpr int kNotLinked = 53;
-constexpr int kNoDerSupport = 65;
-
 void startMessage(QorGlobal *world)
 {
     world->errMsgBuffer[0] = '\0';
@@ -28,18 +21,18 @@ int chooseFamily(QorGlobal *world, bool decoding, int *family)
     int rules = world->encRules;
     *family = familyOf(rules);
     if (*family < 0)
-        return earlyError(world, kUnknownRules, longValue(0), decoding);
+        return earlyError(world, Msg::kUnknownRules, longValue(0), decoding);
     if (rules == QOR_DER && (world->ruleBits & QOR_RULE_DER_ALLOWED) == 0)
-        return earlyError(world, kNoDerSupport, stringValue("DER"), decoding);
+        return earlyError(world, Msg::kRulesNotGenerated, stringValue("DER"), decoding);
     return 0;
 }
 
 int checkLinkedAndReady(QorGlobal *world, bool linked, bool decoding)
 {
     if (!linked)
-        return earlyError(world, kNotLinked, stringValue(ruleName(world->encRules)), decoding);
+        return earlyError(world, Msg::kRulesNotLinked, stringValue(ruleName(world->encRules)), decoding);
     if (world->ctlTable == nullptr || world->privateArea == nullptr)
-        return earlyError(world, kNullTable, longValue(0), decoding);
+        return earlyError(world, Msg::kNullTable, longValue(0), decoding);
     return 0;
 }
 
@@ -53,7 +46,7 @@ int qorEncode(QorGlobal *world, int pdunum, void *value, QorBuf *output)
         return QOR_BAD_ARG;
     startMessage(world);
     if (value == nullptr || output == nullptr)
-        return earlyError(world, kNullArgument, longValue(0), false);
+        return earlyError(world, Msg::kNullArgument, longValue(0), false);
     int family;
     if (int bad = chooseFamily(world, false, &family))
         return bad;
@@ -74,12 +67,12 @@ int qorDecode(QorGlobal *world, int *pdunum, QorBuf *input, void **output)
         return QOR_BAD_ARG;
     startMessage(world);
     if (pdunum == nullptr || input == nullptr || input->value == nullptr || output == nullptr)
-        return earlyError(world, kNullArgument, longValue(0), true);
+        return earlyError(world, Msg::kNullArgument, longValue(0), true);
     if (*output != nullptr) {
         // A caller's buffer starts on a multiple of 8, as decoded records need.
         QorLong pad = static_cast<QorLong>((-reinterpret_cast<uintptr_t>(*output)) & 7);
         if (world->decodingLength <= pad)
-            return earlyError(world, kBufferTooSmall, longValue(world->decodingLength), true);
+            return earlyError(world, Msg::kBufferTooSmall, longValue(world->decodingLength), true);
         *output = static_cast<unsigned char *>(*output) + pad;
         world->decodingLength -= pad;
     }

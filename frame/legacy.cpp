@@ -8,9 +8,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kNullArgument = 4;
-constexpr int kBufferTooSmall = 1;
-
 // The context a legacy call runs on: the caller's, given the table, or one of
 // the call's own.
 int openContext(QorGlobal **world, QorGlobal *local, QorControlTable *ctl)
@@ -47,9 +44,9 @@ int encode(QorGlobal *world, int pdunum, void *value, unsigned char **encoded, Q
     qorLinkBer(world);
     int result;
     if (encoded == nullptr) {
-        result = earlyError(world, kNullArgument, longValue(0), false);
+        result = earlyError(world, Msg::kNullArgument, longValue(0), false);
     } else if (length == nullptr) {
-        result = earlyError(world, kBufferTooSmall, longValue(0), false);
+        result = earlyError(world, Msg::kBufferTooSmall, longValue(0), false);
     } else {
         // BUFFER_PROVIDED (the value 4) marks the caller's buffer.
         bool provided = (flags & BUFFER_PROVIDED) != 0;
@@ -76,7 +73,7 @@ int decode(QorGlobal *world, int *pdunum, unsigned char **encoded, QorLong *leng
     qorLinkBer(world);
     int result;
     if (encoded == nullptr || length == nullptr || output == nullptr) {
-        result = earlyError(world, kNullArgument, longValue(0), true);
+        result = earlyError(world, Msg::kNullArgument, longValue(0), true);
     } else {
         if (outputLength != nullptr && (flags & BUFFER_PROVIDED) != 0) {
             world->decodingLength = *outputLength;

@@ -12,7 +12,6 @@ namespace {
 // Text that fits here is formatted on the stack; longer text takes memory
 // from the context's allocator for the one call.
 constexpr size_t kLineSize = 1024;
-constexpr int kOutOfMemory = 6;
 
 enum class Route { kSilent, kUserVprint, kFinishedText, kStream };
 
@@ -76,8 +75,7 @@ int formatFinished(QorGlobal *world, const char *format, va_list args)
     if (longer == nullptr) {
         // Inside a call, the call fails rather than print less than it
         // says; outside one, the text goes out cut rather than not at all.
-        if (world->jumpFrame != nullptr)
-            raise(world, kOutOfMemory, longValue(static_cast<QorLong>(size)));
+        raiseIf(world, world->jumpFrame != nullptr, Msg::kOutOfMemory, static_cast<QorLong>(size));
         return deliverFinished(world, line);
     }
     vsnprintf(longer, size, format, args);

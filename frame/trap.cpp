@@ -19,9 +19,6 @@ struct CriticalSection {
 CriticalSection qorCriticalSection;
 QorTrapRecord *qorTrapList;
 
-constexpr int kMemoryViolation = 9;
-constexpr int kSerializationError = 13;
-
 void lock(CriticalSection *cs)
 {
     if (cs->initialised)
@@ -76,7 +73,7 @@ void qorTrapHandler(int signal)
     pthread_t self = pthread_self();
     for (QorTrapRecord *r = qorTrapList; r != nullptr; r = r->next) {
         if (r->pid == pid && pthread_equal(r->tid, self))
-            _qor_enc_error(r->world, kMemoryViolation, signal);
+            raise(r->world, Msg::kMemoryViolation, longValue(signal));
     }
     // Not ours: let the fault take its ordinary course when it happens again.
     ::signal(signal, SIG_DFL);
@@ -95,8 +92,7 @@ void armTrap(QorGlobal *world, TrapState *trap)
     sigaction(SIGSEGV, &action, &trap->oldAction);
     world->oldSignalHandler = &trap->oldAction;
     memset(&trap->record, 0, sizeof trap->record);
-    if (!qorBeginTrap(world, &trap->record))
-        raise(world, kSerializationError, longValue(0));
+    raiseIf(world, !qorBeginTrap(world, &trap->record), Msg::kSerializationError, 0);
 }
 
 void disarmTrap(QorGlobal *world, TrapState *trap, bool listed)

@@ -13,8 +13,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kLibraryLoadFailed = 66;
-
 void messageBox(const char *title, const char *text) { fprintf(stderr, "%s: %s\n", title, text); }
 
 using GetHeader = QorControlTable *(*)(int);
@@ -66,7 +64,7 @@ int qorWinit(QorGlobal *world, QorControlTable *ctl, const char *library, void *
             if (handle != nullptr)
                 dlclose(handle);
             setContextDefaults(world);
-            earlyError(world, kLibraryLoadFailed, stringValue(library), false);
+            earlyError(world, Msg::kLibraryLoadFailed, stringValue(library), false);
             return QOR_LIBRARY_LOAD_FAILED;
         }
     }

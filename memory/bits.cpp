@@ -18,12 +18,11 @@ using namespace qor;
 
 namespace {
 
-constexpr int kEndOfInput = 45;
 constexpr uint64_t kBlockBits = uint64_t{QOR_BLOCK_SIZE} * 8;
 
 [[noreturn]] __attribute__((cold, noinline)) void endOfInput(QorGlobal *world)
 {
-    raise(world, kEndOfInput, longValue(0));
+    raise(world, Msg::kEndOfInput, longValue(0));
 }
 
 // The bits of an octet above `offset`, the ones already written.

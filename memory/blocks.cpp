@@ -10,9 +10,6 @@ namespace qor {
 
 namespace {
 
-constexpr int kOutOfMemory = 6;
-constexpr int kBufferTooSmall = 1;
-
 void resetQueue(QorGlobal *world)
 {
     world->blockQueue.count = 0;
@@ -40,8 +37,7 @@ void *qorMemQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size)
     QorMemBlockRecord *tail = world->blockQueueTail;
     if (tail->count == QOR_BLOCK_SLOTS) {
         auto *added = static_cast<QorMemBlockRecord *>(alloc(world, sizeof(QorMemBlockRecord)));
-        if (added == nullptr)
-            raise(world, kOutOfMemory, longValue(sizeof(QorMemBlockRecord)));
+        raiseIf(world, added == nullptr, Msg::kOutOfMemory, sizeof(QorMemBlockRecord));
         added->count = 0;
         added->next = nullptr;
         tail->next = added;
@@ -119,7 +115,7 @@ QorLong gatheredLength(QorGlobal *world, QorLong room)
 {
     int64_t total = int64_t{blockCount(world)} * QOR_BLOCK_SIZE - room;
     if (total < 0 || total > INT32_MAX)
-        raise(world, kOutOfMemory, longValue(static_cast<QorLong>(total < 0 ? total : -1)));
+        raise(world, Msg::kOutOfMemory, longValue(static_cast<QorLong>(total < 0 ? total : -1)));
     return static_cast<QorLong>(total);
 }
 
@@ -134,13 +130,11 @@ void releaseGatheredBlocks(QorGlobal *world, void *gathered)
 
 unsigned char *qorNextOutBlock(QorGlobal *world)
 {
-    if (world->userBuffer)
-        raise(world, kBufferTooSmall, longValue(world->totalBytes));
+    raiseIf(world, world->userBuffer, Msg::kBufferTooSmall, world->totalBytes);
     world->totalBytes += QOR_BLOCK_SIZE;
     QorMallocFn alloc = world->privateArea->tempBufferSize != 0 ? qorTmpBufAlloc : world->userMalloc;
     void *block = qorMemQueuePush(world, alloc, QOR_BLOCK_SIZE);
-    if (block == nullptr)
-        raise(world, kOutOfMemory, longValue(QOR_BLOCK_SIZE));
+    raiseIf(world, block == nullptr, Msg::kOutOfMemory, QOR_BLOCK_SIZE);
     return static_cast<unsigned char *>(block);
 }
 

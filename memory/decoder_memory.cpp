@@ -11,15 +11,11 @@ using namespace qor;
 
 namespace {
 
-constexpr int kBufferTooSmall = 1;
-constexpr int kOutOfMemory = 6;
-
 // Sizes are rounded up to 8; a size that cannot be had at all is refused
 // before any arithmetic can overflow.
 QorLong checkedRoundUp8(QorGlobal *world, QorLong size)
 {
-    if (size < 0 || size > INT32_MAX - 7)
-        raise(world, kOutOfMemory, longValue(size));
+    raiseIf(world, size < 0 || size > INT32_MAX - 7, Msg::kOutOfMemory, size);
     return roundUp8(size);
 }
 
@@ -27,18 +23,15 @@ QorLong checkedRoundUp8(QorGlobal *world, QorLong size)
 // on a multiple of 8 even after character data of odd sizes.
 void *getPiece(QorGlobal *world, QorLong size, bool aligned)
 {
-    if (size < 0)
-        raise(world, kOutOfMemory, longValue(size));
+    raiseIf(world, size < 0, Msg::kOutOfMemory, size);
     if (world->userBuffer) {
         if (aligned) {
             QorLong pad = static_cast<QorLong>((-reinterpret_cast<uintptr_t>(world->outPos)) & 7);
-            if (world->outRoom < pad)
-                raise(world, kBufferTooSmall, longValue(world->totalBytes));
+            raiseIf(world, world->outRoom < pad, Msg::kBufferTooSmall, world->totalBytes);
             world->outPos += pad;
             world->outRoom -= pad;
         }
-        if (world->outRoom < size)
-            raise(world, kBufferTooSmall, longValue(world->totalBytes));
+        raiseIf(world, world->outRoom < size, Msg::kBufferTooSmall, world->totalBytes);
         void *piece = world->outPos;
         world->outPos += size;
         world->outRoom -= size;
@@ -48,8 +41,7 @@ void *getPiece(QorGlobal *world, QorLong size, bool aligned)
         return nullptr;
     world->totalBytes += size;
     void *piece = qorMemQueuePush(world, world->userMalloc, static_cast<size_t>(size));
-    if (piece == nullptr)
-        raise(world, kOutOfMemory, longValue(size));
+    raiseIf(world, piece == nullptr, Msg::kOutOfMemory, size);
     return piece;
 }
 
@@ -101,8 +93,7 @@ extern "C" {
 
 void *_qor_allocate_memblock(QorGlobal *world, void **current, void **list, QorLong size)
 {
-    if (size < 0 || size > INT32_MAX - 64)
-        raise(world, kOutOfMemory, longValue(size));
+    raiseIf(world, size < 0 || size > INT32_MAX - 64, Msg::kOutOfMemory, size);
     auto *block = static_cast<FragmentBlock *>(
         _qor_dec_gettempmem(world, size + static_cast<QorLong>(sizeof(FragmentBlock))));
     block->payload = reinterpret_cast<unsigned char *>(block + 1);
@@ -120,7 +111,7 @@ void *_qor_consolidate_memblock_fast(QorGlobal *world, QorLong elemSize, QorLong
         return nullptr;
     int64_t bytes = static_cast<int64_t>(elemSize) * count + header;
     if (elemSize < 0 || count < 0 || header < 0 || bytes > INT32_MAX - 8)
-        raise(world, kOutOfMemory, longValue(static_cast<QorLong>(bytes > INT32_MAX ? -1 : bytes)));
+        raise(world, Msg::kOutOfMemory, longValue(static_cast<QorLong>(bytes > INT32_MAX ? -1 : bytes)));
     auto *target = static_cast<unsigned char *>(
         _qor_dec_getmem_internal(world, static_cast<QorLong>(bytes)));
     if (blocks <= 0 || newest == nullptr)
@@ -133,7 +124,7 @@ void *_qor_consolidate_memblock_fast(QorGlobal *world, QorLong elemSize, QorLong
     auto *block = static_cast<FragmentBlock *>(newest);
     while (block != nullptr) {
         if (at + size > static_cast<size_t>(bytes))
-            raise(world, 124, longValue(0)); // the counts given do not add up
+            raise(world, Msg::kImpossible, longValue(0)); // the counts given do not add up
         memcpy(target + at, block->payload + header, size);
         FragmentBlock *older = block->older;
         _qor_dec_freetempmem(world, block);

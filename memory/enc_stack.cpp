@@ -26,8 +26,7 @@ void **_qor_increment_enc_stack(QorGlobal *world)
 {
     QorGlobalPrivate *p = world->privateArea;
     auto *frame = static_cast<QorMemBlockRecord *>(userAllocate(world, sizeof(QorMemBlockRecord)));
-    if (frame == nullptr)
-        raise(world, 6, longValue(sizeof(QorMemBlockRecord)));
+    raiseIf(world, frame == nullptr, Msg::kOutOfMemory, sizeof(QorMemBlockRecord));
     frame->count = 0;
     frame->next = p->encStackTop; // the frame below
     p->encStackTop = frame;

@@ -10,8 +10,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kOutOfMemory = 6;
-constexpr int kBufferTooSmall = 1;
 constexpr QorULong kEmptyEncodingAllowed = 0x1; // bit of `outState`
 
 // A partly written last octet becomes a whole one: its unused bits are zero.
@@ -74,8 +72,7 @@ void _qor_set_outmem_p(QorGlobal *world, QorLong *lengthOut, unsigned char **val
             *valueOut = nullptr;
         } else {
             auto *one = static_cast<unsigned char *>(userAllocate(world, 1));
-            if (one == nullptr)
-                raise(world, kOutOfMemory, longValue(1));
+            raiseIf(world, one == nullptr, Msg::kOutOfMemory, 1);
             *one = 0;
             releaseGatheredBlocks(world, one);
             *lengthOut = 1;
@@ -86,8 +83,7 @@ void _qor_set_outmem_p(QorGlobal *world, QorLong *lengthOut, unsigned char **val
         return;
     }
     auto *out = static_cast<unsigned char *>(userAllocate(world, static_cast<size_t>(length)));
-    if (out == nullptr)
-        raise(world, kOutOfMemory, longValue(length));
+    raiseIf(world, out == nullptr, Msg::kOutOfMemory, length);
     unsigned char *at = out;
     QorLong left = length;
     for (QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next) {
@@ -115,8 +111,7 @@ void _qorSetOutMemQueue(QorGlobal *world, QorLong *lengthOut, unsigned char **va
     QorLong used = size - world->outRoom;
     if (used == 0) {
         // An empty encoding is one zero octet.
-        if (size < 1)
-            raise(world, kBufferTooSmall, longValue(world->totalBytes));
+        raiseIf(world, size < 1, Msg::kBufferTooSmall, world->totalBytes);
         (*valueOut)[0] = 0;
         used = 1;
     }

@@ -7,12 +7,6 @@
 
 using namespace qor;
 
-namespace {
-
-constexpr int kOutOfMemory = 6;
-
-} // namespace
-
 extern "C" {
 
 QorLong _qor_write_bytes_d(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
@@ -58,8 +52,7 @@ void _qor_set_outmem_d(QorGlobal *world, QorLong room, QorLong *lengthOut, unsig
         return;
     }
     auto *out = static_cast<unsigned char *>(userAllocate(world, static_cast<size_t>(length)));
-    if (out == nullptr)
-        raise(world, kOutOfMemory, longValue(length));
+    raiseIf(world, out == nullptr, Msg::kOutOfMemory, length);
     // The oldest block holds the end of the message.
     unsigned char *end = out + length;
     QorLong seen = 0;

@@ -10,9 +10,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kOutOfMemory = 6;
-constexpr int kImpossible = 124;
-
 struct EncodedItem {
     QorLong length;
     unsigned char *value;
@@ -46,7 +43,7 @@ BlockFrame *topFrame(QorGlobal *world) { return static_cast<BlockFrame *>(world-
 void collect(QorGlobal *world, BlockFrame *frame, QorLong *room)
 {
     if (frame->itemCount > frame->capacity)
-        raise(world, kImpossible, longValue(frame->itemCount)); // more elements than announced
+        raise(world, Msg::kImpossible, longValue(frame->itemCount)); // more elements than announced
     EncodedItem &item = frame->items[frame->itemCount - 1];
     if (frame->forward)
         _qor_set_outmem_p(world, &item.length, &item.value);
@@ -164,10 +161,9 @@ void _qor_beginBlock(QorGlobal *world, QorLong count, unsigned char **pos, QorLo
     if (!sorting(world))
         return;
     if (count < 0 || count > INT32_MAX / static_cast<QorLong>(sizeof(EncodedItem)))
-        raise(world, kOutOfMemory, longValue(count));
+        raise(world, Msg::kOutOfMemory, longValue(count));
     auto *frame = static_cast<BlockFrame *>(userAllocate(world, sizeof(BlockFrame)));
-    if (frame == nullptr)
-        raise(world, kOutOfMemory, longValue(sizeof(BlockFrame)));
+    raiseIf(world, frame == nullptr, Msg::kOutOfMemory, sizeof(BlockFrame));
     memset(frame, 0, sizeof *frame);
     frame->forward = world->encRules == QOR_CXER;
     frame->prev = topFrame(world);
@@ -175,8 +171,7 @@ void _qor_beginBlock(QorGlobal *world, QorLong count, unsigned char **pos, QorLo
     if (count > 0) {
         size_t bytes = sizeof(EncodedItem) * static_cast<size_t>(count);
         frame->items = static_cast<EncodedItem *>(userAllocate(world, bytes));
-        if (frame->items == nullptr)
-            raise(world, kOutOfMemory, longValue(static_cast<QorLong>(bytes)));
+        raiseIf(world, frame->items == nullptr, Msg::kOutOfMemory, static_cast<QorLong>(bytes));
         memset(frame->items, 0, bytes);
         frame->capacity = count;
     }

@@ -11,8 +11,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kOutOfMemory = 6;
-constexpr int kTempBufferTooSmall = 145;
 constexpr size_t kSizeHeader = 8;
 
 } // namespace
@@ -23,8 +21,7 @@ void *qorTmpBufAlloc(QorGlobal *world, size_t size)
 {
     QorLong rounded = roundUp8(static_cast<QorLong>(size));
     QorLong need = rounded + static_cast<QorLong>(kSizeHeader);
-    if (world->tempHigh - world->tempLow < need)
-        raise(world, kTempBufferTooSmall, longValue(need));
+    raiseIf(world, world->tempHigh - world->tempLow < need, Msg::kTempBufferTooSmall, need);
     world->tempHigh -= need;
     uint64_t stored = static_cast<uint64_t>(rounded);
     memcpy(world->tempHigh, &stored, sizeof stored);
@@ -46,8 +43,7 @@ TempBlock *pushTempBlock(QorGlobal *world, size_t size)
 {
     size_t total = sizeof(TempBlock) + size;
     auto *block = static_cast<TempBlock *>(userAllocate(world, total));
-    if (block == nullptr)
-        raise(world, kOutOfMemory, longValue(static_cast<QorLong>(total)));
+    raiseIf(world, block == nullptr, Msg::kOutOfMemory, static_cast<QorLong>(total));
     block->prev = static_cast<TempBlock *>(world->tempBlockList);
     block->savedHigh = world->tempHigh;
     block->savedLow = world->tempLow;
@@ -86,12 +82,10 @@ extern "C" {
 
 void *_qor_dec_gettempmem(QorGlobal *world, QorLong size)
 {
-    if (size < 0 || size > INT32_MAX - 64)
-        raise(world, kOutOfMemory, longValue(size));
+    raiseIf(world, size < 0 || size > INT32_MAX - 64, Msg::kOutOfMemory, size);
     QorLong rounded = roundUp8(size);
     if (world->privateArea->tempBufferSize != 0) {
-        if (world->tempHigh - world->tempLow < rounded)
-            raise(world, kTempBufferTooSmall, longValue(size));
+        raiseIf(world, world->tempHigh - world->tempLow < rounded, Msg::kTempBufferTooSmall, size);
         unsigned char *piece = world->tempLow;
         world->tempLow += rounded;
         return piece;

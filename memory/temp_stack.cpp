@@ -11,15 +11,12 @@ using namespace qor;
 
 namespace {
 
-constexpr int kOutOfMemory = 6;
-constexpr int kTempBufferTooSmall = 145;
 constexpr QorLong kMinimumBlock = 4096;
 constexpr size_t kAltHeader = sizeof(void *); // the link to the next older piece
 
 void checkSize(QorGlobal *world, QorLong size)
 {
-    if (size < 0 || size > INT32_MAX - 64)
-        raise(world, kOutOfMemory, longValue(size));
+    raiseIf(world, size < 0 || size > INT32_MAX - 64, Msg::kOutOfMemory, size);
 }
 
 } // namespace
@@ -29,7 +26,7 @@ extern "C" {
 void _qor_tstk_add_block(QorGlobal *world, QorLong size)
 {
     if (world->privateArea->tempBufferSize != 0)
-        raise(world, kTempBufferTooSmall, longValue(size)); // a caller's buffer cannot grow
+        raise(world, Msg::kTempBufferTooSmall, longValue(size)); // a caller's buffer cannot grow
     checkSize(world, size);
     if (size < kMinimumBlock)
         size = kMinimumBlock;
@@ -63,15 +60,13 @@ void *_qor_tstk_get_altdecmem(QorGlobal *world, QorLong size)
     if (world->privateArea->tempBufferSize != 0) {
         // From the top of the caller's temporary buffer, running down.
         QorLong rounded = roundUp8(size);
-        if (world->tempHigh - world->tempLow < rounded)
-            raise(world, kTempBufferTooSmall, longValue(size));
+        raiseIf(world, world->tempHigh - world->tempLow < rounded, Msg::kTempBufferTooSmall, size);
         world->tempHigh -= rounded;
         return world->tempHigh;
     }
     size_t total = kAltHeader + static_cast<size_t>(size);
     auto *piece = static_cast<unsigned char *>(userAllocate(world, total));
-    if (piece == nullptr)
-        raise(world, kOutOfMemory, longValue(static_cast<QorLong>(total)));
+    raiseIf(world, piece == nullptr, Msg::kOutOfMemory, static_cast<QorLong>(total));
     *reinterpret_cast<void **>(piece) = world->altDecList;
     world->altDecList = piece;
     return piece + kAltHeader;
