@@ -154,7 +154,7 @@ QorLong writeNamedListItem(QorGlobal *world, unsigned char **pos, QorLong *room,
 QorLong readBits(QorGlobal *world, FragmentTable *table, unsigned char **pos, QorLong *room,
                  QorLong length)
 {
-    QorLong octets = qorReadBitContents(world, table, pos, room, length);
+    QorLong octets = readBitContents(world, table, pos, room, length);
     int64_t bits = int64_t{octets} * 8 - table->padBits;
     raiseIf(world, bits > INT32_MAX, Msg::kLengthTooLong, octets);
     return static_cast<QorLong>(bits);
@@ -191,7 +191,7 @@ bool bitsClear(const FragmentTable *table, int64_t from, int64_t to)
 void copyBits(const FragmentTable *table, unsigned char *out, QorLong bits)
 {
     QorLong n = octetsOf(bits);
-    qorCopyFragments(table, out, n);
+    copyFragments(table, out, n);
     if (bits % 8 != 0)
         out[n - 1] &= lastMask(bits);
 }
@@ -211,7 +211,7 @@ QorLong decodeToNewMemory(QorGlobal *world, unsigned char **pos, QorLong *room, 
                           unsigned char **out, QorLong max, bool named)
 {
     FragmentTable table;
-    qorInitFragments(&table);
+    initFragments(&table);
     QorLong bits = readBits(world, &table, pos, room, length);
     QorLong kept = bits;
     if (max > 0 && bits > max && !noConstrain(world))
@@ -223,7 +223,7 @@ QorLong decodeToNewMemory(QorGlobal *world, unsigned char **pos, QorLong *room, 
         value = static_cast<unsigned char *>(_qor_dec_getmem_internal(world, octetsOf(kept)));
         copyBits(&table, value, kept);
     }
-    qorReleaseFragments(world, &table);
+    releaseFragments(world, &table);
     *out = value;
     return kept;
 }
@@ -304,7 +304,7 @@ QorLong _qor_dec_vbit_nz(QorGlobal *world, unsigned char **pos, QorLong *room, Q
                          unsigned char *out, QorLong max, char named)
 {
     FragmentTable table;
-    qorInitFragments(&table);
+    initFragments(&table);
     QorLong bits = readBits(world, &table, pos, room, length);
     QorLong kept = bits;
     // The inline array holds `max` bits, whatever the flags say; one of
@@ -314,7 +314,7 @@ QorLong _qor_dec_vbit_nz(QorGlobal *world, unsigned char **pos, QorLong *room, Q
     else if (max < 0 && bits > -int64_t{max})
         raise(world, Msg::kLengthTooLong, longValue(bits));
     copyBits(&table, out, kept);
-    qorReleaseFragments(world, &table);
+    releaseFragments(world, &table);
     return kept;
 }
 
@@ -322,7 +322,7 @@ QorLong _qor_dec_pbit(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
                       void *out, QorLong bits, char named)
 {
     FragmentTable table;
-    qorInitFragments(&table);
+    initFragments(&table);
     QorLong capacity = bits > 0 ? bits : 0;
     QorLong found = readBits(world, &table, pos, room, length);
     QorLong kept = found;
@@ -348,7 +348,7 @@ QorLong _qor_dec_pbit(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
             memcpy(out, &word, 4);
         }
     }
-    qorReleaseFragments(world, &table);
+    releaseFragments(world, &table);
     return kept;
 }
 

@@ -184,7 +184,7 @@ QorLong readSegments(QorGlobal *world, FragmentTable *table, unsigned char **pos
 
 } // namespace
 
-void qorInitFragments(FragmentTable *table)
+void initFragments(FragmentTable *table)
 {
     table->entries = table->inlineEntries;
     table->capacity = FragmentTable::kInline;
@@ -194,23 +194,23 @@ void qorInitFragments(FragmentTable *table)
     table->tempMark = nullptr;
 }
 
-QorLong qorReadConstructed(QorGlobal *world, FragmentTable *table, unsigned char **pos,
+QorLong readConstructed(QorGlobal *world, FragmentTable *table, unsigned char **pos,
                            QorLong *room, QorLong length)
 {
     return readSegments(world, table, pos, room, length, kOctetStringTag);
 }
 
-QorLong qorReadConstructedBits(QorGlobal *world, FragmentTable *table, unsigned char **pos,
+QorLong readConstructedBits(QorGlobal *world, FragmentTable *table, unsigned char **pos,
                                QorLong *room, QorLong length)
 {
     return readSegments(world, table, pos, room, length, kBitStringTag);
 }
 
-QorLong qorReadStringContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
+QorLong readStringContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
                               QorLong *room, QorLong length)
 {
     if (world->bitOffset != 0)
-        return qorReadConstructed(world, table, pos, room, length);
+        return readConstructed(world, table, pos, room, length);
     raiseIf(world, length < 0, Msg::kIndefinitePrimitive, 0);
     needInput(world, room, length);
     if (length > 0)
@@ -220,11 +220,11 @@ QorLong qorReadStringContents(QorGlobal *world, FragmentTable *table, unsigned c
     return length;
 }
 
-QorLong qorReadBitContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
+QorLong readBitContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
                            QorLong *room, QorLong length)
 {
     if (world->bitOffset != 0)
-        return qorReadConstructedBits(world, table, pos, room, length);
+        return readConstructedBits(world, table, pos, room, length);
     // A primitive BIT STRING has at least its unused-bits octet.
     raiseIf(world, length < 1, Msg::kIndefinitePrimitive, 0);
     needInput(world, room, length);
@@ -234,7 +234,7 @@ QorLong qorReadBitContents(QorGlobal *world, FragmentTable *table, unsigned char
     return octets;
 }
 
-void qorCopyFragments(const FragmentTable *table, unsigned char *out, QorLong count)
+void copyFragments(const FragmentTable *table, unsigned char *out, QorLong count)
 {
     for (QorLong i = 0; i < table->used && count > 0; i++) {
         QorLong n = table->entries[i].length < count ? table->entries[i].length : count;
@@ -244,7 +244,7 @@ void qorCopyFragments(const FragmentTable *table, unsigned char *out, QorLong co
     }
 }
 
-const unsigned char *qorContiguous(QorGlobal *world, FragmentTable *table, QorLong total)
+const unsigned char *contiguous(QorGlobal *world, FragmentTable *table, QorLong total)
 {
     if (table->used == 0)
         return nullptr;
@@ -253,11 +253,11 @@ const unsigned char *qorContiguous(QorGlobal *world, FragmentTable *table, QorLo
     auto *piece = static_cast<unsigned char *>(_qor_dec_gettempmem(world, total));
     if (table->tempMark == nullptr)
         table->tempMark = piece;
-    qorCopyFragments(table, piece, total);
+    copyFragments(table, piece, total);
     return piece;
 }
 
-void qorReleaseFragments(QorGlobal *world, FragmentTable *table)
+void releaseFragments(QorGlobal *world, FragmentTable *table)
 {
     if (table->tempMark != nullptr)
         _qor_dec_freetempmem(world, table->tempMark);

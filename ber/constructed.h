@@ -27,39 +27,39 @@ struct FragmentTable {
     Fragment inlineEntries[kInline];
 };
 
-void qorInitFragments(FragmentTable *table);
+void initFragments(FragmentTable *table);
 
 // A constructed encoding whose contents start at *pos: `length` octets, or
 // up to the matching end-of-contents octets when negative. Segments must be
 // OCTET STRING (tag 4), nested at most `constructedLimit` deep (0: no limit).
 // Fills `table`, moves *pos past the encoding, recomputes *room from the end
 // of the input, and returns the octets gathered.
-QorLong qorReadConstructed(QorGlobal *world, FragmentTable *table, unsigned char **pos,
+QorLong readConstructed(QorGlobal *world, FragmentTable *table, unsigned char **pos,
                            QorLong *room, QorLong length);
 
 // The same for BIT STRING: segments tagged 3, each led by its unused-bits
 // octet, which is not gathered; only the last may be non-zero, and it is
 // left in `padBits`.
-QorLong qorReadConstructedBits(QorGlobal *world, FragmentTable *table, unsigned char **pos,
+QorLong readConstructedBits(QorGlobal *world, FragmentTable *table, unsigned char **pos,
                                QorLong *room, QorLong length);
 
 // Either form, told apart by `bitOffset` as the tag read left it. A
 // primitive encoding becomes one fragment in place.
-QorLong qorReadStringContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
+QorLong readStringContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
                               QorLong *room, QorLong length);
-QorLong qorReadBitContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
+QorLong readBitContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
                            QorLong *room, QorLong length);
 
 // Copies the first `count` gathered octets to `out`.
-void qorCopyFragments(const FragmentTable *table, unsigned char *out, QorLong count);
+void copyFragments(const FragmentTable *table, unsigned char *out, QorLong count);
 
 // The gathered octets in one piece: in place when there is at most one
-// fragment, else copied to temporary memory that qorReleaseFragments frees.
-[[nodiscard]] const unsigned char *qorContiguous(QorGlobal *world, FragmentTable *table,
+// fragment, else copied to temporary memory that releaseFragments frees.
+[[nodiscard]] const unsigned char *contiguous(QorGlobal *world, FragmentTable *table,
                                                  QorLong total);
 
 // Gives back the table's temporary memory and all that is newer.
-void qorReleaseFragments(QorGlobal *world, FragmentTable *table);
+void releaseFragments(QorGlobal *world, FragmentTable *table);
 
 // Whether NOCONSTRAIN lifts size constraints: the flags of the running
 // operation count, as an open type's encoder re-reads encodings with the

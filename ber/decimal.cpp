@@ -129,7 +129,7 @@ int64_t clampScale(int64_t v)
 
 } // namespace
 
-int qorParseDecimal(const char *text, DecimalRecord &r)
+int parseDecimal(const char *text, DecimalRecord &r)
 {
     r = DecimalRecord{};
     if (text == nullptr)
@@ -214,7 +214,7 @@ int qorParseDecimal(const char *text, DecimalRecord &r)
     return kDecimalOk;
 }
 
-size_t qorDecimalFormatSize(const DecimalRecord &r)
+size_t decimalFormatSize(const DecimalRecord &r)
 {
     // Sign, digits, point, a "0" after it, "E", the exponent's sign and up to
     // 20 digits, the terminating zero; the plain form adds its zeros.
@@ -225,7 +225,7 @@ size_t qorDecimalFormatSize(const DecimalRecord &r)
     return size;
 }
 
-size_t qorFormatDecimal(const DecimalRecord &r, char *buffer)
+size_t formatDecimal(const DecimalRecord &r, char *buffer)
 {
     char *out = buffer;
     if (isZero(r) || r.first == nullptr) {
@@ -271,7 +271,7 @@ size_t qorFormatDecimal(const DecimalRecord &r, char *buffer)
     return static_cast<size_t>(out - buffer);
 }
 
-DecimalOrder qorCompareDecimal(const char *first, const char *second)
+DecimalOrder compareDecimal(const char *first, const char *second)
 {
     if (first == second)
         return DecimalOrder::kEqual;
@@ -281,8 +281,8 @@ DecimalOrder qorCompareDecimal(const char *first, const char *second)
         return DecimalOrder::kEqual;
     DecimalRecord a;
     DecimalRecord b;
-    bool numberA = qorParseDecimal(first, a) == kDecimalOk;
-    bool numberB = qorParseDecimal(second, b) == kDecimalOk;
+    bool numberA = parseDecimal(first, a) == kDecimalOk;
+    bool numberB = parseDecimal(second, b) == kDecimalOk;
     if (!numberA || !numberB) {
         int rankA = numberA ? 0 : specialRank(first);
         int rankB = numberB ? 0 : specialRank(second);
@@ -306,7 +306,7 @@ DecimalOrder qorCompareDecimal(const char *first, const char *second)
     return a.negative ? inverted(magnitude) : magnitude;
 }
 
-SpecialReal qor_get_float_special_value_kind(const void *value, size_t size)
+SpecialReal specialValueKind(const void *value, size_t size)
 {
     double v;
     double largest;
@@ -330,7 +330,7 @@ SpecialReal qor_get_float_special_value_kind(const void *value, size_t size)
     return SpecialReal::kNone;
 }
 
-bool qorStoreSpecialReal(unsigned char octet, void *out, size_t size)
+bool storeSpecialReal(unsigned char octet, void *out, size_t size)
 {
     if (octet < 0x40 || octet > 0x43)
         return false;
@@ -363,7 +363,7 @@ const RealLimits kFloatLimits = {FLT_MAX,
                                  1.1754943508222875e-37,
                                  sizeof(float)};
 
-void qorScanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong length,
+void scanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong length,
                             DecimalContents &c)
 {
     c = DecimalContents{};
@@ -429,7 +429,7 @@ void qorScanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong
     raiseIf(world, c.exponent && !exponentDigits, Msg::kNoExponentDigits, 0);
 }
 
-double qorDecimalContentsValue(QorGlobal *world, const DecimalContents &c, const RealLimits &lim)
+double decimalContentsValue(QorGlobal *world, const DecimalContents &c, const RealLimits &lim)
 {
     if (c.zero || c.digits == 0)
         return 0.0;
@@ -456,7 +456,7 @@ double qorDecimalContentsValue(QorGlobal *world, const DecimalContents &c, const
     return v;
 }
 
-bool qorSplitReal(double value, BinaryReal &parts)
+bool splitReal(double value, BinaryReal &parts)
 {
     if (!std::isfinite(value) || value == 0)
         return false;
@@ -483,7 +483,7 @@ bool qorSplitReal(double value, BinaryReal &parts)
     return true;
 }
 
-size_t qorFormatShortest(double value, char *buffer)
+size_t formatShortest(double value, char *buffer)
 {
     // std::to_chars gives the shortest digits that read back the same, in
     // "d.ddde+xx" form and in no locale; the record then prints them.
@@ -492,11 +492,11 @@ size_t qorFormatShortest(double value, char *buffer)
         std::to_chars(digits, digits + sizeof digits - 1, value, std::chars_format::scientific);
     *r.ptr = '\0';
     DecimalRecord record;
-    if (qorParseDecimal(digits, record) != kDecimalOk) { // NaN and infinities
+    if (parseDecimal(digits, record) != kDecimalOk) { // NaN and infinities
         buffer[0] = '\0';
         return 0;
     }
-    return qorFormatDecimal(record, buffer);
+    return formatDecimal(record, buffer);
 }
 
 } // namespace qor

@@ -38,7 +38,7 @@ inline bool isZero(const DecimalRecord &r)
     return (r.flags & (kDecimalZero | kDecimalNegativeZero)) != 0;
 }
 
-// Results of qorParseDecimal; the REAL encoders turn them into messages.
+// Results of parseDecimal; the REAL encoders turn them into messages.
 enum DecimalResult : int {
     kDecimalOk = 0,
     kDecimalEmpty = 1,
@@ -54,17 +54,17 @@ constexpr int32_t kMaxDecimalExponent = 999999999;
 // Blanks (spaces), a sign, blanks, digits, "." or ",", digits, blanks, then
 // "E" or "e" with a sign and digits, blanks. Fills `record`; returns a
 // DecimalResult.
-[[nodiscard]] int qorParseDecimal(const char *text, DecimalRecord &record);
+[[nodiscard]] int parseDecimal(const char *text, DecimalRecord &record);
 
-// Octets, the terminating zero included, that qorFormatDecimal needs for
+// Octets, the terminating zero included, that formatDecimal needs for
 // `record` with its flags as they stand.
-[[nodiscard]] size_t qorDecimalFormatSize(const DecimalRecord &record);
+[[nodiscard]] size_t decimalFormatSize(const DecimalRecord &record);
 
 // Writes `record` at `buffer`, zero-terminated, and returns its length. The
 // default form is one digit, a point, the further digits (or "0"), "E" and
 // the exponent: "1.25E-3", "1.0E0". kDecimalPlain and kDecimalCanonical ask
 // for the other forms; a zero is "0" or "-0" in every form.
-size_t qorFormatDecimal(const DecimalRecord &record, char *buffer);
+size_t formatDecimal(const DecimalRecord &record, char *buffer);
 
 enum class DecimalOrder : int { kLess = -1, kEqual = 0, kGreater = 1, kUnordered = 2 };
 
@@ -72,7 +72,7 @@ enum class DecimalOrder : int { kLess = -1, kEqual = 0, kGreater = 1, kUnordered
 // "PLUS_INFINITY" above, "NOT_A_NUMBER" above everything and equal only to
 // itself; "-0" is below "0". A null text, or one that is neither a number
 // nor a reserved spelling, is unordered against anything but itself.
-[[nodiscard]] DecimalOrder qorCompareDecimal(const char *first, const char *second);
+[[nodiscard]] DecimalOrder compareDecimal(const char *first, const char *second);
 
 // Special values, named by their content octet. In memory infinities are the
 // largest finite values, not-a-number has the sign bit set.
@@ -87,14 +87,14 @@ enum class SpecialReal : uint8_t {
 // `value` points at a double (`size` 8) or a float (`size` 4). A value at or
 // beyond the type's largest finite value is an infinity; any NaN is
 // not-a-number.
-[[nodiscard]] SpecialReal qor_get_float_special_value_kind(const void *value, size_t size);
+[[nodiscard]] SpecialReal specialValueKind(const void *value, size_t size);
 
-inline SpecialReal specialKind(double v) { return qor_get_float_special_value_kind(&v, sizeof v); }
-inline SpecialReal specialKind(float v) { return qor_get_float_special_value_kind(&v, sizeof v); }
+inline SpecialReal specialKind(double v) { return specialValueKind(&v, sizeof v); }
+inline SpecialReal specialKind(float v) { return specialValueKind(&v, sizeof v); }
 
 // Stores the value of special content octet `octet` (0x40 to 0x43) into the
 // double or float at `out`; false, and nothing stored, for any other octet.
-[[nodiscard]] bool qorStoreSpecialReal(unsigned char octet, void *out, size_t size);
+[[nodiscard]] bool storeSpecialReal(unsigned char octet, void *out, size_t size);
 
 // The reserved text of a special content octet, or null.
 const char *specialRealText(unsigned char octet);
@@ -124,13 +124,13 @@ struct DecimalContents {
 // Reads blanks, a sign, digits, "." or ",", digits, "E" or "e", a sign and
 // digits from exactly `length` octets. Another character is message 106, no
 // digit in the mantissa 107, an exponent marker without digits 108.
-void qorScanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong length,
+void scanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong length,
                             DecimalContents &contents);
 
 // The magnitude of `contents`, the exponent applied in steps of ten and then
 // of one within `limits`. A value that runs out of range downwards becomes
 // 0.0; upwards it is message 128. The sign is the caller's.
-[[nodiscard]] double qorDecimalContentsValue(QorGlobal *world, const DecimalContents &contents,
+[[nodiscard]] double decimalContentsValue(QorGlobal *world, const DecimalContents &contents,
                                const RealLimits &limits);
 
 // A finite non-zero double as mantissa x 2^exponent, the mantissa odd.
@@ -141,13 +141,13 @@ struct BinaryReal {
 };
 
 // False for zero, infinities and NaN.
-[[nodiscard]] bool qorSplitReal(double value, BinaryReal &parts);
+[[nodiscard]] bool splitReal(double value, BinaryReal &parts);
 
-// Room for qorFormatShortest's text.
+// Room for formatShortest's text.
 constexpr size_t kShortestRealSize = 40;
 
 // A finite double in the default decimal form, with the fewest digits that
 // read back to the same double: 0.1 is "1.0E-1", 1e300 "1.0E300".
-size_t qorFormatShortest(double value, char *buffer);
+size_t formatShortest(double value, char *buffer);
 
 } // namespace qor

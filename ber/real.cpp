@@ -174,10 +174,10 @@ RealItem takeReal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong 
     } else {
         raiseIf(world, c > 3, Msg::kReservedReal, 0);
         DecimalContents d;
-        qorScanDecimalContents(world, contents + 1, length - 1, d);
+        scanDecimalContents(world, contents + 1, length - 1, d);
         double v = 0;
         if (decimalValue) {
-            v = qorDecimalContentsValue(world, d, limits);
+            v = decimalContentsValue(world, d, limits);
             if (d.negative)
                 v = -v;
         }
@@ -217,7 +217,7 @@ char *textOf(QorGlobal *world, const RealItem &item)
     case RealItem::kBinary:
     default: {
         char shortest[kShortestRealSize];
-        size_t n = qorFormatShortest(item.value, shortest);
+        size_t n = formatShortest(item.value, shortest);
         return newText(world, shortest, static_cast<QorLong>(n));
     }
     }
@@ -236,7 +236,7 @@ QorLong _qor_encd_real(QorGlobal *world, unsigned char **pos, QorLong *room, dou
         return 0; // zero has no contents
     // Base 2, scale 0, odd mantissa: the DER form, under every rule.
     BinaryReal parts;
-    raiseIf(world, !qorSplitReal(value, parts), Msg::kInvalidDecimal, 0);
+    raiseIf(world, !splitReal(value, parts), Msg::kInvalidDecimal, 0);
     int exponentOctets = 1;
     for (int32_t rest = parts.exponent < 0 ? ~parts.exponent : parts.exponent; rest > 127;
          rest >>= 8)
@@ -273,7 +273,7 @@ QorLong _qor_encd_creal(QorGlobal *world, unsigned char **pos, QorLong *room, co
     const bool strict =
         world->encRules == QOR_DER && (world->privateArea->compatFlags & kDecimalAsGiven) == 0;
     DecimalRecord record;
-    int parsed = qorParseDecimal(text, record);
+    int parsed = parseDecimal(text, record);
     const char *out = text;
     char frame[kFrameText];
     void *temp = nullptr;
@@ -284,13 +284,13 @@ QorLong _qor_encd_creal(QorGlobal *world, unsigned char **pos, QorLong *room, co
             return (record.flags & kDecimalNegativeZero) != 0 ? writeOctet(world, pos, room, 0x43)
                                                                : 0;
         record.flags = static_cast<uint8_t>((record.flags & ~kDecimalPlain) | kDecimalCanonical);
-        size_t size = qorDecimalFormatSize(record);
+        size_t size = decimalFormatSize(record);
         char *buffer = frame;
         if (size > sizeof frame) {
             temp = _qor_dec_gettempmem(world, static_cast<QorLong>(size));
             buffer = static_cast<char *>(temp);
         }
-        qorFormatDecimal(record, buffer);
+        formatDecimal(record, buffer);
         out = buffer;
     } else if ((parsed == kDecimalOk && isZero(record)) ||
                (parsed == kDecimalExponentTooLong && mantissaIsZero(text))) {
@@ -327,7 +327,7 @@ void _qor_dec_real(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong
 {
     RealItem item = takeReal(world, pos, room, length, kDoubleLimits, true);
     if (item.kind == RealItem::kSpecial) {
-        if (!qorStoreSpecialReal(item.octet, out, sizeof *out) && !relaxed(world))
+        if (!storeSpecialReal(item.octet, out, sizeof *out) && !relaxed(world))
             raise(world, Msg::kRealTooLarge, longValue(0));
         return;
     }
@@ -339,7 +339,7 @@ void _qor_dec_freal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLon
 {
     RealItem item = takeReal(world, pos, room, length, kFloatLimits, true);
     if (item.kind == RealItem::kSpecial) {
-        if (!qorStoreSpecialReal(item.octet, out, sizeof *out) && !relaxed(world))
+        if (!storeSpecialReal(item.octet, out, sizeof *out) && !relaxed(world))
             raise(world, Msg::kRealTooLarge, longValue(0));
         return;
     }

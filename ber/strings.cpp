@@ -88,11 +88,11 @@ QorLong writeUtf8(QorGlobal *world, unsigned char **pos, QorLong *room, const vo
 {
     raiseIf(world, count < 0 || (count > 0 && chars == nullptr), Msg::kMisencoded, count);
     checkMax(world, count, max > 0 ? max : 0);
-    QorLong total = qorUtf8SizeOf(world, chars, count, width);
+    QorLong total = utf8SizeOf(world, chars, count, width);
     if (sizingOnly(world))
         return _qor_write_bytes_d(world, pos, room, nullptr, total);
     if (total <= *room) {
-        qorEncodeUtf8Chars(*pos, chars, count, width);
+        encodeUtf8Chars(*pos, chars, count, width);
         *pos -= total;
         *room -= total;
         return total;
@@ -105,7 +105,7 @@ QorLong writeUtf8(QorGlobal *world, unsigned char **pos, QorLong *room, const vo
             _qor_write_bytes_d(world, pos, room, at, static_cast<QorLong>(bufferEnd - at));
             at = bufferEnd;
         }
-        at = qorEncodeUtf8Char(at, charAt(chars, i - 1, width));
+        at = encodeUtf8Char(at, charAt(chars, i - 1, width));
     }
     _qor_write_bytes_d(world, pos, room, at, static_cast<QorLong>(bufferEnd - at));
     return total;
@@ -119,7 +119,7 @@ void *toNewMemory(QorGlobal *world, FragmentTable *table, QorLong count, QorLong
     if (count + extra == 0)
         return nullptr;
     auto *out = static_cast<unsigned char *>(_qor_dec_getmem_internal(world, count + extra));
-    qorCopyFragments(table, out, count);
+    copyFragments(table, out, count);
     return out;
 }
 
@@ -137,18 +137,18 @@ void releaseApart(QorGlobal *world, unsigned char *piece, unsigned char *highBef
 void *toTemporaryMemory(QorGlobal *world, FragmentTable *table, QorLong count)
 {
     if (count == 0) {
-        qorReleaseFragments(world, table);
+        releaseFragments(world, table);
         return nullptr;
     }
     if (table->tempMark == nullptr) {
         auto *out = static_cast<unsigned char *>(_qor_dec_gettempmem(world, count));
-        qorCopyFragments(table, out, count);
+        copyFragments(table, out, count);
         return out;
     }
     unsigned char *highBefore = world->tempHigh;
     auto *apart = static_cast<unsigned char *>(_qor_tstk_get_altdecmem(world, count));
-    qorCopyFragments(table, apart, count);
-    qorReleaseFragments(world, table);
+    copyFragments(table, apart, count);
+    releaseFragments(world, table);
     auto *out = static_cast<unsigned char *>(_qor_dec_gettempmem(world, count));
     memcpy(out, apart, static_cast<size_t>(count));
     releaseApart(world, apart, highBefore);
@@ -160,11 +160,11 @@ QorLong decodeUnbounded(QorGlobal *world, unsigned char **pos, QorLong *room, Qo
                         void **out, QorLong max, bool temporary)
 {
     FragmentTable table;
-    qorInitFragments(&table);
-    QorLong count = qorReadStringContents(world, &table, pos, room, length);
+    initFragments(&table);
+    QorLong count = readStringContents(world, &table, pos, room, length);
     checkMax(world, count, max);
     *out = temporary ? toTemporaryMemory(world, &table, count) : toNewMemory(world, &table, count);
-    qorReleaseFragments(world, &table);
+    releaseFragments(world, &table);
     return count;
 }
 
@@ -180,13 +180,13 @@ QorLong decodeWide(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong
                    QorLong max, int width)
 {
     FragmentTable table;
-    qorInitFragments(&table);
-    QorLong octets = qorReadStringContents(world, &table, pos, room, length);
+    initFragments(&table);
+    QorLong octets = readStringContents(world, &table, pos, room, length);
     raiseIf(world, octets % width != 0, Msg::kNotWholeCharacters, octets);
     QorLong count = octets / width;
     checkMax(world, count, max);
     auto *chars = static_cast<unsigned char *>(toNewMemory(world, &table, octets));
-    qorReleaseFragments(world, &table);
+    releaseFragments(world, &table);
     for (QorLong i = 0; i < count; i++) {
         unsigned char *c = chars + int64_t{i} * width;
         if (width == 2) {
@@ -208,17 +208,17 @@ QorLong decodeUtf8Wide(QorGlobal *world, unsigned char **pos, QorLong *room, Qor
                        void **out, QorLong max, int width)
 {
     FragmentTable table;
-    qorInitFragments(&table);
-    QorLong octets = qorReadStringContents(world, &table, pos, room, length);
-    const unsigned char *text = qorContiguous(world, &table, octets);
-    QorLong count = qorUtf8CharCount(world, text, octets);
+    initFragments(&table);
+    QorLong octets = readStringContents(world, &table, pos, room, length);
+    const unsigned char *text = contiguous(world, &table, octets);
+    QorLong count = utf8CharCount(world, text, octets);
     checkMax(world, count, max);
     void *chars = nullptr;
     if (count > 0) {
         chars = _qor_dec_getmem_internal(world, octetsFor(world, count, width, Msg::kLengthTooLong));
-        qorDecodeUtf8Chars(world, chars, text, octets, width);
+        decodeUtf8Chars(world, chars, text, octets, width);
     }
-    qorReleaseFragments(world, &table);
+    releaseFragments(world, &table);
     *out = chars;
     return count;
 }
@@ -328,12 +328,12 @@ QorLong _qor_dec_voct_ia(QorGlobal *world, unsigned char **pos, QorLong *room, Q
                          void *out, QorLong max)
 {
     FragmentTable table;
-    qorInitFragments(&table);
-    QorLong count = qorReadStringContents(world, &table, pos, room, length);
+    initFragments(&table);
+    QorLong count = readStringContents(world, &table, pos, room, length);
     raiseIf(world, max >= 0 && count > max, Msg::kSizeExceeded, count);
     QorLong kept = keptOfVarying(count, max);
-    qorCopyFragments(&table, static_cast<unsigned char *>(out), kept);
-    qorReleaseFragments(world, &table);
+    copyFragments(&table, static_cast<unsigned char *>(out), kept);
+    releaseFragments(world, &table);
     return kept;
 }
 
@@ -344,13 +344,13 @@ QorLong _qor_dec_voct_ptr_ia(QorGlobal *world, unsigned char **pos, QorLong *roo
                              void **out, QorLong max)
 {
     FragmentTable table;
-    qorInitFragments(&table);
-    QorLong count = qorReadStringContents(world, &table, pos, room, length);
+    initFragments(&table);
+    QorLong count = readStringContents(world, &table, pos, room, length);
     if (max > 0)
         checkMax(world, count, max);
     QorLong kept = keptOfVarying(count, max);
     *out = toNewMemory(world, &table, kept);
-    qorReleaseFragments(world, &table);
+    releaseFragments(world, &table);
     return kept;
 }
 
@@ -362,11 +362,11 @@ QorLong _qor_dec_nstr(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
                       char *out, QorLong max)
 {
     FragmentTable table;
-    qorInitFragments(&table);
-    QorLong count = qorReadStringContents(world, &table, pos, room, length);
+    initFragments(&table);
+    QorLong count = readStringContents(world, &table, pos, room, length);
     checkCapacity(world, count, max, Msg::kSizeViolated);
-    qorCopyFragments(&table, reinterpret_cast<unsigned char *>(out), count);
-    qorReleaseFragments(world, &table);
+    copyFragments(&table, reinterpret_cast<unsigned char *>(out), count);
+    releaseFragments(world, &table);
     // The octets go in as they are: a NUL inside shortens the text, and the
     // count returned still tells the whole length.
     out[count] = '\0';
@@ -377,12 +377,12 @@ QorLong _qor_dec_nstr_ptr(QorGlobal *world, unsigned char **pos, QorLong *room, 
                           char **out, QorLong max)
 {
     FragmentTable table;
-    qorInitFragments(&table);
-    QorLong count = qorReadStringContents(world, &table, pos, room, length);
+    initFragments(&table);
+    QorLong count = readStringContents(world, &table, pos, room, length);
     checkMax(world, count, max, Msg::kSizeViolated);
     raiseIf(world, count > INT32_MAX - 8, Msg::kLengthTooLong, count);
     auto *text = static_cast<char *>(toNewMemory(world, &table, count, 1));
-    qorReleaseFragments(world, &table);
+    releaseFragments(world, &table);
     raiseIf(world, memchr(text, 0, static_cast<size_t>(count)) != nullptr, Msg::kEmbeddedNul, 0);
     text[count] = '\0';
     *out = text;
@@ -393,11 +393,11 @@ QorLong _qor_dec_pstr(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
                       char *out, QorLong size)
 {
     FragmentTable table;
-    qorInitFragments(&table);
-    QorLong count = qorReadStringContents(world, &table, pos, room, length);
+    initFragments(&table);
+    QorLong count = readStringContents(world, &table, pos, room, length);
     raiseIf(world, count > (size > 0 ? size : 0), Msg::kSizeExceeded, count);
-    qorCopyFragments(&table, reinterpret_cast<unsigned char *>(out), count);
-    qorReleaseFragments(world, &table);
+    copyFragments(&table, reinterpret_cast<unsigned char *>(out), count);
+    releaseFragments(world, &table);
     if (size > count)
         memset(out + count, ' ', static_cast<size_t>(size - count));
     return count;
@@ -419,14 +419,14 @@ QorLong _qor_dec_utf8unbound_ia(QorGlobal *world, unsigned char **pos, QorLong *
                                 QorLong length, unsigned char **out, QorLong max)
 {
     FragmentTable table;
-    qorInitFragments(&table);
-    QorLong octets = qorReadStringContents(world, &table, pos, room, length);
+    initFragments(&table);
+    QorLong octets = readStringContents(world, &table, pos, room, length);
     auto *text = static_cast<unsigned char *>(toNewMemory(world, &table, octets));
-    qorReleaseFragments(world, &table);
+    releaseFragments(world, &table);
     // The octets are kept as they came, once every sequence is known good;
     // the limit counts characters, the result octets, as the memory form
     // and its encoder do.
-    checkMax(world, qorUtf8CharCount(world, text, octets), max);
+    checkMax(world, utf8CharCount(world, text, octets), max);
     *out = text;
     return octets;
 }

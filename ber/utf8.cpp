@@ -56,7 +56,7 @@ QorULong charAt(const void *chars, QorLong i, int width)
     }
 }
 
-int qorUtf8Length(QorULong value)
+int utf8Length(QorULong value)
 {
     if (value >= 0x80000000u || (value >= 0xD800 && value <= 0xDFFF) || value == 0xFFFE ||
         value == 0xFFFF)
@@ -64,7 +64,7 @@ int qorUtf8Length(QorULong value)
     return rawLength(value);
 }
 
-unsigned char *qorEncodeUtf8Char(unsigned char *end, QorULong value)
+unsigned char *encodeUtf8Char(unsigned char *end, QorULong value)
 {
     if (value >= 0x80000000u)
         return end;
@@ -81,7 +81,7 @@ unsigned char *qorEncodeUtf8Char(unsigned char *end, QorULong value)
     return end;
 }
 
-bool qorDecodeUtf8Char(QorGlobal *world, void *out, const unsigned char *in, QorLong inLength,
+bool decodeUtf8Char(QorGlobal *world, void *out, const unsigned char *in, QorLong inLength,
                        int width, int *used)
 {
     if (inLength < 1) {
@@ -123,12 +123,12 @@ bool qorDecodeUtf8Char(QorGlobal *world, void *out, const unsigned char *in, Qor
     return true;
 }
 
-QorLong qorUtf8SizeOf(QorGlobal *world, const void *chars, QorLong count, int width)
+QorLong utf8SizeOf(QorGlobal *world, const void *chars, QorLong count, int width)
 {
     checkWidth(world, width);
     int64_t total = 0;
     for (QorLong i = 0; i < count; i++) {
-        int n = qorUtf8Length(charAt(chars, i, width));
+        int n = utf8Length(charAt(chars, i, width));
         raiseIf(world, n == 0, Msg::kNoUtf8Form, i);
         total += n;
     }
@@ -136,27 +136,27 @@ QorLong qorUtf8SizeOf(QorGlobal *world, const void *chars, QorLong count, int wi
     return static_cast<QorLong>(total);
 }
 
-unsigned char *qorEncodeUtf8Chars(unsigned char *end, const void *chars, QorLong count, int width)
+unsigned char *encodeUtf8Chars(unsigned char *end, const void *chars, QorLong count, int width)
 {
     for (QorLong i = count; i > 0; i--)
-        end = qorEncodeUtf8Char(end, charAt(chars, i - 1, width));
+        end = encodeUtf8Char(end, charAt(chars, i - 1, width));
     return end;
 }
 
-QorLong qorUtf8CharCount(QorGlobal *world, const unsigned char *in, QorLong length)
+QorLong utf8CharCount(QorGlobal *world, const unsigned char *in, QorLong length)
 {
     QorLong count = 0;
     for (QorLong at = 0; at < length; count++) {
         QorULong scratch;
         int used;
-        if (!qorDecodeUtf8Char(world, &scratch, in + at, length - at, 4, &used))
+        if (!decodeUtf8Char(world, &scratch, in + at, length - at, 4, &used))
             raise(world, Msg::kBadUtf8Sequence, longValue(0));
         at += used;
     }
     return count;
 }
 
-QorLong qorDecodeUtf8Chars(QorGlobal *world, void *out, const unsigned char *in, QorLong length,
+QorLong decodeUtf8Chars(QorGlobal *world, void *out, const unsigned char *in, QorLong length,
                            int width)
 {
     checkWidth(world, width);
@@ -164,7 +164,7 @@ QorLong qorDecodeUtf8Chars(QorGlobal *world, void *out, const unsigned char *in,
     QorLong count = 0;
     for (QorLong at = 0; at < length; count++) {
         int used;
-        if (!qorDecodeUtf8Char(world, target, in + at, length - at, width, &used))
+        if (!decodeUtf8Char(world, target, in + at, length - at, width, &used))
             raise(world, Msg::kBadUtf8Sequence, longValue(0));
         at += used;
         target += width;

@@ -15,12 +15,12 @@ QorULong charAt(const void *chars, QorLong i, int width);
 // Octets that `value` takes in UTF-8, 1 to 6; 0 for a value that has no
 // UTF-8 form here: 0x80000000 and above, the surrogates 0xD800 to 0xDFFF,
 // 0xFFFE and 0xFFFF.
-[[nodiscard]] int qorUtf8Length(QorULong value);
+[[nodiscard]] int utf8Length(QorULong value);
 
 // Writes `value` so that its last octet lies just below `end`; returns its
 // first octet. The value is written as it is, surrogates included: refusing
-// values is qorUtf8Length's job. A value of 0x80000000 or above writes nothing.
-unsigned char *qorEncodeUtf8Char(unsigned char *end, QorULong value);
+// values is utf8Length's job. A value of 0x80000000 or above writes nothing.
+unsigned char *encodeUtf8Char(unsigned char *end, QorULong value);
 
 // Reads one character of at most `inLength` octets at `in` into `out`, an
 // unsigned character of `width` octets (1, 2 or 4). `used` gets the length of
@@ -29,25 +29,25 @@ unsigned char *qorEncodeUtf8Char(unsigned char *end, QorULong value);
 // for a sequence cut short, and for a following octet not of the form
 // 10xxxxxx. A character too wide for `width` is message 99; a width other
 // than 1, 2 or 4 message 101.
-[[nodiscard]] bool qorDecodeUtf8Char(QorGlobal *world, void *out, const unsigned char *in,
+[[nodiscard]] bool decodeUtf8Char(QorGlobal *world, void *out, const unsigned char *in,
                                      QorLong inLength, int width, int *used);
 
 // Octets that `count` characters of `width` octets (1, 2 or 4, host order) at
 // `chars` take in UTF-8. A character without a UTF-8 form is message 87 with
 // its index, counted from 0.
-[[nodiscard]] QorLong qorUtf8SizeOf(QorGlobal *world, const void *chars, QorLong count, int width);
+[[nodiscard]] QorLong utf8SizeOf(QorGlobal *world, const void *chars, QorLong count, int width);
 
 // Writes those characters so that the last octet lies just below `end`;
-// returns the first octet. The caller has sized the room with qorUtf8SizeOf.
-unsigned char *qorEncodeUtf8Chars(unsigned char *end, const void *chars, QorLong count, int width);
+// returns the first octet. The caller has sized the room with utf8SizeOf.
+unsigned char *encodeUtf8Chars(unsigned char *end, const void *chars, QorLong count, int width);
 
 // Characters in `length` octets of UTF-8; a bad sequence is message 135.
-[[nodiscard]] QorLong qorUtf8CharCount(QorGlobal *world, const unsigned char *in, QorLong length);
+[[nodiscard]] QorLong utf8CharCount(QorGlobal *world, const unsigned char *in, QorLong length);
 
 // Converts `length` octets of UTF-8 into characters of `width` octets at
-// `out`, which has room for qorUtf8CharCount of them; returns their count.
+// `out`, which has room for utf8CharCount of them; returns their count.
 // A bad sequence is message 135, a character too wide message 99.
-QorLong qorDecodeUtf8Chars(QorGlobal *world, void *out, const unsigned char *in, QorLong length,
+QorLong decodeUtf8Chars(QorGlobal *world, void *out, const unsigned char *in, QorLong length,
                            int width);
 
 } // namespace qor

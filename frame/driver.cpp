@@ -84,10 +84,10 @@ int wrongVersion(QorGlobal *world, int wanted)
     return QOR_BAD_VERSION;
 }
 
-void qorAbortEncoder(QorGlobal *world)
+void abortEncoder(QorGlobal *world)
 {
     if (world->childWorld != nullptr)
-        qorAbortNested(world, false); // blocks in the caller's temporary buffer stay
+        abortNested(world, false); // blocks in the caller's temporary buffer stay
     if (void *nested = world->nestedOutput) {
         world->nestedOutput = nullptr;
         userRelease(world, nested);
@@ -96,11 +96,11 @@ void qorAbortEncoder(QorGlobal *world)
     releaseEncoderStack(world);
     bool tempBuffer = world->privateArea->tempBufferSize != 0;
     if (!tempBuffer)
-        qorReleaseTemp(world);
+        releaseTemp(world);
     if (world->userBuffer || tempBuffer)
-        qorMemQueueForget(world, nullptr); // the caller's buffer, or the temporary buffer
+        memQueueForget(world, nullptr); // the caller's buffer, or the temporary buffer
     else
-        qorMemQueueFree(world, world->userFree);
+        memQueueFree(world, world->userFree);
 }
 
 int runEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULong flags,
@@ -123,7 +123,7 @@ int runEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULo
     int exitValue = sigsetjmp(frame, trapping ? 1 : 0);
     if (exitValue != 0) {
         abandonCall(world, exitValue, &code);
-        qorAbortEncoder(world);
+        abortEncoder(world);
         world->encRules = savedRules;
         if (trapping)
             disarmTrap(world, &trap, code != kSerializationResult);
@@ -144,7 +144,7 @@ int runEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULo
     if (steps.prepare != nullptr)
         steps.prepare(world, output);
     steps.call(world, pdunum, value);
-    qorReleaseTemp(world);
+    releaseTemp(world);
     steps.finish(world, output, flags);
     if (trapping)
         disarmTrap(world, &trap, true);
@@ -176,14 +176,14 @@ int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
     if (exitValue != 0) {
         abandonCall(world, exitValue, &code);
         if (world->childWorld != nullptr)
-            qorAbortNested(world, true);
+            abortNested(world, true);
         if (world->privateArea->tempBufferSize == 0)
-            qorReleaseTemp(world);
+            releaseTemp(world);
         if (!world->userBuffer) {
-            qorMemQueueFree(world, world->userFree);
+            memQueueFree(world, world->userFree);
             *output = nullptr;
         } else {
-            qorMemQueueForget(world, world->userFree);
+            memQueueForget(world, world->userFree);
         }
         world->encRules = savedRules;
         world->decodingLength = 0;
@@ -209,13 +209,13 @@ int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
     if (steps.prepare != nullptr)
         steps.prepare(world, input);
     steps.call(world, pdunum, output);
-    qorReleaseTemp(world);
+    releaseTemp(world);
     if (world->userBuffer) {
         world->decodingLength -= world->outRoom;
     } else {
         // The decoded value owns its pieces now.
         world->decodingLength = world->totalBytes;
-        qorMemQueueForget(world, world->userFree);
+        memQueueForget(world, world->userFree);
     }
     steps.finish(world, input);
     if ((world->presetDecFlags & QOR_PRESET_ADVANCE_INPUT) != 0) {

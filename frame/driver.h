@@ -29,9 +29,9 @@ int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
                const DecoderSteps &steps);
 
 // Releases what a failed encode had taken.
-void qorAbortEncoder(QorGlobal *world);
+void abortEncoder(QorGlobal *world);
 // Releases what nested contexts of a failed call had taken.
-void qorAbortNested(QorGlobal *world, bool freeAll);
+void abortNested(QorGlobal *world, bool freeAll);
 
 // The result of a driver whose control table lacks the rules' entry, or
 // carries another version: message 38 or 5 is made, and its code returned.

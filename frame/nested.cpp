@@ -26,7 +26,7 @@ void copyTempStack(QorGlobal *to, const QorGlobal *from)
 // After a failure: the deepest context's temporary words go to `world`, and
 // every nested context gives back its output. `freeAll`: blocks go whatever
 // their source; else those in a caller's temporary buffer stay.
-void qorAbortNested(QorGlobal *world, bool freeAll)
+void abortNested(QorGlobal *world, bool freeAll)
 {
     QorGlobal *deepest = world;
     while (deepest->childWorld != nullptr)
@@ -40,7 +40,7 @@ void qorAbortNested(QorGlobal *world, bool freeAll)
         unwindBlockStack(nested);
         bool tempBuffer = nested->privateArea != nullptr && nested->privateArea->tempBufferSize != 0;
         if (!nested->userBuffer && (freeAll || !tempBuffer))
-            qorMemQueueFree(nested, outputBlockRelease(nested));
+            memQueueFree(nested, outputBlockRelease(nested));
     }
     world->childWorld = nullptr;
 }

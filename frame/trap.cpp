@@ -16,8 +16,8 @@ struct CriticalSection {
     pthread_mutex_t mutex;
     bool initialised;
 };
-CriticalSection qorCriticalSection;
-QorTrapRecord *qorTrapList;
+CriticalSection criticalSection;
+QorTrapRecord *trapList;
 
 void lock(CriticalSection *cs)
 {
@@ -35,8 +35,8 @@ void unlink(QorTrapRecord *r)
 {
     if (r->prev != nullptr)
         r->prev->next = r->next;
-    else if (qorTrapList == r)
-        qorTrapList = r->next;
+    else if (trapList == r)
+        trapList = r->next;
     if (r->next != nullptr)
         r->next->prev = r->prev;
     r->next = r->prev = nullptr;
@@ -44,7 +44,7 @@ void unlink(QorTrapRecord *r)
 
 // Adds `record` for `world`; with a null `world`, removes the record of this
 // process and thread.
-bool qorBeginTrap(QorGlobal *world, QorTrapRecord *record)
+bool beginTrap(QorGlobal *world, QorTrapRecord *record)
 {
     void *sync = world != nullptr ? world->syncObject : syncObjectOfProcess();
     if (sync == nullptr)
@@ -56,10 +56,10 @@ bool qorBeginTrap(QorGlobal *world, QorTrapRecord *record)
         record->tid = pthread_self();
         record->world = world;
         record->prev = nullptr;
-        record->next = qorTrapList;
-        if (qorTrapList != nullptr)
-            qorTrapList->prev = record;
-        qorTrapList = record;
+        record->next = trapList;
+        if (trapList != nullptr)
+            trapList->prev = record;
+        trapList = record;
     } else {
         unlink(record);
     }
@@ -67,11 +67,11 @@ bool qorBeginTrap(QorGlobal *world, QorTrapRecord *record)
     return true;
 }
 
-void qorTrapHandler(int signal)
+void trapHandler(int signal)
 {
     pid_t pid = getpid();
     pthread_t self = pthread_self();
-    for (QorTrapRecord *r = qorTrapList; r != nullptr; r = r->next) {
+    for (QorTrapRecord *r = trapList; r != nullptr; r = r->next) {
         if (r->pid == pid && pthread_equal(r->tid, self))
             raise(r->world, Msg::kMemoryViolation, longValue(signal));
     }
@@ -81,24 +81,24 @@ void qorTrapHandler(int signal)
 
 } // namespace
 
-void *syncObjectOfProcess() { return &qorCriticalSection; }
+void *syncObjectOfProcess() { return &criticalSection; }
 
 void armTrap(QorGlobal *world, TrapState *trap)
 {
     struct sigaction action;
     memset(&action, 0, sizeof action);
-    action.sa_handler = qorTrapHandler;
+    action.sa_handler = trapHandler;
     sigemptyset(&action.sa_mask);
     sigaction(SIGSEGV, &action, &trap->oldAction);
     world->oldSignalHandler = &trap->oldAction;
     memset(&trap->record, 0, sizeof trap->record);
-    raiseIf(world, !qorBeginTrap(world, &trap->record), Msg::kSerializationError, 0);
+    raiseIf(world, !beginTrap(world, &trap->record), Msg::kSerializationError, 0);
 }
 
 void disarmTrap(QorGlobal *world, TrapState *trap, bool listed)
 {
     if (listed)
-        qorBeginTrap(nullptr, &trap->record);
+        beginTrap(nullptr, &trap->record);
     sigaction(SIGSEGV, &trap->oldAction, nullptr);
     world->oldSignalHandler = nullptr;
 }
@@ -111,18 +111,18 @@ extern "C" {
 
 int qorInitSync(void)
 {
-    if (!qorCriticalSection.initialised) {
-        pthread_mutex_init(&qorCriticalSection.mutex, nullptr);
-        qorCriticalSection.initialised = true;
+    if (!criticalSection.initialised) {
+        pthread_mutex_init(&criticalSection.mutex, nullptr);
+        criticalSection.initialised = true;
     }
     return 0;
 }
 
 void qorTermSync(void)
 {
-    if (qorCriticalSection.initialised) {
-        pthread_mutex_destroy(&qorCriticalSection.mutex);
-        qorCriticalSection.initialised = false;
+    if (criticalSection.initialised) {
+        pthread_mutex_destroy(&criticalSection.mutex);
+        criticalSection.initialised = false;
     }
 }
 

@@ -123,7 +123,7 @@ inline void padOutput(QorGlobal *world, unsigned offset)
 // A fresh output block becomes the current one.
 unsigned char *takeBlock(QorGlobal *world)
 {
-    unsigned char *block = qorNextOutBlock(world);
+    unsigned char *block = nextOutBlock(world);
     world->outPos = block;
     world->outRoom = QOR_BLOCK_SIZE;
     return block;
@@ -230,7 +230,7 @@ __attribute__((noinline)) void appendAcrossBlocks(QorGlobal *world, const unsign
     uint64_t done = room;
     uint64_t left = n - room;
     while (left >= kBlockBits) {
-        unsigned char *block = qorNextOutBlock(world);
+        unsigned char *block = nextOutBlock(world);
         gatherBits(block, src + (done >> 3), done & 7, kBlockBits);
         // Full to its end: the next writer asks for the next block.
         world->outPos = block + QOR_BLOCK_SIZE;
@@ -239,7 +239,7 @@ __attribute__((noinline)) void appendAcrossBlocks(QorGlobal *world, const unsign
     }
     if (left == 0)
         return;
-    unsigned char *block = qorNextOutBlock(world);
+    unsigned char *block = nextOutBlock(world);
     gatherBits(block, src + (done >> 3), done & 7, left);
     world->outPos = block + (left >> 3);
     world->outRoom = static_cast<QorLong>(QOR_BLOCK_SIZE - (left >> 3));

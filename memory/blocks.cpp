@@ -30,7 +30,7 @@ void releaseAddedRecords(QorGlobal *world, QorFreeFn release)
 
 } // namespace
 
-void *qorMemQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size)
+void *memQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size)
 {
     if (alloc == nullptr)
         return nullptr;
@@ -51,7 +51,7 @@ void *qorMemQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size)
 
 // Each piece leaves the list before it is released, so that a release hook
 // that fails (and so re-enters the clean-up) finds the rest still listed.
-void qorMemQueueFree(QorGlobal *world, QorFreeFn release)
+void memQueueFree(QorGlobal *world, QorFreeFn release)
 {
     QorMemBlockRecord *head = &world->blockQueue;
     // Newest first. Records link forwards only, so the added ones are turned
@@ -87,7 +87,7 @@ void qorMemQueueFree(QorGlobal *world, QorFreeFn release)
     resetQueue(world);
 }
 
-void qorMemQueueForget(QorGlobal *world, QorFreeFn release)
+void memQueueForget(QorGlobal *world, QorFreeFn release)
 {
     releaseAddedRecords(world, release);
     resetQueue(world);
@@ -108,7 +108,7 @@ QorLong blockCount(const QorGlobal *world)
 
 QorFreeFn outputBlockRelease(const QorGlobal *world)
 {
-    return world->privateArea->tempBufferSize != 0 ? qorTmpBufFree : world->userFree;
+    return world->privateArea->tempBufferSize != 0 ? tmpBufFree : world->userFree;
 }
 
 QorLong gatheredLength(QorGlobal *world, QorLong room)
@@ -124,16 +124,16 @@ void releaseGatheredBlocks(QorGlobal *world, void *gathered)
     void *held = world->nestedOutput;
     if (held == nullptr)
         world->nestedOutput = gathered;
-    qorMemQueueFree(world, outputBlockRelease(world));
+    memQueueFree(world, outputBlockRelease(world));
     world->nestedOutput = held;
 }
 
-unsigned char *qorNextOutBlock(QorGlobal *world)
+unsigned char *nextOutBlock(QorGlobal *world)
 {
     raiseIf(world, world->userBuffer, Msg::kBufferTooSmall, world->totalBytes);
     world->totalBytes += QOR_BLOCK_SIZE;
-    QorMallocFn alloc = world->privateArea->tempBufferSize != 0 ? qorTmpBufAlloc : world->userMalloc;
-    void *block = qorMemQueuePush(world, alloc, QOR_BLOCK_SIZE);
+    QorMallocFn alloc = world->privateArea->tempBufferSize != 0 ? tmpBufAlloc : world->userMalloc;
+    void *block = memQueuePush(world, alloc, QOR_BLOCK_SIZE);
     raiseIf(world, block == nullptr, Msg::kOutOfMemory, QOR_BLOCK_SIZE);
     return static_cast<unsigned char *>(block);
 }

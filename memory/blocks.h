@@ -10,16 +10,16 @@ namespace qor {
 // Allocates `size` octets with `alloc` and lists them at the tail of the
 // queue, adding a slot record when the current one is full (message 6 when
 // that fails). Returns null when the piece itself cannot be had.
-void *qorMemQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size);
+void *memQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size);
 // Releases every listed piece, newest first, and the added records.
-void qorMemQueueFree(QorGlobal *world, QorFreeFn release);
+void memQueueFree(QorGlobal *world, QorFreeFn release);
 // Forgets the listed pieces (the caller owns them now) and releases the
 // added records; a null `release` abandons them too (temporary buffer).
-void qorMemQueueForget(QorGlobal *world, QorFreeFn release);
+void memQueueForget(QorGlobal *world, QorFreeFn release);
 // How many blocks the queue lists.
 QorLong blockCount(const QorGlobal *world);
 // A fresh 1024-octet output block; message 1 when the caller's buffer is full.
-unsigned char *qorNextOutBlock(QorGlobal *world);
+unsigned char *nextOutBlock(QorGlobal *world);
 // The length of the output gathered from the blocks; message 6 when it is
 // negative or beyond what a length can hold.
 QorLong gatheredLength(QorGlobal *world, QorLong room);
@@ -32,11 +32,11 @@ void releaseGatheredBlocks(QorGlobal *world, void *gathered);
 
 // The caller's temporary buffer, used from its top down for output blocks:
 // each piece has an 8-octet size header; pieces go back in reverse order.
-void *qorTmpBufAlloc(QorGlobal *world, size_t size);
-void qorTmpBufFree(QorGlobal *world, void *p);
+void *tmpBufAlloc(QorGlobal *world, size_t size);
+void tmpBufFree(QorGlobal *world, void *p);
 // Releases all temporary memory of the call: the temporary stack's blocks
 // and alternate decoder memory.
-void qorReleaseTemp(QorGlobal *world);
+void releaseTemp(QorGlobal *world);
 
 // Forward output: `n` octets at the cursor, counted in `encLength`.
 void appendBytes(QorGlobal *world, const void *data, QorLong n);

@@ -40,7 +40,7 @@ void *getPiece(QorGlobal *world, QorLong size, bool aligned)
     if (size == 0)
         return nullptr;
     world->totalBytes += size;
-    void *piece = qorMemQueuePush(world, world->userMalloc, static_cast<size_t>(size));
+    void *piece = memQueuePush(world, world->userMalloc, static_cast<size_t>(size));
     raiseIf(world, piece == nullptr, Msg::kOutOfMemory, size);
     return piece;
 }

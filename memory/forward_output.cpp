@@ -35,7 +35,7 @@ void appendBytes(QorGlobal *world, const void *data, QorLong n)
     const auto *src = static_cast<const unsigned char *>(data);
     while (n > 0) {
         if (world->outRoom == 0) {
-            world->outPos = qorNextOutBlock(world);
+            world->outPos = nextOutBlock(world);
             world->outRoom = QOR_BLOCK_SIZE;
         }
         QorLong step = n < world->outRoom ? n : world->outRoom;
@@ -61,7 +61,7 @@ void _qor_set_outmem_p(QorGlobal *world, QorLong *lengthOut, unsigned char **val
         if (world->encLength == 0 && !emptyAllowed)
             world->encLength = 1; // an empty encoding is one zero octet
         *lengthOut = world->encLength;
-        qorMemQueueFree(world, outputBlockRelease(world));
+        memQueueFree(world, outputBlockRelease(world));
         return;
     }
     closePartialOctet(world);
@@ -79,7 +79,7 @@ void _qor_set_outmem_p(QorGlobal *world, QorLong *lengthOut, unsigned char **val
             *valueOut = one;
             return;
         }
-        qorMemQueueFree(world, outputBlockRelease(world));
+        memQueueFree(world, outputBlockRelease(world));
         return;
     }
     auto *out = static_cast<unsigned char *>(userAllocate(world, static_cast<size_t>(length)));

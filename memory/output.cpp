@@ -31,11 +31,11 @@ QorLong _qor_write_bytes_d(QorGlobal *world, unsigned char **pos, QorLong *room,
     if (*room > 0)
         memcpy(*pos - *room, src + left, static_cast<size_t>(*room));
     while (left > QOR_BLOCK_SIZE) {
-        unsigned char *block = qorNextOutBlock(world);
+        unsigned char *block = nextOutBlock(world);
         left -= QOR_BLOCK_SIZE;
         copyBlock(block, src + left, QOR_BLOCK_SIZE);
     }
-    unsigned char *block = qorNextOutBlock(world);
+    unsigned char *block = nextOutBlock(world);
     *pos = block + QOR_BLOCK_SIZE - left;
     *room = QOR_BLOCK_SIZE - left;
     memcpy(*pos, src, static_cast<size_t>(left));
@@ -48,7 +48,7 @@ void _qor_set_outmem_d(QorGlobal *world, QorLong room, QorLong *lengthOut, unsig
     QorLong length = gatheredLength(world, room);
     *lengthOut = length;
     if (length == 0) {
-        qorMemQueueFree(world, outputBlockRelease(world));
+        memQueueFree(world, outputBlockRelease(world));
         return;
     }
     auto *out = static_cast<unsigned char *>(userAllocate(world, static_cast<size_t>(length)));

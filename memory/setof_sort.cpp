@@ -145,7 +145,7 @@ void unwindBlockStack(QorGlobal *world)
         if (!frame->restored) {
             // The element being built lives in blocks of its own.
             if (world->privateArea->tempBufferSize == 0)
-                qorMemQueueFree(world, world->userFree);
+                memQueueFree(world, world->userFree);
             restoreOuter(world, frame, nullptr, nullptr);
         }
         popFrame(world, frame);

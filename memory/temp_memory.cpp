@@ -17,7 +17,7 @@ constexpr size_t kSizeHeader = 8;
 
 namespace qor {
 
-void *qorTmpBufAlloc(QorGlobal *world, size_t size)
+void *tmpBufAlloc(QorGlobal *world, size_t size)
 {
     QorLong rounded = roundUp8(static_cast<QorLong>(size));
     QorLong need = rounded + static_cast<QorLong>(kSizeHeader);
@@ -28,7 +28,7 @@ void *qorTmpBufAlloc(QorGlobal *world, size_t size)
     return world->tempHigh + kSizeHeader;
 }
 
-void qorTmpBufFree(QorGlobal *world, void *p)
+void tmpBufFree(QorGlobal *world, void *p)
 {
     // Pieces come back newest first; the top moves past each.
     auto *piece = static_cast<unsigned char *>(p);
@@ -66,7 +66,7 @@ void releaseTempBlocksDownTo(QorGlobal *world, const void *p)
     }
 }
 
-void qorReleaseTemp(QorGlobal *world)
+void releaseTemp(QorGlobal *world)
 {
     if (world->privateArea->tempBufferSize == 0)
         releaseTempBlocksDownTo(world, nullptr);

@@ -57,7 +57,7 @@ int runPrintEntry(QorGlobal *world, QorValueEntry entry, int pdunum, void *value
         bool first = code == 0;
         code = first && exitValue != kZeroExit ? exitValue : QOR_FATAL;
         if (first && !tempBuffer && p != nullptr)
-            qorReleaseTemp(world);
+            releaseTemp(world);
         if (armed) {
             armed = false;
             disarmTrap(world, &trap, exitValue != QOR_SYNC_ERROR);
@@ -74,7 +74,7 @@ int runPrintEntry(QorGlobal *world, QorValueEntry entry, int pdunum, void *value
     }
     int result = entry(world, pdunum, value);
     if (!tempBuffer && p != nullptr)
-        qorReleaseTemp(world);
+        releaseTemp(world);
     if (armed) {
         armed = false;
         disarmTrap(world, &trap, true);

@@ -25,10 +25,10 @@ using dec::DecimalRecord;
 std::string formatted(const char *t, uint8_t extraFlags)
 {
     DecimalRecord r;
-    EXPECT_EQ(dec::qorParseDecimal(t, r), dec::kDecimalOk) << t;
+    EXPECT_EQ(dec::parseDecimal(t, r), dec::kDecimalOk) << t;
     r.flags |= extraFlags;
-    std::string out(dec::qorDecimalFormatSize(r), '#');
-    size_t n = dec::qorFormatDecimal(r, out.data());
+    std::string out(dec::decimalFormatSize(r), '#');
+    size_t n = dec::formatDecimal(r, out.data());
     EXPECT_LT(n, out.size());
     EXPECT_EQ(out[n], '\0');
     out.resize(n);
@@ -39,7 +39,7 @@ TEST(DecimalTest, ParseFillsTheRecord)
 {
     DecimalRecord r;
     const char *t = "  - 0012.3400E+2 ";
-    ASSERT_EQ(dec::qorParseDecimal(t, r), dec::kDecimalOk);
+    ASSERT_EQ(dec::parseDecimal(t, r), dec::kDecimalOk);
     EXPECT_TRUE(r.negative);
     EXPECT_EQ(r.first, t + 6);
     EXPECT_EQ(r.last, t + 10); // the trailing zeros went
@@ -47,20 +47,20 @@ TEST(DecimalTest, ParseFillsTheRecord)
     EXPECT_EQ(r.flags, dec::kDecimalExponentGiven);
 
     const char *small = "0.00120";
-    ASSERT_EQ(dec::qorParseDecimal(small, r), dec::kDecimalOk);
+    ASSERT_EQ(dec::parseDecimal(small, r), dec::kDecimalOk);
     EXPECT_EQ(r.first, small + 4);
     EXPECT_EQ(r.last, small + 5);
     EXPECT_EQ(r.exponent, -3);
 
     const char *whole = "1200.00";
-    ASSERT_EQ(dec::qorParseDecimal(whole, r), dec::kDecimalOk);
+    ASSERT_EQ(dec::parseDecimal(whole, r), dec::kDecimalOk);
     EXPECT_EQ(r.last, whole + 1); // back over the zeros and the point
     EXPECT_EQ(r.exponent, 3);
 
-    ASSERT_EQ(dec::qorParseDecimal("0.000", r), dec::kDecimalOk);
+    ASSERT_EQ(dec::parseDecimal("0.000", r), dec::kDecimalOk);
     EXPECT_EQ(r.flags, dec::kDecimalZero);
     EXPECT_EQ(r.first, nullptr);
-    ASSERT_EQ(dec::qorParseDecimal("-0e7", r), dec::kDecimalOk);
+    ASSERT_EQ(dec::parseDecimal("-0e7", r), dec::kDecimalOk);
     EXPECT_EQ(r.flags, dec::kDecimalNegativeZero | dec::kDecimalExponentGiven);
 }
 
@@ -80,10 +80,10 @@ TEST(DecimalTest, ParseResults)
     };
     for (const ParseCase &c : cases) {
         DecimalRecord r;
-        EXPECT_EQ(dec::qorParseDecimal(c.text, r), c.result) << '"' << c.text << '"';
+        EXPECT_EQ(dec::parseDecimal(c.text, r), c.result) << '"' << c.text << '"';
     }
     DecimalRecord r;
-    EXPECT_EQ(dec::qorParseDecimal(nullptr, r), 1);
+    EXPECT_EQ(dec::parseDecimal(nullptr, r), 1);
 }
 
 TEST(DecimalTest, FormatForms)
@@ -132,7 +132,7 @@ TEST(DecimalTest, ShortestDigitsThroughTheRecord)
         {123456789.0, "1.23456789E8"},
     };
     for (const ShortCase &c : cases) {
-        dec::qorFormatShortest(c.value, buffer);
+        dec::formatShortest(c.value, buffer);
         EXPECT_STREQ(buffer, c.text);
     }
 }
@@ -172,7 +172,7 @@ TEST(DecimalTest, CompareOrdersByValue)
         {nullptr, "1", O::kUnordered},
     };
     for (const CompareCase &c : cases) {
-        EXPECT_EQ(dec::qorCompareDecimal(c.a, c.b), c.order)
+        EXPECT_EQ(dec::compareDecimal(c.a, c.b), c.order)
             << (c.a ? c.a : "null") << " against " << c.b;
     }
 }
@@ -190,25 +190,25 @@ TEST(DecimalTest, SpecialKinds)
     EXPECT_EQ(dec::specialKind(double{FLT_MAX}), S::kNone);  // as a double
     EXPECT_EQ(dec::specialKind(-0.0f), S::kMinusZero);
     double d;
-    EXPECT_FALSE(dec::qorStoreSpecialReal(0x44, &d, sizeof d));
-    EXPECT_FALSE(dec::qorStoreSpecialReal(0x3F, &d, sizeof d));
-    ASSERT_TRUE(dec::qorStoreSpecialReal(0x42, &d, sizeof d));
+    EXPECT_FALSE(dec::storeSpecialReal(0x44, &d, sizeof d));
+    EXPECT_FALSE(dec::storeSpecialReal(0x3F, &d, sizeof d));
+    ASSERT_TRUE(dec::storeSpecialReal(0x42, &d, sizeof d));
     EXPECT_EQ(bitsOf(d), 0xFFF8000000000000u);
 }
 
 TEST(DecimalTest, SplitGivesAnOddMantissa)
 {
     dec::BinaryReal p;
-    ASSERT_TRUE(dec::qorSplitReal(-1.5, p));
+    ASSERT_TRUE(dec::splitReal(-1.5, p));
     EXPECT_TRUE(p.negative);
     EXPECT_EQ(p.mantissa, 3u);
     EXPECT_EQ(p.exponent, -1);
-    ASSERT_TRUE(dec::qorSplitReal(DBL_MAX, p));
+    ASSERT_TRUE(dec::splitReal(DBL_MAX, p));
     EXPECT_EQ(p.mantissa, (uint64_t{1} << 53) - 1);
     EXPECT_EQ(p.exponent, 971);
-    EXPECT_FALSE(dec::qorSplitReal(0.0, p));
-    EXPECT_FALSE(dec::qorSplitReal(HUGE_VAL, p));
-    EXPECT_FALSE(dec::qorSplitReal(std::nan(""), p));
+    EXPECT_FALSE(dec::splitReal(0.0, p));
+    EXPECT_FALSE(dec::splitReal(HUGE_VAL, p));
+    EXPECT_FALSE(dec::splitReal(std::nan(""), p));
 }
 
 } // namespace

@@ -51,14 +51,14 @@ protected:
 TEST(Utf8Length, CountsAndRefusals)
 {
     for (const CharCase &c : kChars)
-        EXPECT_EQ(u8::qorUtf8Length(c.value), static_cast<int>(hex(c.bytes).size())) << c.value;
+        EXPECT_EQ(u8::utf8Length(c.value), static_cast<int>(hex(c.bytes).size())) << c.value;
     for (QorULong refused : {0xD800u, 0xDBFFu, 0xDC00u, 0xDFFFu, 0xFFFEu, 0xFFFFu, 0x80000000u,
                              0xFFFFFFFFu}) {
-        EXPECT_EQ(u8::qorUtf8Length(refused), 0) << refused;
+        EXPECT_EQ(u8::utf8Length(refused), 0) << refused;
     }
-    EXPECT_EQ(u8::qorUtf8Length(0xD7FF), 3);
-    EXPECT_EQ(u8::qorUtf8Length(0xE000), 3);
-    EXPECT_EQ(u8::qorUtf8Length(0x1FFFE), 4); // only the plane-0 pair is refused
+    EXPECT_EQ(u8::utf8Length(0xD7FF), 3);
+    EXPECT_EQ(u8::utf8Length(0xE000), 3);
+    EXPECT_EQ(u8::utf8Length(0x1FFFE), 4); // only the plane-0 pair is refused
 }
 
 TEST(Utf8Encode, EndsJustBelowTheGivenEnd)
@@ -66,7 +66,7 @@ TEST(Utf8Encode, EndsJustBelowTheGivenEnd)
     for (const CharCase &c : kChars) {
         unsigned char area[8];
         memset(area, 0xEE, sizeof area);
-        unsigned char *start = u8::qorEncodeUtf8Char(area + 7, c.value);
+        unsigned char *start = u8::encodeUtf8Char(area + 7, c.value);
         EXPECT_EQ(Bytes(start, area + 7), hex(c.bytes)) << c.value;
         EXPECT_EQ(area[7], 0xEE);
         if (start > area) {
@@ -74,9 +74,9 @@ TEST(Utf8Encode, EndsJustBelowTheGivenEnd)
         }
     }
     unsigned char area[8];
-    EXPECT_EQ(u8::qorEncodeUtf8Char(area + 8, 0x80000000u), area + 8);
+    EXPECT_EQ(u8::encodeUtf8Char(area + 8, 0x80000000u), area + 8);
     // A surrogate is written as it is; refusing it is the length's job.
-    unsigned char *start = u8::qorEncodeUtf8Char(area + 8, 0xD800);
+    unsigned char *start = u8::encodeUtf8Char(area + 8, 0xD800);
     EXPECT_EQ(Bytes(start, area + 8), hex("ED A0 80"));
 }
 
@@ -89,7 +89,7 @@ TEST_F(Utf8Test, DecodeEachWidth)
         int used = -1;
         bool ok = false;
         ASSERT_EQ(run([&] {
-                      ok = u8::qorDecodeUtf8Char(&world, &wide, b.data(),
+                      ok = u8::decodeUtf8Char(&world, &wide, b.data(),
                                                   static_cast<QorLong>(b.size()), 4, &used);
                   }),
                   0);
@@ -99,7 +99,7 @@ TEST_F(Utf8Test, DecodeEachWidth)
 
         uint16_t narrow = 0;
         int code = run([&] {
-            ok = u8::qorDecodeUtf8Char(&world, &narrow, b.data(), static_cast<QorLong>(b.size()), 2,
+            ok = u8::decodeUtf8Char(&world, &narrow, b.data(), static_cast<QorLong>(b.size()), 2,
                                         &used);
         });
         if (c.value > 0xFFFF) {
@@ -111,7 +111,7 @@ TEST_F(Utf8Test, DecodeEachWidth)
         }
         unsigned char octet = 0;
         code = run([&] {
-            ok = u8::qorDecodeUtf8Char(&world, &octet, b.data(), static_cast<QorLong>(b.size()), 1,
+            ok = u8::decodeUtf8Char(&world, &octet, b.data(), static_cast<QorLong>(b.size()), 1,
                                         &used);
         });
         EXPECT_EQ(code, c.value > 0xFF ? kLimited : 0);
@@ -126,7 +126,7 @@ TEST_F(Utf8Test, UnknownWidth)
     Bytes b = hex("41");
     unsigned char out[8];
     int used;
-    EXPECT_EQ(run([&] { (void)u8::qorDecodeUtf8Char(&world, out, b.data(), 1, 3, &used); }),
+    EXPECT_EQ(run([&] { (void)u8::decodeUtf8Char(&world, out, b.data(), 1, 3, &used); }),
               kTableCorrupt);
     EXPECT_TRUE(messageIs("0030S")) << world.errMsgBuffer;
 }
@@ -150,7 +150,7 @@ TEST_F(Utf8Test, NotASequence)
         int used = -1;
         bool ok = true;
         ASSERT_EQ(run([&] {
-                      ok = u8::qorDecodeUtf8Char(&world, &out, b.data(),
+                      ok = u8::decodeUtf8Char(&world, &out, b.data(),
                                                   static_cast<QorLong>(b.size()), 4, &used);
                   }),
                   0);
@@ -161,7 +161,7 @@ TEST_F(Utf8Test, NotASequence)
     QorULong out;
     int used = -1;
     unsigned char none = 0x41;
-    EXPECT_FALSE(u8::qorDecodeUtf8Char(&world, &out, &none, 0, 4, &used));
+    EXPECT_FALSE(u8::decodeUtf8Char(&world, &out, &none, 0, 4, &used));
     EXPECT_EQ(used, 0);
 }
 
@@ -175,31 +175,31 @@ TEST_F(Utf8Test, StringsOfEachWidth)
     Bytes latinUtf8 = hex("41 C3 BF");
 
     QorLong size = 0;
-    ASSERT_EQ(run([&] { size = u8::qorUtf8SizeOf(&world, bmp, 4, 2); }), 0);
+    ASSERT_EQ(run([&] { size = u8::utf8SizeOf(&world, bmp, 4, 2); }), 0);
     EXPECT_EQ(size, static_cast<QorLong>(bmpUtf8.size()));
-    ASSERT_EQ(run([&] { size = u8::qorUtf8SizeOf(&world, uni, 3, 4); }), 0);
+    ASSERT_EQ(run([&] { size = u8::utf8SizeOf(&world, uni, 3, 4); }), 0);
     EXPECT_EQ(size, static_cast<QorLong>(uniUtf8.size()));
-    ASSERT_EQ(run([&] { size = u8::qorUtf8SizeOf(&world, latin, 2, 1); }), 0);
+    ASSERT_EQ(run([&] { size = u8::utf8SizeOf(&world, latin, 2, 1); }), 0);
     EXPECT_EQ(size, 3);
 
     unsigned char area[32];
-    unsigned char *start = u8::qorEncodeUtf8Chars(area + 32, bmp, 4, 2);
+    unsigned char *start = u8::encodeUtf8Chars(area + 32, bmp, 4, 2);
     EXPECT_EQ(Bytes(start, area + 32), bmpUtf8);
-    start = u8::qorEncodeUtf8Chars(area + 32, uni, 3, 4);
+    start = u8::encodeUtf8Chars(area + 32, uni, 3, 4);
     EXPECT_EQ(Bytes(start, area + 32), uniUtf8);
-    start = u8::qorEncodeUtf8Chars(area + 32, latin, 2, 1);
+    start = u8::encodeUtf8Chars(area + 32, latin, 2, 1);
     EXPECT_EQ(Bytes(start, area + 32), latinUtf8);
 
     QorLong count = 0;
     ASSERT_EQ(run([&] {
-                  count = u8::qorUtf8CharCount(&world, uniUtf8.data(),
+                  count = u8::utf8CharCount(&world, uniUtf8.data(),
                                                 static_cast<QorLong>(uniUtf8.size()));
               }),
               0);
     EXPECT_EQ(count, 3);
     QorULong wide[3] = {};
     ASSERT_EQ(run([&] {
-                  count = u8::qorDecodeUtf8Chars(&world, wide, uniUtf8.data(),
+                  count = u8::decodeUtf8Chars(&world, wide, uniUtf8.data(),
                                                   static_cast<QorLong>(uniUtf8.size()), 4);
               }),
               0);
@@ -207,31 +207,31 @@ TEST_F(Utf8Test, StringsOfEachWidth)
     EXPECT_EQ(memcmp(wide, uni, sizeof uni), 0);
     uint16_t narrow[4] = {};
     ASSERT_EQ(run([&] {
-                  u8::qorDecodeUtf8Chars(&world, narrow, bmpUtf8.data(),
+                  u8::decodeUtf8Chars(&world, narrow, bmpUtf8.data(),
                                           static_cast<QorLong>(bmpUtf8.size()), 2);
               }),
               0);
     EXPECT_EQ(memcmp(narrow, bmp, sizeof bmp), 0);
     // Too wide for 16 bits.
     EXPECT_EQ(run([&] {
-                  u8::qorDecodeUtf8Chars(&world, wide, uniUtf8.data(),
+                  u8::decodeUtf8Chars(&world, wide, uniUtf8.data(),
                                           static_cast<QorLong>(uniUtf8.size()), 2);
               }),
               kLimited);
-    EXPECT_EQ(run([&] { (void)u8::qorUtf8SizeOf(&world, bmp, 4, 3); }), kTableCorrupt);
+    EXPECT_EQ(run([&] { (void)u8::utf8SizeOf(&world, bmp, 4, 3); }), kTableCorrupt);
 }
 
 TEST_F(Utf8Test, SurrogateHasNoUtf8Form)
 {
     // The character at index 1 is refused: message 87 with its position.
     const uint16_t text[] = {0x41, 0xD800, 0x42};
-    EXPECT_EQ(run([&] { (void)u8::qorUtf8SizeOf(&world, text, 3, 2); }), kDataError);
+    EXPECT_EQ(run([&] { (void)u8::utf8SizeOf(&world, text, 3, 2); }), kDataError);
     EXPECT_TRUE(messageIs("0119S")) << world.errMsgBuffer;
     EXPECT_TRUE(messageIs("at position 1")) << world.errMsgBuffer;
     const QorULong wide[] = {0xFFFE};
-    EXPECT_EQ(run([&] { (void)u8::qorUtf8SizeOf(&world, wide, 1, 4); }), kDataError);
+    EXPECT_EQ(run([&] { (void)u8::utf8SizeOf(&world, wide, 1, 4); }), kDataError);
     const QorULong huge[] = {0x41, 0x42, 0x80000000u};
-    EXPECT_EQ(run([&] { (void)u8::qorUtf8SizeOf(&world, huge, 3, 4); }), kDataError);
+    EXPECT_EQ(run([&] { (void)u8::utf8SizeOf(&world, huge, 3, 4); }), kDataError);
     EXPECT_TRUE(messageIs("at position 2")) << world.errMsgBuffer;
 }
 
@@ -244,7 +244,7 @@ TEST_F(Utf8Test, TruncatedStringsAreBadSequences)
         Bytes input(full.begin(), full.begin() + static_cast<long>(cut));
         QorLong count = -1;
         int code = run([&] {
-            count = u8::qorUtf8CharCount(&world, input.data(), static_cast<QorLong>(input.size()));
+            count = u8::utf8CharCount(&world, input.data(), static_cast<QorLong>(input.size()));
         });
         bool whole = false;
         for (size_t e : ends)
@@ -257,7 +257,7 @@ TEST_F(Utf8Test, TruncatedStringsAreBadSequences)
         }
         QorULong out[8];
         code = run([&] {
-            u8::qorDecodeUtf8Chars(&world, out, input.data(), static_cast<QorLong>(input.size()),
+            u8::decodeUtf8Chars(&world, out, input.data(), static_cast<QorLong>(input.size()),
                                    4);
         });
         EXPECT_EQ(code, whole ? 0 : kDataError) << cut;
@@ -275,7 +275,7 @@ TEST_F(Utf8Test, EveryFirstOctet)
             int used = -1;
             bool ok = false;
             ASSERT_EQ(
-                run([&] { ok = u8::qorDecodeUtf8Char(&world, &out, input.data(), n, 4, &used); }),
+                run([&] { ok = u8::decodeUtf8Char(&world, &out, input.data(), n, 4, &used); }),
                 0);
             EXPECT_TRUE(used >= 0 && used <= 6);
             if (ok) {

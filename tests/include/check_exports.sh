@@ -20,5 +20,13 @@ if [ -n "$all" ] && [ -f "$all" ]; then
         status=1
     fi
 fi
+# The naming mark: only exported names begin with qor or _qor; the library's
+# own helpers (namespace qor) never do.
+nm --defined-only "$lib" | awk '{print $NF}' | sed 's/[.@].*//' | grep -E '^_?qor' | sort -u > "$tmp/marked" || true
+unmarked=$(comm -23 "$tmp/marked" "$tmp/exported"; nm -C --defined-only "$lib" | grep -E ' qor::_?qor' || true)
+if [ -n "$unmarked" ]; then
+    echo "internal names that read as exported ones: $unmarked" >&2
+    status=1
+fi
 [ $status -eq 0 ] && echo "$(wc -l < "$tmp/exported") names exported as listed"
 exit $status
