@@ -1,28 +1,28 @@
-// The BER driver pair, which also serves DER and CER.
+// The BER driver pair, which also serves DER and CER, and the link that
+// wires it in.
 #include "frame/driver.h"
 
 namespace qor {
 
 namespace {
 
-int checkBerEncoder(QorGlobal *world)
+int checkBerEntry(QorGlobal *world, bool present)
 {
-    const QorControlTable *ctl = world->ctlTable;
-    if (ctl->berEncodeEntry == nullptr)
+    if (!present)
         return missingEntry(world);
-    if (ctl->berVersion != QOR_BER_VERSION)
+    if (world->ctlTable->berVersion != QOR_BER_VERSION)
         return wrongVersion(world, QOR_BER_VERSION);
     return 0;
 }
 
+int checkBerEncoder(QorGlobal *world)
+{
+    return checkBerEntry(world, world->ctlTable->berEncodeEntry != nullptr);
+}
+
 int checkBerDecoder(QorGlobal *world)
 {
-    const QorControlTable *ctl = world->ctlTable;
-    if (ctl->berDecodeEntry == nullptr)
-        return missingEntry(world);
-    if (ctl->berVersion != QOR_BER_VERSION)
-        return wrongVersion(world, QOR_BER_VERSION);
-    return 0;
+    return checkBerEntry(world, world->ctlTable->berDecodeEntry != nullptr);
 }
 
 void callBerEncoder(QorGlobal *world, int pdunum, void *value)
@@ -43,13 +43,10 @@ void finishBerEncoder(QorGlobal *world, QorBuf *output, QorULong)
                                                                          : world->outRoom;
 }
 
-void finishBerDecoder(QorGlobal *world, QorBuf *input)
-{
-    world->privateArea->bytesRead = input->length - world->inRoom;
-}
-
-constexpr EncoderSteps kBerEncoder = {checkBerEncoder, nullptr, callBerEncoder, finishBerEncoder};
-constexpr DecoderSteps kBerDecoder = {checkBerDecoder, nullptr, callBerDecoder, finishBerDecoder};
+constexpr EncoderSteps kBerEncoder = {checkBerEncoder, nullptr, callBerEncoder, finishBerEncoder,
+                                      nullptr};
+constexpr DecoderSteps kBerDecoder = {checkBerDecoder, nullptr, callBerDecoder, nullptr, nullptr,
+                                      nullptr};
 
 int berEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULong flags)
 {
@@ -63,6 +60,10 @@ int berDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
 
 } // namespace
 
-DriverPair berDriverPair() { return {berEncoder, berDecoder}; }
-
 } // namespace qor
+
+extern "C" void qorLinkBer(QorGlobal *world)
+{
+    if (world != nullptr)
+        qor::linkFamily(qor::kBerFamily, {qor::berEncoder, qor::berDecoder});
+}

@@ -1,41 +1,23 @@
-// The driver frame: arms the exit, optionally the memory-violation trap,
-// enters generated code, and on failure releases what the call took and
-// returns one code.
+// The drivers: the per-call set-up of encoding and decoding around the call
+// frame, what a failed call gives back, and the result of a call that ends
+// well.
 #include "frame/driver.h"
 
-#include <csetjmp>
-
+#include "frame/call.h"
 #include "frame/errors.h"
-#include "frame/trap.h"
 #include "memory/blocks.h"
 
 namespace qor {
 
 namespace {
 
-constexpr int kSerializationResult = 19;
-
-QorULong trappingFlags(QorULong flags)
-{
-    // TRAPPING asks for the trap and wins over NOTRAPPING.
-    return (flags & TRAPPING) != 0 ? flags & ~QorULong{NOTRAPPING} : flags | NOTRAPPING;
-}
+// Only TRAPPING asks for the trap, and it wins over NOTRAPPING.
+bool trappingWanted(QorULong flags) { return (flags & TRAPPING) != 0; }
 
 // The per-call fields that encoders and decoders both start from.
-void startCall(QorGlobal *world)
+void startCoding(QorGlobal *world)
 {
     QorGlobalPrivate *p = world->privateArea;
-    world->fieldStack = nullptr;
-    world->parentWorld = nullptr;
-    world->childWorld = nullptr;
-    world->blockQueueTail = &world->blockQueue;
-    if (p->tempBufferSize != 0) {
-        world->tempLow = p->tempBuffer;
-        world->tempHigh = p->tempBuffer + p->tempBufferSize;
-    } else {
-        world->tempLow = nullptr;
-        world->tempHigh = nullptr;
-    }
     p->bytesRead = 0;
     p->padBits = 0;
     p->constructedDepth = 0;
@@ -55,20 +37,100 @@ void resetEncoderStack(QorGlobal *world)
     p->encStackTop = &p->encStackBase;
 }
 
-int finalCode(int code) { return code == kZeroExit ? QOR_FATAL : code; }
+struct EncodeCall {
+    int pdunum;
+    void *value;
+    QorBuf *output;
+    QorULong flags;
+    int savedRules;
+    const EncoderSteps *steps;
+};
 
-// First steps of a failed call. The first exit's code stands. An error raised
-// by the clean-up itself (a failing release hook, say) enters the clean-up
-// again, which goes on from where it stopped, since each piece leaves its
-// list before it is released; it makes no message, so the first one stays.
-void abandonCall(QorGlobal *world, int exitValue, volatile int *code)
+int encodeInFrame(QorGlobal *world, void *data)
 {
-    if (*code == 0)
-        *code = exitValue;
-    // The field records lived in frames that the exit has left.
-    world->fieldStack = nullptr;
-    world->errMsgTarget = nullptr;
+    auto *call = static_cast<EncodeCall *>(data);
+    resetEncoderStack(world);
+    if (call->steps->prepare != nullptr)
+        call->steps->prepare(world, call->output);
+    call->steps->call(world, call->pdunum, call->value);
+    releaseTemp(world);
+    call->steps->finish(world, call->output, call->flags);
+    return 0;
 }
+
+void unwindEncode(QorGlobal *world, void *data)
+{
+    auto *call = static_cast<EncodeCall *>(data);
+    if (call->steps->unwind != nullptr)
+        call->steps->unwind(world);
+    abortEncoder(world);
+    world->encRules = call->savedRules;
+}
+
+constexpr CallSteps kEncodeCall = {encodeInFrame, unwindEncode};
+
+struct DecodeCall {
+    int *pdunum;
+    QorBuf *input;
+    void **output;
+    int savedRules;
+    const DecoderSteps *steps;
+};
+
+QorLong bytesReadBy(const QorGlobal *world, const DecodeCall *call)
+{
+    if (call->steps->bytesRead != nullptr)
+        return call->steps->bytesRead(world, call->input);
+    return call->input->length - world->inRoom;
+}
+
+int decodeInFrame(QorGlobal *world, void *data)
+{
+    auto *call = static_cast<DecodeCall *>(data);
+    if (call->steps->prepare != nullptr)
+        call->steps->prepare(world, call->input);
+    call->steps->call(world, call->pdunum, call->output);
+    releaseTemp(world);
+    if (world->userBuffer) {
+        world->decodingLength -= world->outRoom;
+    } else {
+        // The decoded value owns its pieces now.
+        world->decodingLength = world->totalBytes;
+        memQueueForget(world, world->userFree);
+    }
+    if (call->steps->finish != nullptr)
+        call->steps->finish(world, call->input);
+    QorLong read = bytesReadBy(world, call);
+    world->privateArea->bytesRead = read;
+    if ((world->presetDecFlags & QOR_PRESET_ADVANCE_INPUT) != 0) {
+        call->input->value += read;
+        call->input->length -= read;
+    }
+    return 0;
+}
+
+void unwindDecode(QorGlobal *world, void *data)
+{
+    auto *call = static_cast<DecodeCall *>(data);
+    if (call->steps->unwind != nullptr)
+        call->steps->unwind(world);
+    if (world->childWorld != nullptr)
+        abortNested(world, true);
+    if (world->privateArea->tempBufferSize == 0)
+        releaseTemp(world);
+    if (!world->userBuffer) {
+        memQueueFree(world, world->userFree);
+        *call->output = nullptr;
+    } else {
+        memQueueForget(world, world->userFree);
+    }
+    world->encRules = call->savedRules;
+    world->decodingLength = 0;
+    // Where the failure stopped: the caller can tell how far the input was good.
+    world->privateArea->bytesRead = bytesReadBy(world, call);
+}
+
+constexpr CallSteps kDecodeCall = {decodeInFrame, unwindDecode};
 
 } // namespace
 
@@ -83,6 +145,8 @@ int wrongVersion(QorGlobal *world, int wanted)
     report(world, Msg::kWrongVersion, longValue(wanted));
     return QOR_BAD_VERSION;
 }
+
+void linkFamily(Family family, DriverPair drivers) { g_drivers[family] = drivers; }
 
 void abortEncoder(QorGlobal *world)
 {
@@ -106,33 +170,11 @@ void abortEncoder(QorGlobal *world)
 int runEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULong flags,
                const EncoderSteps &steps)
 {
-    flags = trappingFlags(flags);
     world->operation = QOR_OP_ENCODE;
     if (int bad = steps.check(world))
         return bad;
-
-    sigjmp_buf frame;
-    TrapState trap;
-    world->jumpFrame = &frame;
-    startCall(world);
+    startCoding(world);
     world->encLength = 0;
-    volatile int savedRules = world->encRules;
-    volatile int code = 0;
-    const bool trapping = (flags & NOTRAPPING) == 0;
-
-    int exitValue = sigsetjmp(frame, trapping ? 1 : 0);
-    if (exitValue != 0) {
-        abandonCall(world, exitValue, &code);
-        abortEncoder(world);
-        world->encRules = savedRules;
-        if (trapping)
-            disarmTrap(world, &trap, code != kSerializationResult);
-        world->jumpFrame = nullptr;
-        return finalCode(code);
-    }
-    if (trapping)
-        armTrap(world, &trap);
-    resetEncoderStack(world);
     if (output->value != nullptr) {
         world->userBuffer = 1;
         world->outRoom = world->totalBytes = output->length;
@@ -141,59 +183,21 @@ int runEncoder(QorGlobal *world, int pdunum, void *value, QorBuf *output, QorULo
         world->outRoom = 0;
     }
     world->outPos = output->value;
-    if (steps.prepare != nullptr)
-        steps.prepare(world, output);
-    steps.call(world, pdunum, value);
-    releaseTemp(world);
-    steps.finish(world, output, flags);
-    if (trapping)
-        disarmTrap(world, &trap, true);
-    world->jumpFrame = nullptr;
-    return 0;
+    EncodeCall call = {pdunum, value, output, flags, world->encRules, &steps};
+    return runCall(world, trappingWanted(flags), kEncodeCall, &call);
 }
 
 int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorULong flags,
                const DecoderSteps &steps)
 {
-    flags = trappingFlags(flags);
     world->operation = QOR_OP_DECODE;
     if (int bad = steps.check(world))
         return bad;
-
-    sigjmp_buf frame;
-    TrapState trap;
-    world->jumpFrame = &frame;
     world->ruleBits = (world->ruleBits & ~QorULong{QOR_RULE_RELAXED}) |
                       ((flags & QOR_RELAXED) != 0 ? QOR_RULE_RELAXED : 0);
-    startCall(world);
+    startCoding(world);
     world->inPos = input->value;
     world->inRoom = input->length;
-    volatile int savedRules = world->encRules;
-    volatile int code = 0;
-    const bool trapping = (flags & NOTRAPPING) == 0;
-
-    int exitValue = sigsetjmp(frame, trapping ? 1 : 0);
-    if (exitValue != 0) {
-        abandonCall(world, exitValue, &code);
-        if (world->childWorld != nullptr)
-            abortNested(world, true);
-        if (world->privateArea->tempBufferSize == 0)
-            releaseTemp(world);
-        if (!world->userBuffer) {
-            memQueueFree(world, world->userFree);
-            *output = nullptr;
-        } else {
-            memQueueForget(world, world->userFree);
-        }
-        world->encRules = savedRules;
-        world->decodingLength = 0;
-        // Where the failure stopped: the caller can tell how far the input was good.
-        world->privateArea->bytesRead = input->length - world->inRoom;
-        if (trapping)
-            disarmTrap(world, &trap, code != kSerializationResult);
-        world->jumpFrame = nullptr;
-        return finalCode(code);
-    }
     // Where the output goes is known before anything can fail: the failure
     // path clears *output by it.
     if (*output != nullptr) {
@@ -204,28 +208,8 @@ int runDecoder(QorGlobal *world, int *pdunum, QorBuf *input, void **output, QorU
         world->outRoom = world->totalBytes = 0;
     }
     world->outPos = static_cast<unsigned char *>(*output);
-    if (trapping)
-        armTrap(world, &trap);
-    if (steps.prepare != nullptr)
-        steps.prepare(world, input);
-    steps.call(world, pdunum, output);
-    releaseTemp(world);
-    if (world->userBuffer) {
-        world->decodingLength -= world->outRoom;
-    } else {
-        // The decoded value owns its pieces now.
-        world->decodingLength = world->totalBytes;
-        memQueueForget(world, world->userFree);
-    }
-    steps.finish(world, input);
-    if ((world->presetDecFlags & QOR_PRESET_ADVANCE_INPUT) != 0) {
-        input->value = world->inPos;
-        input->length = world->inRoom;
-    }
-    if (trapping)
-        disarmTrap(world, &trap, true);
-    world->jumpFrame = nullptr;
-    return 0;
+    DecodeCall call = {pdunum, input, output, world->encRules, &steps};
+    return runCall(world, trappingWanted(flags), kDecodeCall, &call);
 }
 
 } // namespace qor

@@ -1,20 +1,15 @@
 // Wiring the rule families in: the generated init entry calls one link for
-// each family its table carries. A family whose words stay null is refused
-// when it is selected.
+// each family its table carries, which fills that family's driver words. A
+// family whose words stay null is refused when it is selected.
 #include "frame/world.h"
 
 using namespace qor;
 
 extern "C" {
 
-void qorLinkBer(QorGlobal *world)
-{
-    if (world != nullptr)
-        g_drivers[kBerFamily] = berDriverPair();
-}
-
-// The PER, XER, OER and EXER families link their drivers here as they are
-// built; until then selecting them reports "not linked".
+// Each family links its own drivers where it lives. Until the PER, XER and
+// OER families are built, their links leave the words null and selecting
+// them reports "not linked".
 void qorLinkPer(QorGlobal *) {}
 void qorLinkXer(QorGlobal *) {}
 void qorLinkOerE(QorGlobal *) {}

@@ -199,26 +199,6 @@ int qorGetRuntimeVersion(QorGlobal *world)
     return -2;
 }
 
-int qorSetDebugFlags(QorGlobal *world, QorULong flags)
-{
-    if (world == nullptr || world->privateArea == nullptr)
-        return QOR_BAD_ARG;
-    QorGlobalPrivate *p = world->privateArea;
-    p->debugFlags = flags;
-    // The value printer sets these to qorPrintPDU, qorPrintHex and qorPrintXML.
-    p->printPduHook = reinterpret_cast<void *>(qorPrintPDU);
-    p->printHexHook = reinterpret_cast<void *>(qorPrintHex);
-    p->printXmlHook = reinterpret_cast<void *>(qorPrintXML);
-    return 0;
-}
-
-QorLong qorGetDebugFlags(QorGlobal *world)
-{
-    if (world == nullptr || world->privateArea == nullptr)
-        return -1;
-    return static_cast<QorLong>(world->privateArea->debugFlags);
-}
-
 int qorSetConstructedNestingLimit(QorGlobal *world, int limit)
 {
     if (world == nullptr || world->privateArea == nullptr)

@@ -92,12 +92,13 @@ void armTrap(QorGlobal *world, TrapState *trap)
     sigaction(SIGSEGV, &action, &trap->oldAction);
     world->oldSignalHandler = &trap->oldAction;
     memset(&trap->record, 0, sizeof trap->record);
-    raiseIf(world, !beginTrap(world, &trap->record), Msg::kSerializationError, 0);
+    trap->listed = beginTrap(world, &trap->record);
+    raiseIf(world, !trap->listed, Msg::kSerializationError, 0);
 }
 
-void disarmTrap(QorGlobal *world, TrapState *trap, bool listed)
+void disarmTrap(QorGlobal *world, TrapState *trap)
 {
-    if (listed)
+    if (trap->listed)
         beginTrap(nullptr, &trap->record);
     sigaction(SIGSEGV, &trap->oldAction, nullptr);
     world->oldSignalHandler = nullptr;

@@ -22,12 +22,13 @@ struct QorTrapRecord {
 struct TrapState {
     QorTrapRecord record;
     struct sigaction oldAction;
+    bool listed; // the record made it onto the list
 };
 
 // Installs the handler, keeping the old one, and lists the record; raises
 // message 13 when the list cannot be used.
 void armTrap(QorGlobal *world, TrapState *trap);
 // Unlists the record (unless it never was) and puts the old handler back.
-void disarmTrap(QorGlobal *world, TrapState *trap, bool listed);
+void disarmTrap(QorGlobal *world, TrapState *trap);
 
 } // namespace qor

@@ -82,9 +82,6 @@ struct DriverPair {
 };
 extern DriverPair g_drivers[kFamilyCount];
 
-// The driver pair each family brings to its link call.
-DriverPair berDriverPair();
-
 // The record that guards the process-wide trap list.
 void *syncObjectOfProcess();
 

@@ -1,14 +1,27 @@
-// qorFreePDU: the frame around the generated free entry.
-#include <csetjmp>
-
-#include "frame/errors.h"
-#include "frame/trap.h"
+// qorFreePDU: the generated free entry, run in the call frame.
+#include "frame/call.h"
 
 using namespace qor;
 
-extern "C" {
+namespace {
 
-int qorFreePDU(QorGlobal *world, int pdunum, void *value)
+struct FreeCall {
+    QorValueEntry entry;
+    int pdunum;
+    void *value;
+};
+
+int freeInFrame(QorGlobal *world, void *data)
+{
+    auto *call = static_cast<FreeCall *>(data);
+    return call->entry(world, call->pdunum, call->value);
+}
+
+constexpr CallSteps kFreeCall = {freeInFrame, nullptr};
+
+} // namespace
+
+extern "C" int qorFreePDU(QorGlobal *world, int pdunum, void *value)
 {
     if (world == nullptr)
         return QOR_BAD_ARG;
@@ -20,30 +33,6 @@ int qorFreePDU(QorGlobal *world, int pdunum, void *value)
     QorValueEntry entry = world->ctlTable->freeEntry;
     if (entry == nullptr)
         return QOR_NULL_FUNCTION;
-
-    const bool trapping = (world->decodingFlags & NOTRAPPING) == 0;
-    sigjmp_buf frame;
-    TrapState trap;
-    void *volatile outerFrame = world->jumpFrame;
-    volatile int code = 0;
-    world->jumpFrame = &frame;
-    int exitValue = sigsetjmp(frame, trapping ? 1 : 0);
-    if (exitValue != 0) {
-        if (code != 0)
-            return QOR_FATAL; // a second exit while unwinding
-        code = exitValue;
-        if (trapping)
-            disarmTrap(world, &trap, code != QOR_SYNC_ERROR);
-        world->jumpFrame = outerFrame;
-        return code == kZeroExit ? QOR_FATAL : code;
-    }
-    if (trapping)
-        armTrap(world, &trap);
-    int result = entry(world, pdunum, value);
-    if (trapping)
-        disarmTrap(world, &trap, true);
-    world->jumpFrame = outerFrame;
-    return result;
+    FreeCall call = {entry, pdunum, value};
+    return runCall(world, (world->decodingFlags & NOTRAPPING) == 0, kFreeCall, &call);
 }
-
-} // extern "C"

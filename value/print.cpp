@@ -1,12 +1,11 @@
 // qorPrintPDU with its frame around the generated print entry; the older
 // printPDU; and printing into a buffer, through a sink that stands in for the
 // user print function for the length of the call.
-#include <csetjmp>
 #include <cstdio>
 #include <cstring>
 
+#include "frame/call.h"
 #include "frame/errors.h"
-#include "frame/trap.h"
 #include "memory/blocks.h"
 
 using namespace qor;
@@ -23,65 +22,50 @@ constexpr char kNoPrintEntry[] =
     "generated code file in order\nto have %s produce output, and/or\nspecify -DQORDEBUG=2 to "
     "have %s return an error message.\n\n\n";
 
-// The frame of the value services: the driver's, without output buffers.
-// Failures below leave through it with their return code.
+struct PrintCall {
+    QorValueEntry entry;
+    int pdunum;
+    void *value;
+    QorULong outerOpenType;
+};
+
+// Display strings take temporary memory, which goes when the print ends,
+// unless it lies in the caller's temporary buffer.
+void releasePrintTemp(QorGlobal *world)
+{
+    const QorGlobalPrivate *p = world->privateArea;
+    if (p != nullptr && p->tempBufferSize == 0)
+        releaseTemp(world);
+}
+
+int printInFrame(QorGlobal *world, void *data)
+{
+    auto *call = static_cast<PrintCall *>(data);
+    int result = call->entry(world, call->pdunum, call->value);
+    releasePrintTemp(world);
+    return result;
+}
+
+void unwindPrint(QorGlobal *world, void *data)
+{
+    auto *call = static_cast<PrintCall *>(data);
+    releasePrintTemp(world);
+    // A nested open type that failed had no chance to clear its flag.
+    world->internalFlags = (world->internalFlags & ~kPrintingOpenType) | call->outerOpenType;
+}
+
+constexpr CallSteps kPrintCall = {printInFrame, unwindPrint};
+
+// Failures below leave through the call frame with their return code.
 int runPrintEntry(QorGlobal *world, QorValueEntry entry, int pdunum, void *value)
 {
-    QorGlobalPrivate *p = world->privateArea;
     const bool trapping = ((world->encodingFlags | world->decodingFlags) & NOTRAPPING) == 0;
-    const bool tempBuffer = p != nullptr && p->tempBufferSize != 0;
-    sigjmp_buf frame;
-    TrapState trap;
-    void *volatile outerFrame = world->jumpFrame;
-    char *volatile outerTarget = world->errMsgTarget;
-    const QorULong outerOpenType = world->internalFlags & kPrintingOpenType;
-    volatile int code = 0;
-    volatile bool armed = false;
-
-    world->jumpFrame = &frame;
-    world->fieldStack = nullptr;
-    world->parentWorld = nullptr;
-    world->childWorld = nullptr;
-    world->blockQueueTail = &world->blockQueue;
-    world->tempLow = tempBuffer ? p->tempBuffer : nullptr;
-    world->tempHigh = tempBuffer ? p->tempBuffer + p->tempBufferSize : nullptr;
+    PrintCall call = {entry, pdunum, value, world->internalFlags & kPrintingOpenType};
     // Messages read as the decoder's, which is how the values came about.
     world->operation = QOR_OP_DECODE;
-    world->errMsgTarget = world->errMsgBuffer;
     world->printIndent = 0;
     world->printReset = 0;
-
-    int exitValue = sigsetjmp(frame, trapping ? 1 : 0);
-    if (exitValue != 0) {
-        // A second exit comes from the clean-up itself.
-        bool first = code == 0;
-        code = first && exitValue != kZeroExit ? exitValue : QOR_FATAL;
-        if (first && !tempBuffer && p != nullptr)
-            releaseTemp(world);
-        if (armed) {
-            armed = false;
-            disarmTrap(world, &trap, exitValue != QOR_SYNC_ERROR);
-        }
-        // A nested open type that failed had no chance to clear its flag.
-        world->internalFlags = (world->internalFlags & ~kPrintingOpenType) | outerOpenType;
-        world->jumpFrame = outerFrame;
-        world->errMsgTarget = outerTarget;
-        return code;
-    }
-    if (trapping) {
-        armed = true;
-        armTrap(world, &trap);
-    }
-    int result = entry(world, pdunum, value);
-    if (!tempBuffer && p != nullptr)
-        releaseTemp(world);
-    if (armed) {
-        armed = false;
-        disarmTrap(world, &trap, true);
-    }
-    world->jumpFrame = outerFrame;
-    world->errMsgTarget = outerTarget;
-    return result;
+    return runCall(world, trapping, kPrintCall, &call);
 }
 
 // Stands in for the user print function while a value is printed into a
