@@ -149,6 +149,7 @@ QorLong readSegments(QorGlobal *world, FragmentTable *table, unsigned char **pos
             raise(world, Msg::kTagMismatch, longValue(static_cast<QorLong>((wanted << 16) | tag)));
         bool constructed = (first & 0x20) != 0;
         if (lead == 0x80) {
+            refuseIndefiniteUnderDer(world);
             raiseIf(world, !constructed, Msg::kIndefinitePrimitive, 0);
             open.push(nullptr);
             continue;

@@ -66,4 +66,11 @@ inline bool relaxed(const QorGlobal *world)
     return (world->ruleBits & QOR_RULE_RELAXED) != 0 && world->encRules != QOR_DER;
 }
 
+// DER has the definite form alone. The message's text is whole: it shows no
+// value, and the field's location follows it.
+inline void refuseIndefiniteUnderDer(QorGlobal *world)
+{
+    raiseIf(world, world->encRules == QOR_DER, Msg::kDerIndefinite, 0);
+}
+
 } // namespace qor

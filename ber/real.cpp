@@ -22,7 +22,8 @@ QorLong writeOctet(QorGlobal *world, unsigned char **pos, QorLong *room, unsigne
 }
 
 // The NR form of a decimal text: 1 digits alone, 2 with a point, 3 with an
-// exponent (point or not); 0 for any other text.
+// exponent (point or not: the encoder adds a missing one); 0 for any other
+// text.
 int decimalForm(const char *text)
 {
     auto digit = [](char c) { return c >= '0' && c <= '9'; };
@@ -141,12 +142,13 @@ double binaryValue(QorGlobal *world, const unsigned char *contents, QorLong leng
 }
 
 // The form octet against what the text holds: NR1 digits only, NR2 a point
-// and no exponent, NR3 both. A form octet of 0 is not checked.
+// and no exponent, NR3 both; relaxed rules let an NR3 without its point pass.
+// A form octet of 0 is not checked.
 void checkForm(QorGlobal *world, unsigned char form, const DecimalContents &d)
 {
     raiseIf(world, form == 1 && (d.point || d.exponent), Msg::kBadNr1, 0);
     raiseIf(world, form == 2 && (!d.point || d.exponent), Msg::kBadNr2, 0);
-    raiseIf(world, form == 3 && (!d.point || !d.exponent), Msg::kBadNr3, 0);
+    raiseIf(world, form == 3 && (!d.exponent || (!d.point && !relaxed(world))), Msg::kBadNr3, 0);
 }
 
 // Reads `length` octets of REAL contents and moves past them. The value of
@@ -299,7 +301,18 @@ QorLong _qor_encd_creal(QorGlobal *world, unsigned char **pos, QorLong *room, co
 
     int form = decimalForm(out);
     raiseIf(world, form == 0, Msg::kInvalidDecimal, 0);
-    QorLong written = _qor_write_bytes_d(world, pos, room, out, static_cast<QorLong>(strlen(out)));
+    const QorLong length = static_cast<QorLong>(strlen(out));
+    const char *marker = form == 3 ? strpbrk(out, "Ee") : nullptr;
+    QorLong written;
+    if (marker != nullptr && strpbrk(out, ".,") == nullptr) {
+        // NR3 has a point: "1E5" goes out as "1.E5", which every decoder reads.
+        const auto digits = static_cast<QorLong>(marker - out);
+        written = _qor_write_bytes_d(world, pos, room, marker, length - digits);
+        written += writeOctet(world, pos, room, '.');
+        written += _qor_write_bytes_d(world, pos, room, out, digits);
+    } else {
+        written = _qor_write_bytes_d(world, pos, room, out, length);
+    }
     written += writeOctet(world, pos, room, static_cast<unsigned char>(form));
     if (temp != nullptr)
         _qor_dec_freetempmem(world, temp);

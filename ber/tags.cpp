@@ -83,8 +83,10 @@ QorLong _qor_dec_length(QorGlobal *world, unsigned char **pos, QorLong *room)
     needInput(world, room, 1);
     unsigned char first = *(*pos)++;
     --*room;
-    if (first == 0x80)
+    if (first == 0x80) {
+        refuseIndefiniteUnderDer(world);
         return -1;
+    }
     if (first < 0x80) {
         if (world->operation > QOR_OP_ENCODE)
             needInput(world, room, first);
@@ -146,8 +148,10 @@ QorLong _qor_dec_tag_length(QorGlobal *world, unsigned char **pos, QorLong *room
     needInput(world, room, 1);
     unsigned char first = *(*pos)++;
     --*room;
-    if (first == 0x80)
+    if (first == 0x80) {
+        refuseIndefiniteUnderDer(world);
         return first; // the indefinite form reads as 128: a genuine 128 is never short
+    }
     if (first < 0x80) {
         needInput(world, room, first);
         return first;

@@ -25,14 +25,10 @@ constexpr int kDefaultSeqSetLimit = 64;
 constexpr QorULong kDefaultPrintChop = 35;
 constexpr uint16_t kPresetAdvanceInput = QOR_PRESET_ADVANCE_INPUT;
 
-int defaultPrint(void *stream, const char *format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    int n = vfprintf(static_cast<FILE *>(stream), format, args);
-    va_end(args);
-    return n;
-}
+// The process-wide print function is fprintf itself: an application may
+// compare the context's function with it. Only the stream's pointer type
+// differs, which the calling convention does not see.
+const QorPrintFn kProcessPrint = reinterpret_cast<QorPrintFn>(fprintf);
 
 void *userMallocThunk(QorGlobal *, size_t size) { return processMalloc(size); }
 void userFreeThunk(QorGlobal *, void *p) { processFree(p); }
@@ -93,7 +89,7 @@ void setContextDefaults(QorGlobal *world)
 {
     world->mallocp = processMalloc;
     world->freep = processFree;
-    world->printFn = defaultPrint;
+    world->printFn = kProcessPrint;
     world->printStream = stdout;
     world->printChop = kDefaultPrintChop;
     world->userMalloc = userMallocThunk;

@@ -445,6 +445,14 @@ char *_qor_getdisp_creal(QorGlobal *world, const char *text);
 char *_qor_getdisp_gentime(QorGlobal *world, const GeneralizedTime *value);
 char *_qor_getdisp_utctime(QorGlobal *world, const GeneralizedTime *value);
 void _qor_free_disp(QorGlobal *world, void *display);
+/* Named-bit strings, first bit in the highest bit of the first octet.
+ * _qor_chop_zero_bits: the length without trailing zero bits, but not below
+ * `lower`. _qor_nmbit_lfit fits `*length` into the size bounds: below
+ * `lower` it becomes `lower`; above, it loses its trailing zero bits down to
+ * `lower`, and 0 is returned, `*length` unchanged, if it still exceeds
+ * `upper`; else 1. */
+QorULong _qor_chop_zero_bits(const unsigned char *bits, QorULong length, QorULong lower);
+int _qor_nmbit_lfit(const unsigned char *bits, QorULong *length, QorULong lower, QorULong upper);
 
 /* The PER bit cursor. Writers take their bits left-justified; `align` 1 asks
  * to go to an octet boundary first under aligned PER. Readers raise message

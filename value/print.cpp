@@ -133,11 +133,19 @@ int printToBuffer(QorGlobal *world, int pdunum, void *value, QorBuf *buffer)
     auto *text = static_cast<unsigned char *>(qorGetMemory(world, static_cast<QorLong>(size)));
     if (text == nullptr)
         return QOR_OUT_OF_MEMORY;
-    // The buffer is the caller's from here, even when the second pass fails
-    // (1: the text came out longer, and stands cut and zero-terminated).
+    result = printInto(world, pdunum, value, text, static_cast<QorLong>(size));
+    // A caller frees only after success, or after 1 (the text came out
+    // longer, and stands cut and zero-terminated); any other failure keeps
+    // nothing.
+    if (result != 0 && result != QOR_BUFFER_TOO_SMALL) {
+        qorFreeMemory(world, text);
+        buffer->value = nullptr;
+        buffer->length = 0;
+        return result;
+    }
     buffer->value = text;
     buffer->length = static_cast<QorLong>(size);
-    return printInto(world, pdunum, value, text, static_cast<QorLong>(size));
+    return result;
 }
 
 } // namespace

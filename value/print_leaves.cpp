@@ -1,5 +1,6 @@
 // The leaf printers that generated print code calls: new lines, bit, octet
-// and character strings, times, enumerators and open types.
+// and character strings, times, enumerators and open types; and the length
+// of a named-bit string fitted to its size bounds.
 #include "value/text_out.h"
 
 #include "frame/errors.h"
@@ -475,6 +476,36 @@ void _qor_prt_new_opentype(QorGlobal *world, int pduNum, void *decoded, const Qo
 {
     printOpenType(world, pduNum, decoded, value != nullptr ? value->encoded : nullptr,
                   value != nullptr ? value->length : 0);
+}
+
+// Named-bit strings: trailing zero bits carry no value, so a length may drop
+// to the last one bit, but never below the type's lower size bound.
+QorULong _qor_chop_zero_bits(const unsigned char *bits, QorULong length, QorULong lower)
+{
+    if (bits == nullptr)
+        return length < lower ? length : lower;
+    while (length > lower) {
+        QorULong last = length - 1;
+        if ((bits[last / 8] >> (7 - last % 8)) & 1)
+            break;
+        length = last;
+    }
+    return length;
+}
+
+int _qor_nmbit_lfit(const unsigned char *bits, QorULong *length, QorULong lower, QorULong upper)
+{
+    if (*length < lower) {
+        *length = lower;
+        return 1;
+    }
+    if (*length == lower)
+        return 1;
+    QorULong fitted = _qor_chop_zero_bits(bits, *length, lower);
+    if (fitted > upper)
+        return 0;
+    *length = fitted;
+    return 1;
 }
 
 } // extern "C"

@@ -191,12 +191,12 @@ const DecimalCase kDecimal[] = {
     {"12.50e-1", "03 31 32 2E 35 30 65 2D 31", "03 31 32 35 2E 45 2D 32", 1.25},
     {"+7.", "02 2B 37 2E", "03 37 2E 45 2B 30", 7},
     {".5", "02 2E 35", "03 35 2E 45 2D 31", 0.5},
+    {"1E3", "03 31 2E 45 33", "03 31 2E 45 33", 1000}, // NR3 gets its point: "1.E3"
+    {"-25e-1", "03 2D 32 35 2E 65 2D 31", "03 2D 32 35 2E 45 2D 31", -2.5},
 };
 
 TEST_F(RealTest, DecimalTextGoesAsGivenButUnderDerAsCanonicalNr3)
 {
-    // Digits and an exponent, with no point, go out as NR3.
-    EXPECT_EQ(encode(creal("1E3")), hex("03 31 45 33"));
     // Every rule's output reads back as the value.
     for (int rules : {QOR_BER, QOR_CER, QOR_DER}) {
         world.encRules = rules;
@@ -347,10 +347,18 @@ TEST_F(RealTest, Values)
         double v = c.form == Form::kFloat ? f : d;
         EXPECT_NEAR(v, c.value, std::fabs(c.value) * c.tolerance);
     }
-    // A needlessly long exponent passes under relaxed rules.
+    // A needlessly long exponent, and NR3 without its point, pass under
+    // relaxed rules; never under DER.
     world.ruleBits |= QOR_RULE_RELAXED;
     ASSERT_EQ(decodeAs(Form::kDouble, hex("81 00 05 01")), 0);
     EXPECT_EQ(d, 32.0);
+    ASSERT_EQ(decodeAs(Form::kDouble, withForm(3, "1E3")), 0);
+    EXPECT_EQ(d, 1000.0);
+    ASSERT_EQ(decodeAs(Form::kText, withForm(3, "1E3")), 0);
+    EXPECT_EQ(t, "1E3");
+    world.encRules = QOR_DER;
+    EXPECT_EQ(decodeAs(Form::kDouble, withForm(3, "1E3")), kDataError);
+    EXPECT_TRUE(messageHas("0042E")) << world.errMsgBuffer;
 }
 
 TEST_F(RealTest, Failures)
@@ -442,6 +450,27 @@ TEST_F(RealTest, TextAndMixedForms)
         const double value = m.value.binary;
         ASSERT_EQ(decodeAs(Form::kDouble, bytes), 0);
         EXPECT_EQ(bitsOf(value), bitsOf(d));
+    }
+    // Texts under form 0 are not checked, yet go out in a form that reads
+    // back: an exponent without a point gets one.
+    const std::tuple<const char *, unsigned char, const char *> unchecked[] = {
+        {"1E5", 3, "1.E5"}, {"7e-2", 3, "7.e-2"}, {" -3E+1", 3, " -3.E+1"}, {"12", 1, "12"}};
+    for (const auto &[text, nr, sent] : unchecked) {
+        SCOPED_TRACE(text);
+        const Bytes expected = withForm(nr, sent);
+        for (Form form : {Form::kText, Form::kMixed}) {
+            ASSERT_EQ(decodeAs(form, withForm(0, text)), 0) << world.errMsgBuffer;
+            ASSERT_EQ(t, text);
+            const std::string held = t;
+            const QorMixedReal record = {1, {.decimal = {nullptr, held.c_str()}}};
+            Bytes out = encode([&](unsigned char **pos, QorLong *room) {
+                return form == Form::kText ? _qor_encd_creal(&world, pos, room, held.c_str())
+                                           : _qor_encd_mreal_ia(&world, pos, room, 1, &record);
+            });
+            EXPECT_EQ(out, expected);
+            ASSERT_EQ(decodeAs(form, out), 0) << world.errMsgBuffer;
+            EXPECT_EQ(t, sent);
+        }
     }
     // The text of a binary value encodes again, under DER, to the canonical
     // text of the same value.

@@ -470,10 +470,18 @@ TEST_F(StringTest, ConstructedInputGivesOneContiguousValueOrIsRefused)
         }
     }
 
+    // DER refuses an indefinite segment inside a definite string too.
+    world.encRules = QOR_DER;
+    Bytes out;
+    EXPECT_EQ(octets(hex("24 07 24 80 04 01 41 00 00"), &out), kDataError);
+    EXPECT_TRUE(messageHas("0117S")) << world.errMsgBuffer;
+    world.encRules = QOR_BER;
+    EXPECT_EQ(octets(hex("24 07 24 80 04 01 41 00 00"), &out), 0);
+    EXPECT_EQ(out, hex("41"));
+
     // More segments than the table holds on the frame: it moves to temporary
     // memory, and gives it back.
     Bytes many = concat({hex("24 80"), repeat("04 02 41 42 04 00", 200), hex("00 00")});
-    Bytes out;
     EXPECT_EQ(octets(many, &out), 0);
     EXPECT_EQ(out, repeat("41 42", 200));
 }

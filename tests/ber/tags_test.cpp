@@ -73,6 +73,14 @@ TEST_F(Tags, ReadingTagsAndLengths)
     EXPECT_EQ(tag, 0x8000u | 30);
     world.encRules = QOR_DER;
     EXPECT_EQ(decoded(hex("9F 1E 00"), both), QOR_DATA_ERROR) << "never under DER";
+    // DER has definite lengths alone; the message shows no value.
+    EXPECT_EQ(decoded(hex("30 80 00 00"), both), QOR_DATA_ERROR);
+    EXPECT_EQ(std::string(world.errMsgBuffer),
+              "D0117S: Expected definite length, found indefinite length DER encoding.\n");
+    EXPECT_EQ(decoded(hex("30 81 80"), both), QOR_MORE_INPUT) << "a definite 128 is no concern";
+    world.encRules = QOR_CER;
+    EXPECT_EQ(decoded(hex("30 80 00 00"), both), 0);
+    EXPECT_EQ(length, -1);
     world.encRules = QOR_BER;
     world.ruleBits &= ~QorULong{QOR_RULE_RELAXED};
 
@@ -103,6 +111,11 @@ TEST_F(Tags, TheFastPathComparesTheTagAsItStands)
               "D0033E: Tag mismatch or tag not expected: [UNIVERSAL 2] (expected tag [UNIVERSAL 4]).\n");
     EXPECT_EQ(decoded(hex("04 80 00 00"), expect(0x04)), 0);
     EXPECT_EQ(length, 0x80) << "the indefinite form reads as 128";
+    world.encRules = QOR_DER;
+    EXPECT_EQ(decoded(hex("24 80 00 00"), expect(0x04)), QOR_DATA_ERROR);
+    EXPECT_TRUE(messageHas("0117S")) << world.errMsgBuffer;
+    EXPECT_EQ(decoded(hex("04 81 80"), expect(0x04)), QOR_MORE_INPUT) << "a definite 128";
+    world.encRules = QOR_BER;
     EXPECT_EQ(decoded(hex("04 85 00 00 00 00 01 00"), expect(0x04)), 0);
     EXPECT_EQ(length, 1);
     EXPECT_EQ(decoded(hex("04 84 80 00 00 00"), expect(0x04)), QOR_LIMITED);
@@ -133,6 +146,10 @@ TEST_F(Tags, SkippingDefiniteAndIndefiniteItems)
     EXPECT_EQ(decoded(hex("20 01 00"), skip(-1)), QOR_DATA_ERROR) << "end-of-contents with contents";
     EXPECT_EQ(decoded(hex("30 80 30 80"), skip(-1)), QOR_MORE_INPUT);
     EXPECT_EQ(decoded(hex("01 02"), skip(3)), QOR_MORE_INPUT);
+    world.encRules = QOR_DER;
+    EXPECT_EQ(decoded(hex("04 01 AA 30 80 02 01 00 00 00 00 00 FF"), skip(-1)), QOR_DATA_ERROR)
+        << "an indefinite item inside";
+    world.encRules = QOR_BER;
     // Deep nesting costs time linear in the input, and ends cleanly.
     Bytes deep;
     for (int i = 0; i < 100000; i++) {

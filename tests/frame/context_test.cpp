@@ -1,4 +1,5 @@
 // Context lifecycle: qorinit, qorterm, qorDupWorld, the brief forms, qorWinit.
+#include <cstdio>
 #include <cstring>
 
 #include "support/roundtrip.h"
@@ -70,6 +71,8 @@ TEST(Context, InitSetsDefaultsAndCallsTheInitEntryWithoutATable)
     EXPECT_EQ(world.encodingFlags, 0x200u);
     EXPECT_EQ(world.decodingFlags, 0x200u);
     EXPECT_EQ(world.printChop, 35u);
+    EXPECT_EQ(world.printFn, reinterpret_cast<QorPrintFn>(fprintf));
+    EXPECT_EQ(world.printStream, stdout);
     EXPECT_EQ(world.presetDecFlags & 1, 1);
     EXPECT_EQ(world.userVar, nullptr) << "cleared while _qorSetGlobalUserVar is 1";
     EXPECT_NE(world.privateArea, nullptr);

@@ -602,6 +602,31 @@ TEST_F(Print, BitStrings)
     EXPECT_EQ(textOf(&world, [&](QorGlobal *w) { _qor_prt_pbit(w, &wide, 8, 5); }), "'11110'B");
 }
 
+TEST(NamedBits, LengthFitsItsSizeBounds)
+{
+    static const unsigned char bits[] = {0xA0, 0x00, 0x80, 0x00}; // bits 0, 2 and 16 set
+    EXPECT_EQ(_qor_chop_zero_bits(bits, 32, 0), 17u);
+    EXPECT_EQ(_qor_chop_zero_bits(bits, 16, 0), 3u) << "from the length given, not the array";
+    EXPECT_EQ(_qor_chop_zero_bits(bits, 32, 20), 20u) << "never below the lower bound";
+    EXPECT_EQ(_qor_chop_zero_bits(bits, 2, 0), 1u);
+
+    QorULong length = 2;
+    EXPECT_EQ(_qor_nmbit_lfit(bits, &length, 8, 24), 1);
+    EXPECT_EQ(length, 8u) << "a short string comes up to the lower bound";
+    length = 32;
+    EXPECT_EQ(_qor_nmbit_lfit(bits, &length, 4, 24), 1);
+    EXPECT_EQ(length, 17u);
+    length = 32;
+    EXPECT_EQ(_qor_nmbit_lfit(bits, &length, 4, 16), 0);
+    EXPECT_EQ(length, 32u) << "too long even without its zero bits: left alone";
+    length = 32;
+    EXPECT_EQ(_qor_nmbit_lfit(bits, &length, 20, 24), 1);
+    EXPECT_EQ(length, 20u);
+    length = 8;
+    EXPECT_EQ(_qor_nmbit_lfit(bits, &length, 8, 8), 1);
+    EXPECT_EQ(length, 8u);
+}
+
 TEST_F(Print, OctetStringsAndTheCut)
 {
     static const unsigned char ten[] = {0, 1, 2, 3, 0xAB, 5, 6, 7, 8, 9};
@@ -966,10 +991,13 @@ TEST_F(Print, ALongPieceWithoutMemoryFailsTheCallRatherThanCutIt)
         CountingAllocator::failAt = 0;
         if (code == 0) {
             EXPECT_EQ(strlen(reinterpret_cast<char *>(buffer.value)), 2000u);
+            qorFreeBuf(&world, buffer.value);
         } else {
+            // Also in the writing pass (n 3): the caller is left nothing to free.
             EXPECT_EQ(code, QOR_OUT_OF_MEMORY);
+            EXPECT_EQ(buffer.value, nullptr);
+            EXPECT_EQ(buffer.length, 0);
         }
-        qorFreeBuf(&world, buffer.value);
         EXPECT_EQ(CountingAllocator::outstanding, 0);
     }
 }
