@@ -207,17 +207,25 @@ QorLong readConstructedBits(QorGlobal *world, FragmentTable *table, unsigned cha
     return readSegments(world, table, pos, room, length, kBitStringTag);
 }
 
+const unsigned char *takePrimitive(QorGlobal *world, unsigned char **pos, QorLong *room,
+                                   QorLong length)
+{
+    raiseIf(world, length < 0, Msg::kIndefinitePrimitive, 0);
+    needInput(world, room, length);
+    const unsigned char *at = *pos;
+    *pos += length;
+    *room -= length;
+    return at;
+}
+
 QorLong readStringContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
                               QorLong *room, QorLong length)
 {
     if (world->bitOffset != 0)
         return readConstructed(world, table, pos, room, length);
-    raiseIf(world, length < 0, Msg::kIndefinitePrimitive, 0);
-    needInput(world, room, length);
+    const unsigned char *at = takePrimitive(world, pos, room, length);
     if (length > 0)
-        addFragment(world, table, *pos, length);
-    *pos += length;
-    *room -= length;
+        addFragment(world, table, at, length);
     return length;
 }
 

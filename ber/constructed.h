@@ -50,6 +50,12 @@ QorLong readStringContents(QorGlobal *world, FragmentTable *table, unsigned char
 QorLong readBitContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
                            QorLong *room, QorLong length);
 
+// A primitive string's contents, in place: moves *pos past them and returns
+// where they start. Decoders take this path when `bitOffset` says primitive,
+// and skip the fragment table.
+const unsigned char *takePrimitive(QorGlobal *world, unsigned char **pos, QorLong *room,
+                                   QorLong length);
+
 // Copies the first `count` gathered octets to `out`.
 void copyFragments(const FragmentTable *table, unsigned char *out, QorLong count);
 

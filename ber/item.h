@@ -6,6 +6,7 @@
 
 #include "frame/errors.h"
 #include "memory/blocks.h"
+#include "memory/copy.h"
 
 namespace qor {
 
@@ -19,7 +20,7 @@ inline QorLong writeItem(QorGlobal *world, unsigned char **pos, QorLong *room,
     if (!sizingOnly(world) && n <= *room) [[likely]] {
         *pos -= n;
         *room -= n;
-        memcpy(*pos, item, static_cast<size_t>(n));
+        copyOctets(*pos, item, static_cast<size_t>(n));
         return n;
     }
     return _qor_write_bytes_d(world, pos, room, item, n);

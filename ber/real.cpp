@@ -247,7 +247,7 @@ QorLong _qor_encd_real(QorGlobal *world, unsigned char **pos, QorLong *room, dou
     for (uint64_t rest = parts.mantissa >> 8; rest != 0; rest >>= 8)
         mantissaOctets++;
 
-    unsigned char item[16];
+    unsigned char item[kMaxItem];
     unsigned char *out = item;
     unsigned char first = parts.negative ? 0xC0 : 0x80;
     if (exponentOctets - 1 < 2) {

@@ -6,6 +6,7 @@
 
 #include "ber/constructed.h"
 #include "ber/item.h"
+#include "memory/copy.h"
 #include "ber/utf8.h"
 
 using namespace qor;
@@ -376,6 +377,18 @@ QorLong _qor_dec_nstr(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
 QorLong _qor_dec_nstr_ptr(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
                           char **out, QorLong max)
 {
+    if (world->bitOffset == 0) {
+        // Primitive: the contents lie in one piece and are copied once.
+        const unsigned char *at = takePrimitive(world, pos, room, length);
+        checkMax(world, length, max, Msg::kSizeViolated);
+        raiseIf(world, length > INT32_MAX - 8, Msg::kLengthTooLong, length);
+        auto *text = static_cast<char *>(_qor_dec_getmem_internal(world, length + 1));
+        copyOctets(text, at, static_cast<size_t>(length));
+        raiseIf(world, memchr(text, 0, static_cast<size_t>(length)) != nullptr, Msg::kEmbeddedNul, 0);
+        text[length] = '\0';
+        *out = text;
+        return length;
+    }
     FragmentTable table;
     initFragments(&table);
     QorLong count = readStringContents(world, &table, pos, room, length);

@@ -4,6 +4,7 @@
 
 #include "frame/errors.h"
 #include "memory/blocks.h"
+#include "memory/copy.h"
 
 using namespace qor;
 
@@ -22,7 +23,7 @@ QorLong _qor_write_bytes_d(QorGlobal *world, unsigned char **pos, QorLong *room,
     if (length <= *room) {
         *pos -= length;
         *room -= length;
-        memcpy(*pos, src, static_cast<size_t>(length));
+        copyOctets(*pos, src, static_cast<size_t>(length));
         return length;
     }
     // The data's last octets fill what is left of this block; whole blocks

@@ -1,0 +1,42 @@
+// Copies of the short items that encoders and decoders move by the dozen:
+// up to 16 octets go with at most two fixed-size loads and stores instead of
+// a call, longer ones through the C library.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace qor {
+
+// The two accesses overlap when `n` is not a power of two.
+inline void copyShort(unsigned char *to, const unsigned char *from, size_t n)
+{
+    if (n >= 8) {
+        uint64_t head, tail;
+        memcpy(&head, from, 8);
+        memcpy(&tail, from + n - 8, 8);
+        memcpy(to, &head, 8);
+        memcpy(to + n - 8, &tail, 8);
+    } else if (n >= 4) {
+        uint32_t head, tail;
+        memcpy(&head, from, 4);
+        memcpy(&tail, from + n - 4, 4);
+        memcpy(to, &head, 4);
+        memcpy(to + n - 4, &tail, 4);
+    } else if (n > 0) {
+        to[0] = from[0];
+        to[n / 2] = from[n / 2];
+        to[n - 1] = from[n - 1];
+    }
+}
+
+inline void copyOctets(void *to, const void *from, size_t n)
+{
+    if (n <= 16) [[likely]]
+        copyShort(static_cast<unsigned char *>(to), static_cast<const unsigned char *>(from), n);
+    else
+        memcpy(to, from, n);
+}
+
+} // namespace qor
