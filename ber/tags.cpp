@@ -107,22 +107,14 @@ QorLong _qor_dec_length(QorGlobal *world, unsigned char **pos, QorLong *room)
     return static_cast<QorLong>(value);
 }
 
-QorLong _qor_dec_tag_length(QorGlobal *world, unsigned char **pos, QorLong *room,
-                            QorULong expected)
+} // extern "C"
+
+namespace {
+
+// Any tag and length, the general way.
+__attribute__((noinline)) QorLong readTagLength(QorGlobal *world, unsigned char **pos,
+                                                QorLong *room, QorULong expected)
 {
-    // The common case in a few instructions: the expected one-octet tag and
-    // a short length whose contents are all there.
-    const unsigned char *at = *pos;
-    const QorLong left = *room;
-    if (left >= 2 && expected != 0 && (expected & 0x1f) != 0x1f && (at[0] & ~0x20u) == expected &&
-        at[1] < 0x80 && at[1] <= left - 2) [[likely]] {
-        world->tagStartPos = *pos;
-        world->tagStartRoom = left;
-        world->bitOffset = at[0] & 0x20;
-        *pos += 2;
-        *room = left - 2;
-        return at[1];
-    }
     if (expected != 0) {
         world->tagStartPos = *pos;
         world->tagStartRoom = *room;
@@ -183,6 +175,30 @@ QorLong _qor_dec_tag_length(QorGlobal *world, unsigned char **pos, QorLong *room
     *room -= count;
     needInput(world, room, static_cast<QorLong>(value));
     return static_cast<QorLong>(value);
+}
+
+} // namespace
+
+extern "C" {
+
+QorLong _qor_dec_tag_length(QorGlobal *world, unsigned char **pos, QorLong *room,
+                            QorULong expected)
+{
+    // The common case in a few instructions, apart from the general reader:
+    // the expected one-octet tag and a short length whose contents are all
+    // there.
+    const unsigned char *at = *pos;
+    const QorLong left = *room;
+    if (left >= 2 && expected != 0 && (expected & 0x1f) != 0x1f && (at[0] & ~0x20u) == expected &&
+        at[1] < 0x80 && at[1] <= left - 2) [[likely]] {
+        world->tagStartPos = *pos;
+        world->tagStartRoom = left;
+        world->bitOffset = at[0] & 0x20;
+        *pos += 2;
+        *room = left - 2;
+        return at[1];
+    }
+    return readTagLength(world, pos, room, expected);
 }
 
 void _qor_skip_past_item(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length)
