@@ -207,17 +207,6 @@ QorLong readConstructedBits(QorGlobal *world, FragmentTable *table, unsigned cha
     return readSegments(world, table, pos, room, length, kBitStringTag);
 }
 
-const unsigned char *takePrimitive(QorGlobal *world, unsigned char **pos, QorLong *room,
-                                   QorLong length)
-{
-    raiseIf(world, length < 0, Msg::kIndefinitePrimitive, 0);
-    needInput(world, room, length);
-    const unsigned char *at = *pos;
-    *pos += length;
-    *room -= length;
-    return at;
-}
-
 QorLong readStringContents(QorGlobal *world, FragmentTable *table, unsigned char **pos,
                               QorLong *room, QorLong length)
 {

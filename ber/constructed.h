@@ -2,7 +2,7 @@
 // lie in the input, as a table of fragments that decoders copy out in order.
 #pragma once
 
-#include "frame/world.h"
+#include "ber/item.h"
 
 namespace qor {
 
@@ -53,8 +53,16 @@ QorLong readBitContents(QorGlobal *world, FragmentTable *table, unsigned char **
 // A primitive string's contents, in place: moves *pos past them and returns
 // where they start. Decoders take this path when `bitOffset` says primitive,
 // and skip the fragment table.
-const unsigned char *takePrimitive(QorGlobal *world, unsigned char **pos, QorLong *room,
-                                   QorLong length);
+inline const unsigned char *takePrimitive(QorGlobal *world, unsigned char **pos, QorLong *room,
+                                          QorLong length)
+{
+    raiseIf(world, length < 0, Msg::kIndefinitePrimitive, 0);
+    needInput(world, room, length);
+    const unsigned char *at = *pos;
+    *pos += length;
+    *room -= length;
+    return at;
+}
 
 // Copies the first `count` gathered octets to `out`.
 void copyFragments(const FragmentTable *table, unsigned char *out, QorLong count);

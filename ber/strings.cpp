@@ -384,7 +384,7 @@ QorLong _qor_dec_nstr_ptr(QorGlobal *world, unsigned char **pos, QorLong *room, 
         raiseIf(world, length > INT32_MAX - 8, Msg::kLengthTooLong, length);
         auto *text = static_cast<char *>(_qor_dec_getmem_internal(world, length + 1));
         copyOctets(text, at, static_cast<size_t>(length));
-        raiseIf(world, memchr(text, 0, static_cast<size_t>(length)) != nullptr, Msg::kEmbeddedNul, 0);
+        raiseIf(world, hasZeroOctet(at, static_cast<size_t>(length)), Msg::kEmbeddedNul, 0);
         text[length] = '\0';
         *out = text;
         return length;

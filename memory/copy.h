@@ -39,4 +39,27 @@ inline void copyOctets(void *to, const void *from, size_t n)
         memcpy(to, from, n);
 }
 
+// Whether any of `n` octets is zero; short runs are tested a word at a time.
+inline bool hasZeroOctet(const unsigned char *p, size_t n)
+{
+    auto zeroIn = [](uint64_t v) {
+        return ((v - 0x0101010101010101u) & ~v & 0x8080808080808080u) != 0;
+    };
+    if (n > 16)
+        return memchr(p, 0, n) != nullptr;
+    if (n >= 8) {
+        uint64_t head, tail;
+        memcpy(&head, p, 8);
+        memcpy(&tail, p + n - 8, 8);
+        return zeroIn(head) || zeroIn(tail);
+    }
+    if (n >= 4) {
+        uint32_t head, tail;
+        memcpy(&head, p, 4);
+        memcpy(&tail, p + n - 4, 4);
+        return zeroIn(uint64_t{head} << 32 | tail);
+    }
+    return n > 0 && (p[0] == 0 || p[n / 2] == 0 || p[n - 1] == 0);
+}
+
 } // namespace qor
