@@ -52,7 +52,7 @@ QorLong writeSegment(QorGlobal *world, unsigned char **pos, QorLong *room,
 {
     QorLong contents = 1 + n;
     if (last != nullptr) {
-        writeItem(world, pos, room, last, 1);
+        writeBytes(world, pos, room, last, 1);
         contents++;
     }
     _qor_write_bytes_d(world, pos, room, chunk, n);
@@ -60,7 +60,7 @@ QorLong writeSegment(QorGlobal *world, unsigned char **pos, QorLong *room,
     unsigned char *end = putLength(putTag(item, kBitStringTag), contents);
     *end++ = unused;
     auto header = static_cast<QorLong>(end - item);
-    writeItem(world, pos, room, item, static_cast<int>(header));
+    writeBytes(world, pos, room, item, static_cast<int>(header));
     return header + contents - 1;
 }
 
@@ -74,7 +74,7 @@ QorLong writeBits(QorGlobal *world, unsigned char **pos, QorLong *room, const un
     QorLong octets = octetsOf(bits);
     auto unused = static_cast<unsigned char>((8 - bits % 8) % 8);
     if (octets == 0)
-        return writeItem(world, pos, room, &unused, 1);
+        return writeBytes(world, pos, room, &unused, 1);
     auto last = static_cast<unsigned char>(data[octets - 1] & lastMask(bits));
     if (octets < kConstructedFrom || world->encRules == QOR_DER) {
         if (octets < kMaxItem) {
@@ -82,11 +82,11 @@ QorLong writeBits(QorGlobal *world, unsigned char **pos, QorLong *room, const un
             item[0] = unused;
             memcpy(item + 1, data, static_cast<size_t>(octets - 1));
             item[octets] = last;
-            return writeItem(world, pos, room, item, static_cast<int>(octets + 1));
+            return writeBytes(world, pos, room, item, static_cast<int>(octets + 1));
         }
-        writeItem(world, pos, room, &last, 1);
+        writeBytes(world, pos, room, &last, 1);
         _qor_write_bytes_d(world, pos, room, data, octets - 1);
-        writeItem(world, pos, room, &unused, 1);
+        writeBytes(world, pos, room, &unused, 1);
         return octets + 1;
     }
     // From the end of the data: the segment that ends it takes what is
@@ -145,7 +145,7 @@ QorLong writeNamedListItem(QorGlobal *world, unsigned char **pos, QorLong *room,
     end += n;
     if (n > 0)
         end[-1] &= lastMask(bits);
-    return writeItem(world, pos, room, item, static_cast<int>(end - item));
+    return writeBytes(world, pos, room, item, static_cast<int>(end - item));
 }
 
 // ---- decoding

@@ -41,7 +41,7 @@ QorLong writeInteger(QorGlobal *world, unsigned char **pos, QorLong *room, Put p
     unsigned char *lengthAt = putTag(item, tag);
     unsigned char *end = put(lengthAt + 1, value);
     *lengthAt = static_cast<unsigned char>(end - lengthAt - 1);
-    return writeItem(world, pos, room, item, static_cast<int>(end - item));
+    return writeBytes(world, pos, room, item, static_cast<int>(end - item));
 }
 
 // The contents of an integer of `length` octets, taken from the input.
@@ -138,7 +138,7 @@ QorLong _qor_encd_bool_tl(QorGlobal *world, unsigned char **pos, QorLong *room, 
     unsigned char *end = putTag(item, tag);
     *end++ = 1;
     *end++ = value != 0 ? 0xff : 0x00;
-    return writeItem(world, pos, room, item, static_cast<int>(end - item));
+    return writeBytes(world, pos, room, item, static_cast<int>(end - item));
 }
 
 QorLong _qor_encd_huge_int_ia(QorGlobal *world, unsigned char **pos, QorLong *room,

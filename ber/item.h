@@ -1,5 +1,6 @@
 // Small BER items (tag, length and a short value) are assembled on the frame
-// in stream order and then written below *pos in one piece.
+// in stream order and then written below *pos in one piece; a write that
+// fits the block in hand takes no call.
 #pragma once
 
 #include <cstring>
@@ -14,16 +15,16 @@ namespace qor {
 // lengths of five, and a 64-bit value with its sign octet.
 constexpr int kMaxItem = 32;
 
-inline QorLong writeItem(QorGlobal *world, unsigned char **pos, QorLong *room,
-                         const unsigned char *item, int n)
+inline QorLong writeBytes(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
+                          QorLong n)
 {
-    if (!sizingOnly(world) && n <= *room) [[likely]] {
+    if (n > 0 && n <= *room && !sizingOnly(world)) [[likely]] {
         *pos -= n;
         *room -= n;
-        copyOctets(*pos, item, static_cast<size_t>(n));
+        copyOctets(*pos, data, static_cast<size_t>(n));
         return n;
     }
-    return _qor_write_bytes_d(world, pos, room, item, n);
+    return _qor_write_bytes_d(world, pos, room, data, n);
 }
 
 // Appends the tag's octets (at most three; the constant's low byte is the

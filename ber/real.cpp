@@ -18,7 +18,7 @@ constexpr size_t kFrameText = 64;
 
 QorLong writeOctet(QorGlobal *world, unsigned char **pos, QorLong *room, unsigned char octet)
 {
-    return writeItem(world, pos, room, &octet, 1);
+    return writeBytes(world, pos, room, &octet, 1);
 }
 
 // The NR form of a decimal text: 1 digits alone, 2 with a point, 3 with an
@@ -261,7 +261,7 @@ QorLong _qor_encd_real(QorGlobal *world, unsigned char **pos, QorLong *room, dou
         *out++ = static_cast<unsigned char>(exponent >> (8 * i));
     for (int i = mantissaOctets - 1; i >= 0; i--)
         *out++ = static_cast<unsigned char>(parts.mantissa >> (8 * i));
-    return writeItem(world, pos, room, item, static_cast<int>(out - item));
+    return writeBytes(world, pos, room, item, static_cast<int>(out - item));
 }
 
 QorLong _qor_encd_creal(QorGlobal *world, unsigned char **pos, QorLong *room, const char *text)

@@ -237,7 +237,7 @@ QorLong _qor_encd_nstr(QorGlobal *world, unsigned char **pos, QorLong *room, con
     // run past it, which NOCONSTRAIN cannot make right.
     if (max > 0 && static_cast<QorLong>(length) > max)
         raise(world, Msg::kSizeExceeded, longValue(static_cast<QorLong>(length)));
-    return _qor_write_bytes_d(world, pos, room, text, static_cast<QorLong>(length));
+    return writeBytes(world, pos, room, text, static_cast<QorLong>(length));
 }
 
 QorLong _qor_encd_pstr(QorGlobal *world, unsigned char **pos, QorLong *room, const char *data,

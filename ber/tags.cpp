@@ -23,6 +23,15 @@ QorULong packedOfExpected(QorULong expected)
     return ((first & 0xc0) << 8) | number;
 }
 
+// Any tag and length, as one item.
+__attribute__((noinline)) QorLong writeHeader(QorGlobal *world, unsigned char **pos, QorLong *room,
+                                              QorLong length, QorULong tag)
+{
+    unsigned char item[kMaxItem];
+    unsigned char *end = putLength(putTag(item, tag), length);
+    return writeBytes(world, pos, room, item, static_cast<int>(end - item));
+}
+
 } // namespace
 
 extern "C" {
@@ -30,9 +39,16 @@ extern "C" {
 QorLong _qor_encd_tag_length(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
                              QorULong tag)
 {
-    unsigned char item[kMaxItem];
-    unsigned char *end = putLength(putTag(item, tag), length);
-    return writeItem(world, pos, room, item, static_cast<int>(end - item));
+    // Most headers are a one-octet tag and a short length, written in place.
+    if (tag < 0x100 && static_cast<QorULong>(length) < 0x80 && *room >= 2 && !sizingOnly(world))
+        [[likely]] {
+        *pos -= 2;
+        *room -= 2;
+        (*pos)[0] = static_cast<unsigned char>(tag);
+        (*pos)[1] = static_cast<unsigned char>(length);
+        return 2;
+    }
+    return writeHeader(world, pos, room, length, tag);
 }
 
 QorLong _qor_encd_tag_length2(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
@@ -45,7 +61,7 @@ QorLong _qor_encd_tag_length2(QorGlobal *world, unsigned char **pos, QorLong *ro
     unsigned char *end = putLength(putTag(item, outerTag), length + innerSize);
     memcpy(end, inner, static_cast<size_t>(innerSize));
     end += innerSize;
-    return writeItem(world, pos, room, item, static_cast<int>(end - item));
+    return writeBytes(world, pos, room, item, static_cast<int>(end - item));
 }
 
 QorULong _qor_dec_tag(QorGlobal *world, unsigned char **pos, QorLong *room)
