@@ -47,7 +47,7 @@ QorLong writeOctets(QorGlobal *world, unsigned char **pos, QorLong *room, const 
                     QorLong length)
 {
     raiseIf(world, length < 0 || (length > 0 && data == nullptr), Msg::kMisencoded, length);
-    return _qor_write_bytes_d(world, pos, room, data, length);
+    return writeValueOctets(world, pos, room, data, length);
 }
 
 // Characters of 2 or 4 octets, big-endian. Output that spans blocks goes

@@ -35,7 +35,7 @@ void *memQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size)
     if (alloc == nullptr)
         return nullptr;
     QorMemBlockRecord *tail = world->blockQueueTail;
-    if (tail->count == QOR_BLOCK_SLOTS) {
+    if (tail->count == QOR_BLOCK_SLOTS || tail->count == kReferenceRecord) {
         auto *added = static_cast<QorMemBlockRecord *>(alloc(world, sizeof(QorMemBlockRecord)));
         raiseIf(world, added == nullptr, Msg::kOutOfMemory, sizeof(QorMemBlockRecord));
         added->count = 0;
@@ -102,8 +102,28 @@ QorLong blockCount(const QorGlobal *world)
 {
     QorLong n = 0;
     for (const QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next)
-        n += r->count;
+        if (r->count > 0)
+            n += r->count;
     return n;
+}
+
+void queueReference(QorGlobal *world, const unsigned char *data, QorLong length)
+{
+    QorMallocFn alloc = outputBlockAlloc(world);
+    auto *r = static_cast<QorMemBlockRecord *>(alloc != nullptr ? alloc(world, sizeof(QorMemBlockRecord)) : nullptr);
+    raiseIf(world, r == nullptr, Msg::kOutOfMemory, sizeof(QorMemBlockRecord));
+    r->count = kReferenceRecord;
+    r->slot[0] = const_cast<unsigned char *>(data);
+    r->slot[1] = reinterpret_cast<void *>(static_cast<uintptr_t>(length));
+    r->next = nullptr;
+    world->blockQueueTail->next = r;
+    world->blockQueueTail = r;
+    world->totalBytes += length;
+}
+
+QorMallocFn outputBlockAlloc(const QorGlobal *world)
+{
+    return world->privateArea->tempBufferSize != 0 ? tmpBufAlloc : world->userMalloc;
 }
 
 QorFreeFn outputBlockRelease(const QorGlobal *world)
@@ -114,6 +134,9 @@ QorFreeFn outputBlockRelease(const QorGlobal *world)
 QorLong gatheredLength(QorGlobal *world, QorLong room)
 {
     int64_t total = int64_t{blockCount(world)} * QOR_BLOCK_SIZE - room;
+    for (const QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next)
+        if (r->count == kReferenceRecord)
+            total += referenceLength(r);
     if (total < 0 || total > INT32_MAX)
         raise(world, Msg::kOutOfMemory, longValue(static_cast<QorLong>(total < 0 ? total : -1)));
     return static_cast<QorLong>(total);
@@ -132,8 +155,7 @@ unsigned char *nextOutBlock(QorGlobal *world)
 {
     raiseIf(world, world->userBuffer, Msg::kBufferTooSmall, world->totalBytes);
     world->totalBytes += QOR_BLOCK_SIZE;
-    QorMallocFn alloc = world->privateArea->tempBufferSize != 0 ? tmpBufAlloc : world->userMalloc;
-    void *block = memQueuePush(world, alloc, QOR_BLOCK_SIZE);
+    void *block = memQueuePush(world, outputBlockAlloc(world), QOR_BLOCK_SIZE);
     raiseIf(world, block == nullptr, Msg::kOutOfMemory, QOR_BLOCK_SIZE);
     return static_cast<unsigned char *>(block);
 }

@@ -18,12 +18,33 @@ void memQueueFree(QorGlobal *world, QorFreeFn release);
 void memQueueForget(QorGlobal *world, QorFreeFn release);
 // How many blocks the queue lists.
 QorLong blockCount(const QorGlobal *world);
+
+// Encoder output may also refer to octets of the value being encoded that
+// lie elsewhere: a record of its own in the queue, with this count, holds
+// their address and length, and the gather copies them straight into the
+// result.
+constexpr int16_t kReferenceRecord = -1;
+void queueReference(QorGlobal *world, const unsigned char *data, QorLong length);
+inline const unsigned char *referenceData(const QorMemBlockRecord *r)
+{
+    return static_cast<const unsigned char *>(r->slot[0]);
+}
+inline QorLong referenceLength(const QorMemBlockRecord *r)
+{
+    return static_cast<QorLong>(reinterpret_cast<uintptr_t>(r->slot[1]));
+}
+// Octets of the value written below *pos: runs of a few blocks or more are
+// referred to, not copied, so they are copied once in all. Only for octets
+// that stay as they are until the encode ends, such as the caller's value.
+QorLong writeValueOctets(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
+                         QorLong length);
 // A fresh 1024-octet output block; message 1 when the caller's buffer is full.
 unsigned char *nextOutBlock(QorGlobal *world);
 // The length of the output gathered from the blocks; message 6 when it is
 // negative or beyond what a length can hold.
 QorLong gatheredLength(QorGlobal *world, QorLong room);
-// The release function that matches where output blocks come from.
+// The allocation and release functions of output blocks.
+QorMallocFn outputBlockAlloc(const QorGlobal *world);
 QorFreeFn outputBlockRelease(const QorGlobal *world);
 // Releases the output blocks once `gathered` holds their contents. Until
 // they are gone, `gathered` waits where a failed call gives memory back: a

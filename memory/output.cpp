@@ -43,6 +43,36 @@ QorLong _qor_write_bytes_d(QorGlobal *world, unsigned char **pos, QorLong *room,
     return length;
 }
 
+} // extern "C"
+
+namespace qor {
+
+// Below this a run goes into blocks like any other output.
+constexpr QorLong kReferenceThreshold = 4 * QOR_BLOCK_SIZE;
+
+QorLong writeValueOctets(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
+                         QorLong length)
+{
+    if (length < kReferenceThreshold || sizingOnly(world) || world->userBuffer)
+        return _qor_write_bytes_d(world, pos, room, data, length);
+    // The block in hand is filled first, so that every block but the newest
+    // stays full; the rest is referred to, and a fresh block follows.
+    const auto *src = static_cast<const unsigned char *>(data);
+    QorLong left = length - *room;
+    if (*room > 0)
+        memcpy(*pos - *room, src + left, static_cast<size_t>(*room));
+    *room = 0;
+    queueReference(world, src, left);
+    unsigned char *block = nextOutBlock(world);
+    *pos = block + QOR_BLOCK_SIZE;
+    *room = QOR_BLOCK_SIZE;
+    return length;
+}
+
+} // namespace qor
+
+extern "C" {
+
 void _qor_set_outmem_d(QorGlobal *world, QorLong room, QorLong *lengthOut, unsigned char **valueOut)
 {
     QorLong blocks = blockCount(world);
@@ -58,6 +88,11 @@ void _qor_set_outmem_d(QorGlobal *world, QorLong room, QorLong *lengthOut, unsig
     unsigned char *end = out + length;
     QorLong seen = 0;
     for (QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next) {
+        if (r->count == kReferenceRecord) {
+            end -= referenceLength(r);
+            memcpy(end, referenceData(r), static_cast<size_t>(referenceLength(r)));
+            continue;
+        }
         for (int i = 0; i < r->count; i++) {
             const auto *block = static_cast<const unsigned char *>(r->slot[i]);
             if (++seen < blocks) {
