@@ -224,6 +224,24 @@ QorLong decodeUtf8Wide(QorGlobal *world, unsigned char **pos, QorLong *room, Qor
     return count;
 }
 
+// A constructed text, gathered from its segments.
+__attribute__((noinline)) QorLong decodeSegmentedText(QorGlobal *world, unsigned char **pos,
+                                                      QorLong *room, QorLong length, char **out,
+                                                      QorLong max)
+{
+    FragmentTable table;
+    initFragments(&table);
+    QorLong count = readStringContents(world, &table, pos, room, length);
+    checkMax(world, count, max, Msg::kSizeViolated);
+    raiseIf(world, count > INT32_MAX - 8, Msg::kLengthTooLong, count);
+    auto *text = static_cast<char *>(toNewMemory(world, &table, count, 1));
+    releaseFragments(world, &table);
+    raiseIf(world, memchr(text, 0, static_cast<size_t>(count)) != nullptr, Msg::kEmbeddedNul, 0);
+    text[count] = '\0';
+    *out = text;
+    return count;
+}
+
 } // namespace
 
 extern "C" {
@@ -377,29 +395,18 @@ QorLong _qor_dec_nstr(QorGlobal *world, unsigned char **pos, QorLong *room, QorL
 QorLong _qor_dec_nstr_ptr(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
                           char **out, QorLong max)
 {
-    if (world->bitOffset == 0) {
-        // Primitive: the contents lie in one piece and are copied once.
-        const unsigned char *at = takePrimitive(world, pos, room, length);
-        checkMax(world, length, max, Msg::kSizeViolated);
-        raiseIf(world, length > INT32_MAX - 8, Msg::kLengthTooLong, length);
-        auto *text = static_cast<char *>(_qor_dec_getmem_internal(world, length + 1));
-        copyOctets(text, at, static_cast<size_t>(length));
-        raiseIf(world, hasZeroOctet(at, static_cast<size_t>(length)), Msg::kEmbeddedNul, 0);
-        text[length] = '\0';
-        *out = text;
-        return length;
-    }
-    FragmentTable table;
-    initFragments(&table);
-    QorLong count = readStringContents(world, &table, pos, room, length);
-    checkMax(world, count, max, Msg::kSizeViolated);
-    raiseIf(world, count > INT32_MAX - 8, Msg::kLengthTooLong, count);
-    auto *text = static_cast<char *>(toNewMemory(world, &table, count, 1));
-    releaseFragments(world, &table);
-    raiseIf(world, memchr(text, 0, static_cast<size_t>(count)) != nullptr, Msg::kEmbeddedNul, 0);
-    text[count] = '\0';
+    if (world->bitOffset != 0)
+        return decodeSegmentedText(world, pos, room, length, out, max);
+    // Primitive: the contents lie in one piece and are copied once.
+    const unsigned char *at = takePrimitive(world, pos, room, length);
+    checkMax(world, length, max, Msg::kSizeViolated);
+    raiseIf(world, length > INT32_MAX - 8, Msg::kLengthTooLong, length);
+    auto *text = static_cast<char *>(_qor_dec_getmem_internal(world, length + 1));
+    copyOctets(text, at, static_cast<size_t>(length));
+    raiseIf(world, hasZeroOctet(at, static_cast<size_t>(length)), Msg::kEmbeddedNul, 0);
+    text[length] = '\0';
     *out = text;
-    return count;
+    return length;
 }
 
 QorLong _qor_dec_pstr(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
