@@ -8,6 +8,8 @@
 #include <cstring>
 #include <vector>
 
+#include "compare.h"
+
 #include "ChildInformation.h"
 #include "PersonnelRecord.h"
 #include "ber_decoder.h"
@@ -97,6 +99,32 @@ void asn1cDecode(benchmark::State &state)
 }
 
 } // namespace
+
+namespace qorbench::asn1c {
+
+void *example() { return ::example(); }
+
+void release(void *value)
+{
+    ASN_STRUCT_FREE(asn_DEF_PersonnelRecord, static_cast<PersonnelRecord_t *>(value));
+}
+
+long encode(void *value, unsigned char *buffer, size_t size)
+{
+    asn_enc_rval_t rc = der_encode_to_buffer(&asn_DEF_PersonnelRecord, value, buffer, size);
+    return static_cast<long>(rc.encoded);
+}
+
+bool decodeAndFree(const unsigned char *data, size_t length)
+{
+    PersonnelRecord_t *decoded = nullptr;
+    asn_dec_rval_t d = ber_decode(nullptr, &asn_DEF_PersonnelRecord,
+                                  reinterpret_cast<void **>(&decoded), data, length);
+    ASN_STRUCT_FREE(asn_DEF_PersonnelRecord, decoded);
+    return d.code == RC_OK;
+}
+
+} // namespace qorbench::asn1c
 
 BENCHMARK(asn1cEncode)->Name("Personnel/asn1c/encode_callers_buffer");
 BENCHMARK(asn1cDecode)->Name("Personnel/asn1c/decode_and_free");

@@ -11,10 +11,9 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <malloc.h>
 #include <vector>
 
-#include "testschema.h"
+#include "support.h"
 
 namespace {
 
@@ -214,11 +213,10 @@ void backwardBulk(benchmark::State &state)
 
 void plainMemcpy(benchmark::State &state)
 {
-    std::vector<unsigned char> source(kMiB, 0x5A);
-    std::vector<unsigned char> target(kMiB);
+    qorbench::CopyBuffers buffers(kMiB);
     for (auto _ : state) {
-        memcpy(target.data(), source.data(), kMiB);
-        benchmark::DoNotOptimize(target.data());
+        memcpy(buffers.target(), buffers.source(), kMiB);
+        benchmark::DoNotOptimize(buffers.target());
         benchmark::ClobberMemory();
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations()) * static_cast<int64_t>(kMiB));
@@ -242,19 +240,3 @@ BENCHMARK(forwardBulk)
 BENCHMARK(backwardBulk)->Name("Backward/Bulk_1MiB");
 BENCHMARK(backwardItems)->Name("Backward/Items")->ArgName("octets")->Arg(4)->Arg(16)->Arg(64);
 BENCHMARK(backwardIntegers)->Name("Backward/IntegerItems");
-
-// glibc gives freed memory back to the kernel between iterations, and every
-// iteration would then pay for page faults that a running application, with
-// its heap warm, does not; keep the heap, so that the writers are measured.
-int main(int argc, char **argv)
-{
-    mallopt(M_TRIM_THRESHOLD, 256 << 20);
-    mallopt(M_TOP_PAD, 64 << 20);
-    mallopt(M_MMAP_THRESHOLD, 64 << 20); // large results from the warm heap too
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
