@@ -6,7 +6,7 @@
 
 #include "ber/constructed.h"
 #include "ber/item.h"
-#include "ber/utf8.h"
+#include "common/utf8.h"
 
 using namespace qor;
 

@@ -1,5 +1,5 @@
 // UTF-8 conversions, one character and whole strings.
-#include "ber/utf8.h"
+#include "common/utf8.h"
 
 #include <cstring>
 

@@ -4,7 +4,7 @@
 
 #include "support/roundtrip.h"
 
-#include "ber/utf8.h"
+#include "common/utf8.h"
 
 namespace u8 = qor;
 
