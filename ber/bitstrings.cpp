@@ -3,7 +3,7 @@
 // and the decoders of each memory form.
 #include "ber/constructed.h"
 #include "ber/item.h"
-#include "ber/utf8.h"
+#include "common/utf8.h"
 
 using namespace qor;
 

@@ -1,195 +1,135 @@
 // BER OBJECT IDENTIFIER and RELATIVE-OID contents in each memory form: the
 // contents octets kept as they stand, arrays of 16 or 32-bit arcs (inline or
 // in new memory), and linked lists of arcs. Encoders write the contents only,
-// from the last arc back; decoders check the whole encoding before they store
-// anything, so a hostile one costs one pass over its octets and no memory.
+// in pieces from the last arc back; decoders check the whole encoding before
+// they store anything, so a hostile one costs one pass over its octets and no
+// memory. Packing, unpacking and the rules' checks are the shared arc helpers'.
 #include <cstring>
 
 #include "ber/item.h"
+#include "objects/arcs.h"
 
 using namespace qor;
 
 namespace {
 
-// The longest contents a decoder takes; so at most 226 arcs.
-constexpr QorLong kMaxContents = 225;
-constexpr QorLong kMaxArcs = kMaxContents + 1;
-
 // ---------------------------------------------------------------- encoding
 
-// Subidentifiers gathered on the frame from the last one back, in base 128
-// with bit 8 set on all octets but the last of each; the buffer goes below
-// *pos whenever it fills, so arcs of any number cost no memory.
-class ReverseWriter {
+// Contents go below *pos in pieces, the last piece first, each packed
+// forwards on the frame: arcs of any number cost no memory. A piece holds
+// this many arcs after the first two, and the first subidentifier.
+constexpr QorLong kPieceArcs = 64;
+
+class PieceWriter {
 public:
-    ReverseWriter(QorGlobal *world, unsigned char **pos, QorLong *room)
+    PieceWriter(QorGlobal *world, unsigned char **pos, QorLong *room)
         : world_(world), pos_(pos), room_(room)
     {
     }
 
-    void put(QorULong subid)
+    unsigned char *start() { return piece_; }
+
+    // Writes the piece from its start up to `end`.
+    void write(const unsigned char *end)
     {
-        if (used_ > kSize - kMaxOctets)
-            flush();
-        unsigned char *p = buffer_ + kSize - used_;
-        *--p = static_cast<unsigned char>(subid & 0x7f);
-        while ((subid >>= 7) != 0)
-            *--p = static_cast<unsigned char>(0x80 | (subid & 0x7f));
-        used_ = static_cast<QorLong>(buffer_ + kSize - p);
+        const auto used = static_cast<QorLong>(end - piece_);
+        total_ += used;
+        raiseIf(world_, total_ > INT32_MAX, Msg::kLengthTooLong, INT32_MAX);
+        _qor_write_bytes_d(world_, pos_, room_, piece_, used);
     }
 
-    QorLong finish()
-    {
-        flush();
-        return static_cast<QorLong>(total_);
-    }
+    QorLong total() const { return static_cast<QorLong>(total_); }
 
 private:
-    static constexpr QorLong kSize = 256;
-    static constexpr QorLong kMaxOctets = 5; // of a 32-bit subidentifier
-
-    void flush()
-    {
-        if (used_ == 0)
-            return;
-        total_ += used_;
-        raiseIf(world_, total_ > INT32_MAX, Msg::kLengthTooLong, INT32_MAX);
-        _qor_write_bytes_d(world_, pos_, room_, buffer_ + kSize - used_, used_);
-        used_ = 0;
-    }
-
     QorGlobal *world_;
     unsigned char **pos_;
     QorLong *room_;
     int64_t total_ = 0;
-    QorLong used_ = 0;
-    unsigned char buffer_[kSize];
+    unsigned char piece_[kMaxSubidentifierSize * (kPieceArcs + 1)];
 };
 
-QorLong octetsOf(QorULong subid)
+// Sizing: the contents' length alone.
+QorLong writeSize(QorGlobal *world, unsigned char **pos, QorLong *room, int64_t octets)
 {
-    QorLong n = 1;
-    while ((subid >>= 7) != 0)
-        n++;
-    return n;
+    raiseIf(world, octets > INT32_MAX, Msg::kLengthTooLong, INT32_MAX);
+    return _qor_write_bytes_d(world, pos, room, nullptr, static_cast<QorLong>(octets));
 }
 
-// The arc count against the representation's limit, then against the rules.
-void checkArcCount(QorGlobal *world, int64_t count, QorLong max)
+// The arc count against the representation's limit; the rules' own checks
+// come with the first subidentifier.
+void checkArcMax(QorGlobal *world, int64_t count, QorLong max)
 {
     if (max > 0 && count > max)
-        raise(world, Msg::kSizeExceeded, longValue(static_cast<QorLong>(count > INT32_MAX ? INT32_MAX : count)));
-    raiseIf(world, count < 2, Msg::kBadObjectIdentifier, static_cast<QorLong>(count));
-}
-
-// The first subidentifier carries two arcs: 40 * first + second. The first
-// arc is 0, 1 or 2, and under 0 and 1 the second is below 40; under 0.0 a
-// third arc names a letter, 1 to 26; and the sum must fit 32 bits.
-QorULong firstSubidentifier(QorGlobal *world, QorULong first, QorULong second,
-                            const QorULong *third)
-{
-    if (first > 2 || (first < 2 && second > 39))
-        raise(world, Msg::kBadObjectIdentifier, longValue(first < 2 ? 1 : 0));
-    if (first == 0 && second == 0 && third != nullptr && (*third == 0 || *third > 26))
-        raise(world, Msg::kBadObjectIdentifier, longValue(2));
-    raiseIf(world, second > UINT32_MAX - 40 * first, Msg::kBadObjectIdentifier, 3);
-    return 40 * first + second;
+        raise(world, Msg::kSizeExceeded,
+              longValue(static_cast<QorLong>(count > INT32_MAX ? INT32_MAX : count)));
 }
 
 template <class Arc>
 QorLong writeArcArray(QorGlobal *world, unsigned char **pos, QorLong *room, const Arc *arcs,
                       QorLong count, QorLong max)
 {
-    checkArcCount(world, count, max);
-    raiseIf(world, arcs == nullptr, Msg::kNullInput, 0);
-    QorULong third = count > 2 ? arcs[2] : 0;
-    QorULong first = firstSubidentifier(world, arcs[0], arcs[1], count > 2 ? &third : nullptr);
-    ReverseWriter out(world, pos, room);
-    for (QorLong i = count - 1; i >= 2; i--)
-        out.put(arcs[i]);
-    out.put(first);
-    return out.finish();
+    checkArcMax(world, count, max);
+    QorULong first = firstSubidentifier(world, arcs, count);
+    if (sizingOnly(world))
+        return writeSize(world, pos, room,
+                         subidentifierSize(first) + subidentifiersSize(arcs + 2, count - 2));
+    PieceWriter out(world, pos, room);
+    QorLong end = count;
+    for (; end - 2 > kPieceArcs; end -= kPieceArcs)
+        out.write(packSubidentifiers(out.start(), arcs + end - kPieceArcs, kPieceArcs));
+    out.write(packSubidentifiers(putSubidentifier(out.start(), first), arcs + 2, end - 2));
+    return out.total();
 }
 
-// Lists run forwards and output backwards. Up to this many arcs after the
-// first two, the nodes are reversed in a frame array; longer lists go on
+// Lists run forwards and output backwards. Up to a piece of arcs after the
+// first two, the list is packed in one piece; longer lists are kept on
 // frames of the encoder stack of their own, 52 nodes a frame, which the
-// driver releases should the write fail.
-constexpr int kFrameNodes = 64;
-
+// driver releases should the write fail, and packed a frame at a time from
+// the last.
 template <class Node>
 QorLong writeArcList(QorGlobal *world, unsigned char **pos, QorLong *room, const Node *list,
                      QorLong max)
 {
     int64_t count = 0;
-    int64_t octets = 0;
-    for (const Node *n = list; n != nullptr; n = n->next) {
+    for (const Node *n = list; n != nullptr; n = n->next)
         count++;
-        if (count > 2)
-            octets += octetsOf(n->value);
-    }
-    checkArcCount(world, count, max);
+    checkArcMax(world, count, max);
+    QorULong first = firstSubidentifier(world, list, count);
     const Node *rest = list->next->next;
-    QorULong third = rest != nullptr ? rest->value : 0;
-    QorULong first =
-        firstSubidentifier(world, list->value, list->next->value, rest != nullptr ? &third : nullptr);
-    octets += octetsOf(first);
-    if (sizingOnly(world)) {
-        raiseIf(world, octets > INT32_MAX, Msg::kLengthTooLong, INT32_MAX);
-        return _qor_write_bytes_d(world, pos, room, nullptr, static_cast<QorLong>(octets));
-    }
+    if (sizingOnly(world))
+        return writeSize(world, pos, room, subidentifierSize(first) + subidentifiersSize(rest));
 
-    ReverseWriter out(world, pos, room);
-    if (count - 2 <= kFrameNodes) {
-        const Node *nodes[kFrameNodes];
-        int n = 0;
-        for (const Node *p = rest; p != nullptr; p = p->next)
-            nodes[n++] = p;
-        while (n > 0)
-            out.put(nodes[--n]->value);
-    } else {
-        void **slots = _qor_increment_enc_stack(world);
-        int used = 0;
-        int frames = 1;
-        for (const Node *p = rest; p != nullptr; p = p->next) {
-            if (used == QOR_BLOCK_SLOTS) {
-                _qor_save_enc_stack(world, used);
-                slots = _qor_increment_enc_stack(world);
-                used = 0;
-                frames++;
-            }
-            slots[used++] = const_cast<Node *>(p);
-        }
-        _qor_save_enc_stack(world, used);
-        for (; frames > 0; frames--) {
-            slots = _qor_load_enc_stack(world, &used);
-            while (used > 0)
-                out.put(static_cast<const Node *>(slots[--used])->value);
-            _qor_decrement_enc_stack(world);
-        }
+    PieceWriter out(world, pos, room);
+    if (count - 2 <= kPieceArcs) {
+        out.write(packSubidentifiers(putSubidentifier(out.start(), first), rest));
+        return out.total();
     }
-    out.put(first);
-    return out.finish();
+    void **slots = _qor_increment_enc_stack(world);
+    int used = 0;
+    int frames = 1;
+    for (const Node *p = rest; p != nullptr; p = p->next) {
+        if (used == QOR_BLOCK_SLOTS) {
+            _qor_save_enc_stack(world, used);
+            slots = _qor_increment_enc_stack(world);
+            used = 0;
+            frames++;
+        }
+        slots[used++] = const_cast<Node *>(p);
+    }
+    _qor_save_enc_stack(world, used);
+    for (; frames > 0; frames--) {
+        slots = _qor_load_enc_stack(world, &used);
+        unsigned char *end = out.start();
+        for (int i = 0; i < used; i++)
+            end = putSubidentifier(end, static_cast<const Node *>(slots[i])->value);
+        out.write(end);
+        _qor_decrement_enc_stack(world);
+    }
+    out.write(putSubidentifier(out.start(), first));
+    return out.total();
 }
 
 // ---------------------------------------------------------------- decoding
-
-// Checks contents of `length` octets: a subidentifier led by 0x80 is
-// needlessly long unless relaxed, and the last octet must end one. Returns
-// the number of subidentifiers.
-QorLong countSubidentifiers(QorGlobal *world, const unsigned char *p, QorLong length)
-{
-    const bool lenient = relaxed(world);
-    QorLong count = 0;
-    bool atStart = true;
-    for (QorLong i = 0; i < length; i++) {
-        raiseIf(world, atStart && p[i] == 0x80 && !lenient, Msg::kSubidNeedlesslyLong, 0);
-        atStart = (p[i] & 0x80) == 0;
-        count += atStart ? 1 : 0;
-    }
-    raiseIf(world, !atStart, Msg::kMisencoded, 0);
-    return count;
-}
 
 // Takes the contents of an identifier from the input, checked whole. An
 // empty one passes only under the relaxed rules.
@@ -197,10 +137,10 @@ const unsigned char *takeContents(QorGlobal *world, unsigned char **pos, QorLong
                                   QorLong length, QorLong *subids)
 {
     raiseIf(world, length < 0 || (length == 0 && !relaxed(world)), Msg::kMisencoded, 0);
-    raiseIf(world, length > kMaxContents, Msg::kTooManySubids, length);
+    raiseIf(world, length > kMaxIdentifierContents, Msg::kTooManySubids, length);
     needInput(world, room, length);
     const unsigned char *p = *pos;
-    *subids = countSubidentifiers(world, p, length);
+    *subids = countSubidentifiers(world, p, length, relaxed(world));
     *pos += length;
     *room -= length;
     return p;
@@ -218,35 +158,6 @@ void checkLimit(QorGlobal *world, QorLong count, QorLong max, bool inlineArray)
     }
 }
 
-// Reads the arcs of checked contents into `out`. A subidentifier that does
-// not fit an arc is refused before the shift that would lose its top bits.
-template <class Arc>
-void readArcs(QorGlobal *world, const unsigned char *p, QorLong length, Arc *out)
-{
-    constexpr QorULong kTopSeven = sizeof(Arc) == 2 ? 0xFE00 : 0xFE000000;
-    const unsigned char *end = p + length;
-    QorLong index = 0;
-    while (p < end) {
-        QorULong value = 0;
-        unsigned char c;
-        do {
-            c = *p++;
-            raiseIf(world, (value & kTopSeven) != 0, Msg::kSubidTooLong, index);
-            value = (value << 7) | (c & 0x7f);
-        } while ((c & 0x80) != 0);
-        if (index == 0) {
-            QorULong first = value < 40 ? 0 : value < 80 ? 1 : 2;
-            out[0] = static_cast<Arc>(first);
-            out[1] = static_cast<Arc>(value - 40 * first);
-        } else {
-            out[index + 1] = static_cast<Arc>(value);
-        }
-        index++;
-    }
-}
-
-QorLong arcCount(QorLong subids) { return subids == 0 ? 0 : subids + 1; }
-
 // Arcs in new memory, stored through `fresh`.
 template <class Arc>
 QorLong decodeToNewArray(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
@@ -260,7 +171,7 @@ QorLong decodeToNewArray(QorGlobal *world, unsigned char **pos, QorLong *room, Q
     if (arcs > 0)
         out = static_cast<Arc *>(_qor_dec_getmem_internal(world, arcs * QorLong{sizeof(Arc)}));
     *fresh = out;
-    readArcs(world, p, length, out);
+    unpackArcs(world, p, length, out);
     return arcs;
 }
 
@@ -274,7 +185,7 @@ QorLong decodeToInline(QorGlobal *world, unsigned char **pos, QorLong *room, Qor
     QorLong arcs = arcCount(subids);
     checkLimit(world, arcs, max, true);
     raiseIf(world, arcs > 0 && out == nullptr, Msg::kNullInput, 0);
-    readArcs(world, p, length, out);
+    unpackArcs(world, p, length, out);
     return arcs;
 }
 
@@ -288,8 +199,8 @@ QorLong decodeToList(QorGlobal *world, unsigned char **pos, QorLong *room, QorLo
     const unsigned char *p = takeContents(world, pos, room, length, &subids);
     QorLong arcs = arcCount(subids);
     checkLimit(world, arcs, max, false);
-    Arc values[kMaxArcs];
-    readArcs(world, p, length, values);
+    Arc values[kMaxIdentifierArcs];
+    unpackArcs(world, p, length, values);
     Node *head = nullptr;
     Node **link = &head;
     for (QorLong i = 0; i < arcs; i++) {

@@ -3,8 +3,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "ber/decimal.h"
 #include "ber/item.h"
+#include "common/decimal.h"
 
 using namespace qor;
 

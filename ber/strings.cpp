@@ -6,8 +6,8 @@
 
 #include "ber/constructed.h"
 #include "ber/item.h"
+#include "common/utf8.h"
 #include "memory/copy.h"
-#include "ber/utf8.h"
 
 using namespace qor;
 

@@ -6,7 +6,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "ber/decimal.h"
+#include "common/decimal.h"
 #include "value/text_out.h"
 
 namespace qor {

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "ber/decimal.h"
+#include "common/decimal.h"
 
 namespace {
 

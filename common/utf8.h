@@ -1,6 +1,7 @@
 // UTF-8 conversions shared by every family that carries UTF8String: one
 // character at a time, and whole strings of 8, 16 or 32-bit characters. The
-// 31-bit scheme is used, with up to six octets a character.
+// 31-bit scheme is used, with up to six octets a character. Writers go
+// forwards, or backwards for the families that encode from the end.
 #pragma once
 
 #include <cstdint>
@@ -22,6 +23,9 @@ QorULong charAt(const void *chars, QorLong i, int width);
 // values is utf8Length's job. A value of 0x80000000 or above writes nothing.
 unsigned char *encodeUtf8Char(unsigned char *end, QorULong value);
 
+// The same written forwards from `out`; returns the end.
+unsigned char *putUtf8Char(unsigned char *out, QorULong value);
+
 // Reads one character of at most `inLength` octets at `in` into `out`, an
 // unsigned character of `width` octets (1, 2 or 4). `used` gets the length of
 // the sequence that the first octet announces, 0 for a first octet that is a
@@ -40,6 +44,9 @@ unsigned char *encodeUtf8Char(unsigned char *end, QorULong value);
 // Writes those characters so that the last octet lies just below `end`;
 // returns the first octet. The caller has sized the room with utf8SizeOf.
 unsigned char *encodeUtf8Chars(unsigned char *end, const void *chars, QorLong count, int width);
+
+// The same written forwards from `out`; returns the end.
+unsigned char *putUtf8Chars(unsigned char *out, const void *chars, QorLong count, int width);
 
 // Characters in `length` octets of UTF-8; a bad sequence is message 135.
 [[nodiscard]] QorLong utf8CharCount(QorGlobal *world, const unsigned char *in, QorLong length);

@@ -4,7 +4,7 @@
 
 #include "support/roundtrip.h"
 
-#include "ber/utf8.h"
+#include "common/utf8.h"
 
 namespace u8 = qor;
 
@@ -72,12 +72,22 @@ TEST(Utf8Encode, EndsJustBelowTheGivenEnd)
         if (start > area) {
             EXPECT_EQ(start[-1], 0xEE);
         }
+        // Forwards, the same octets from the given start.
+        memset(area, 0xEE, sizeof area);
+        unsigned char *end = u8::putUtf8Char(area + 1, c.value);
+        EXPECT_EQ(Bytes(area + 1, end), hex(c.bytes)) << c.value;
+        EXPECT_EQ(area[0], 0xEE);
+        if (end < area + 8) {
+            EXPECT_EQ(*end, 0xEE);
+        }
     }
     unsigned char area[8];
     EXPECT_EQ(u8::encodeUtf8Char(area + 8, 0x80000000u), area + 8);
+    EXPECT_EQ(u8::putUtf8Char(area, 0x80000000u), area);
     // A surrogate is written as it is; refusing it is the length's job.
     unsigned char *start = u8::encodeUtf8Char(area + 8, 0xD800);
     EXPECT_EQ(Bytes(start, area + 8), hex("ED A0 80"));
+    EXPECT_EQ(Bytes(area, u8::putUtf8Char(area, 0xD800)), hex("ED A0 80"));
 }
 
 TEST_F(Utf8Test, DecodeEachWidth)
@@ -189,6 +199,9 @@ TEST_F(Utf8Test, StringsOfEachWidth)
     EXPECT_EQ(Bytes(start, area + 32), uniUtf8);
     start = u8::encodeUtf8Chars(area + 32, latin, 2, 1);
     EXPECT_EQ(Bytes(start, area + 32), latinUtf8);
+    EXPECT_EQ(Bytes(area, u8::putUtf8Chars(area, bmp, 4, 2)), bmpUtf8);
+    EXPECT_EQ(Bytes(area, u8::putUtf8Chars(area, uni, 3, 4)), uniUtf8);
+    EXPECT_EQ(Bytes(area, u8::putUtf8Chars(area, latin, 2, 1)), latinUtf8);
 
     QorLong count = 0;
     ASSERT_EQ(run([&] {

@@ -1,5 +1,5 @@
 // UTF-8 conversions, one character and whole strings.
-#include "ber/utf8.h"
+#include "common/utf8.h"
 
 #include <cstring>
 
@@ -9,7 +9,7 @@ namespace qor {
 
 namespace {
 
-// First-octet marks of sequences of 2 to 6 octets.
+// First-octet marks by sequence length; a single octet has none.
 constexpr unsigned char kLeadMark[7] = {0, 0, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
 
 int leadingOnes(unsigned char c)
@@ -29,6 +29,21 @@ int rawLength(QorULong v)
            : v < 0x200000  ? 4
            : v < 0x4000000 ? 5
                            : 6;
+}
+
+// Octets a writer puts down for `value`: none for 0x80000000 and above.
+int writtenLength(QorULong v) { return v >= 0x80000000u ? 0 : rawLength(v); }
+
+// The `n` octets of `value` at `at`: the lead octet with its mark, then the
+// continuation octets, six bits each, the lowest last.
+void putSequence(unsigned char *at, QorULong value, int n)
+{
+    for (int i = n - 1; i > 0; i--) {
+        at[i] = static_cast<unsigned char>(0x80 | (value & 0x3F));
+        value >>= 6;
+    }
+    if (n > 0)
+        at[0] = static_cast<unsigned char>(kLeadMark[n] | value);
 }
 
 void checkWidth(QorGlobal *world, int width)
@@ -66,19 +81,16 @@ int utf8Length(QorULong value)
 
 unsigned char *encodeUtf8Char(unsigned char *end, QorULong value)
 {
-    if (value >= 0x80000000u)
-        return end;
-    int n = rawLength(value);
-    if (n == 1) {
-        *--end = static_cast<unsigned char>(value);
-        return end;
-    }
-    for (int i = 1; i < n; i++) {
-        *--end = static_cast<unsigned char>(0x80 | (value & 0x3F));
-        value >>= 6;
-    }
-    *--end = static_cast<unsigned char>(kLeadMark[n] | value);
-    return end;
+    int n = writtenLength(value);
+    putSequence(end - n, value, n);
+    return end - n;
+}
+
+unsigned char *putUtf8Char(unsigned char *out, QorULong value)
+{
+    int n = writtenLength(value);
+    putSequence(out, value, n);
+    return out + n;
 }
 
 bool decodeUtf8Char(QorGlobal *world, void *out, const unsigned char *in, QorLong inLength,
@@ -141,6 +153,13 @@ unsigned char *encodeUtf8Chars(unsigned char *end, const void *chars, QorLong co
     for (QorLong i = count; i > 0; i--)
         end = encodeUtf8Char(end, charAt(chars, i - 1, width));
     return end;
+}
+
+unsigned char *putUtf8Chars(unsigned char *out, const void *chars, QorLong count, int width)
+{
+    for (QorLong i = 0; i < count; i++)
+        out = putUtf8Char(out, charAt(chars, i, width));
+    return out;
 }
 
 QorLong utf8CharCount(QorGlobal *world, const unsigned char *in, QorLong length)

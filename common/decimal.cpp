@@ -1,6 +1,6 @@
 // REAL values shared by every encoding family: decimal text, the decoders'
 // reading of decimal contents, special values, and the binary split.
-#include "ber/decimal.h"
+#include "common/decimal.h"
 
 #include <cfloat>
 #include <charconv>

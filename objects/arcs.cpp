@@ -1,0 +1,184 @@
+// OBJECT IDENTIFIER arcs to contents octets and back.
+#include "objects/arcs.h"
+
+#include "frame/errors.h"
+
+namespace qor {
+
+namespace {
+
+template <class Arc>
+QorULong firstOfArray(QorGlobal *world, const Arc *arcs, QorLong count)
+{
+    raiseIf(world, count < 2, Msg::kBadObjectIdentifier, count);
+    raiseIf(world, arcs == nullptr, Msg::kNullInput, 0);
+    QorULong third = count > 2 ? arcs[2] : 0;
+    return firstSubidentifier(world, arcs[0], arcs[1], count > 2 ? &third : nullptr);
+}
+
+template <class Node>
+QorULong firstOfList(QorGlobal *world, const Node *list, int64_t count)
+{
+    raiseIf(world, count < 2, Msg::kBadObjectIdentifier, static_cast<QorLong>(count));
+    const Node *rest = list->next->next;
+    QorULong third = rest != nullptr ? rest->value : 0;
+    return firstSubidentifier(world, list->value, list->next->value,
+                              rest != nullptr ? &third : nullptr);
+}
+
+template <class Arc> int64_t arraySize(const Arc *arcs, QorLong count)
+{
+    int64_t octets = 0;
+    for (QorLong i = 0; i < count; i++)
+        octets += subidentifierSize(arcs[i]);
+    return octets;
+}
+
+template <class Node> int64_t listSize(const Node *node)
+{
+    int64_t octets = 0;
+    for (; node != nullptr; node = node->next)
+        octets += subidentifierSize(node->value);
+    return octets;
+}
+
+template <class Arc> unsigned char *packArray(unsigned char *out, const Arc *arcs, QorLong count)
+{
+    for (QorLong i = 0; i < count; i++)
+        out = putSubidentifier(out, arcs[i]);
+    return out;
+}
+
+template <class Node> unsigned char *packList(unsigned char *out, const Node *node)
+{
+    for (; node != nullptr; node = node->next)
+        out = putSubidentifier(out, node->value);
+    return out;
+}
+
+template <class Arc>
+void unpack(QorGlobal *world, const unsigned char *p, QorLong length, Arc *out)
+{
+    constexpr QorULong kTopSeven = sizeof(Arc) == 2 ? 0xFE00 : 0xFE000000;
+    const unsigned char *end = p + length;
+    QorLong index = 0;
+    while (p < end) {
+        QorULong value = 0;
+        unsigned char c;
+        do {
+            c = *p++;
+            raiseIf(world, (value & kTopSeven) != 0, Msg::kSubidTooLong, index);
+            value = (value << 7) | (c & 0x7f);
+        } while ((c & 0x80) != 0);
+        if (index == 0) {
+            QorULong first = value < 40 ? 0 : value < 80 ? 1 : 2;
+            out[0] = static_cast<Arc>(first);
+            out[1] = static_cast<Arc>(value - 40 * first);
+        } else {
+            out[index + 1] = static_cast<Arc>(value);
+        }
+        index++;
+    }
+}
+
+} // namespace
+
+int subidentifierSize(QorULong subid)
+{
+    int n = 1;
+    while ((subid >>= 7) != 0)
+        n++;
+    return n;
+}
+
+unsigned char *putSubidentifier(unsigned char *out, QorULong subid)
+{
+    int n = subidentifierSize(subid);
+    out[n - 1] = static_cast<unsigned char>(subid & 0x7f);
+    for (int i = n - 2; i >= 0; i--) {
+        subid >>= 7;
+        out[i] = static_cast<unsigned char>(0x80 | (subid & 0x7f));
+    }
+    return out + n;
+}
+
+QorULong firstSubidentifier(QorGlobal *world, QorULong first, QorULong second,
+                            const QorULong *third)
+{
+    if (first > 2 || (first < 2 && second > 39))
+        raise(world, Msg::kBadObjectIdentifier, longValue(first < 2 ? 1 : 0));
+    if (first == 0 && second == 0 && third != nullptr && (*third == 0 || *third > 26))
+        raise(world, Msg::kBadObjectIdentifier, longValue(2));
+    raiseIf(world, second > UINT32_MAX - 40 * first, Msg::kBadObjectIdentifier, 3);
+    return 40 * first + second;
+}
+
+QorULong firstSubidentifier(QorGlobal *world, const uint16_t *arcs, QorLong count)
+{
+    return firstOfArray(world, arcs, count);
+}
+
+QorULong firstSubidentifier(QorGlobal *world, const QorULong *arcs, QorLong count)
+{
+    return firstOfArray(world, arcs, count);
+}
+
+QorULong firstSubidentifier(QorGlobal *world, const QorObjidNodeShort *list, int64_t count)
+{
+    return firstOfList(world, list, count);
+}
+
+QorULong firstSubidentifier(QorGlobal *world, const QorObjidNode *list, int64_t count)
+{
+    return firstOfList(world, list, count);
+}
+
+int64_t subidentifiersSize(const uint16_t *arcs, QorLong count) { return arraySize(arcs, count); }
+int64_t subidentifiersSize(const QorULong *arcs, QorLong count) { return arraySize(arcs, count); }
+int64_t subidentifiersSize(const QorObjidNodeShort *node) { return listSize(node); }
+int64_t subidentifiersSize(const QorObjidNode *node) { return listSize(node); }
+
+unsigned char *packSubidentifiers(unsigned char *out, const uint16_t *arcs, QorLong count)
+{
+    return packArray(out, arcs, count);
+}
+
+unsigned char *packSubidentifiers(unsigned char *out, const QorULong *arcs, QorLong count)
+{
+    return packArray(out, arcs, count);
+}
+
+unsigned char *packSubidentifiers(unsigned char *out, const QorObjidNodeShort *node)
+{
+    return packList(out, node);
+}
+
+unsigned char *packSubidentifiers(unsigned char *out, const QorObjidNode *node)
+{
+    return packList(out, node);
+}
+
+QorLong countSubidentifiers(QorGlobal *world, const unsigned char *p, QorLong length, bool relaxed)
+{
+    QorLong count = 0;
+    bool atStart = true;
+    for (QorLong i = 0; i < length; i++) {
+        raiseIf(world, atStart && p[i] == 0x80 && !relaxed, Msg::kSubidNeedlesslyLong, 0);
+        atStart = (p[i] & 0x80) == 0;
+        count += atStart ? 1 : 0;
+    }
+    raiseIf(world, !atStart, Msg::kMisencoded, 0);
+    return count;
+}
+
+void unpackArcs(QorGlobal *world, const unsigned char *contents, QorLong length, uint16_t *out)
+{
+    unpack(world, contents, length, out);
+}
+
+void unpackArcs(QorGlobal *world, const unsigned char *contents, QorLong length, QorULong *out)
+{
+    unpack(world, contents, length, out);
+}
+
+} // namespace qor

@@ -1,0 +1,81 @@
+// OBJECT IDENTIFIER contents for every family: arcs packed into contents
+// octets and unpacked from them, with the checks on both sides. The first two
+// arcs make one subidentifier, 40 * first + second; every other arc is a
+// subidentifier of its own, in base 128, most significant group first, with
+// bit 8 set on every octet but the last.
+//
+// Packing writes forwards into the caller's buffer, sized first:
+//   first = firstSubidentifier(world, arcs, count);
+//   size  = subidentifierSize(first) + subidentifiersSize(arcs + 2, count - 2);
+//   end   = packSubidentifiers(putSubidentifier(out, first), arcs + 2, count - 2);
+// A writer that goes backwards packs the arcs in pieces, the last first.
+#pragma once
+
+#include <cstdint>
+
+#include "frame/world.h"
+
+namespace qor {
+
+// The octets of a 32-bit subidentifier at most.
+constexpr int kMaxSubidentifierSize = 5;
+// The longest contents a decoder takes, so at most 226 arcs.
+constexpr QorLong kMaxIdentifierContents = 225;
+constexpr QorLong kMaxIdentifierArcs = kMaxIdentifierContents + 1;
+
+// ---------------------------------------------------------------- packing
+
+[[nodiscard]] int subidentifierSize(QorULong subid);
+
+// Writes `subid` at `out`; returns the end.
+unsigned char *putSubidentifier(unsigned char *out, QorULong subid);
+
+// The first subidentifier of `first`.`second`, `third` being the third arc
+// or null. The first arc is 0, 1 or 2, and under 0 and 1 the second is below
+// 40 (message kBadObjectIdentifier with 0 and 1); under 0.0 a third arc
+// names a letter, 1 to 26 (with 2); and the sum must fit 32 bits (with 3).
+[[nodiscard]] QorULong firstSubidentifier(QorGlobal *world, QorULong first, QorULong second,
+                                          const QorULong *third);
+
+// The same for a whole identifier: fewer than two arcs is message
+// kBadObjectIdentifier with the count; a null array, kNullInput.
+[[nodiscard]] QorULong firstSubidentifier(QorGlobal *world, const uint16_t *arcs, QorLong count);
+[[nodiscard]] QorULong firstSubidentifier(QorGlobal *world, const QorULong *arcs, QorLong count);
+// `count` is the number of nodes in `list`.
+[[nodiscard]] QorULong firstSubidentifier(QorGlobal *world, const QorObjidNodeShort *list,
+                                          int64_t count);
+[[nodiscard]] QorULong firstSubidentifier(QorGlobal *world, const QorObjidNode *list,
+                                          int64_t count);
+
+// Octets of arcs that are each a subidentifier: `count` of an array, or a
+// list from `node` to its end.
+[[nodiscard]] int64_t subidentifiersSize(const uint16_t *arcs, QorLong count);
+[[nodiscard]] int64_t subidentifiersSize(const QorULong *arcs, QorLong count);
+[[nodiscard]] int64_t subidentifiersSize(const QorObjidNodeShort *node);
+[[nodiscard]] int64_t subidentifiersSize(const QorObjidNode *node);
+
+// Writes those arcs at `out`; returns the end.
+unsigned char *packSubidentifiers(unsigned char *out, const uint16_t *arcs, QorLong count);
+unsigned char *packSubidentifiers(unsigned char *out, const QorULong *arcs, QorLong count);
+unsigned char *packSubidentifiers(unsigned char *out, const QorObjidNodeShort *node);
+unsigned char *packSubidentifiers(unsigned char *out, const QorObjidNode *node);
+
+// ---------------------------------------------------------------- unpacking
+
+// Checks contents of `length` octets and returns the number of
+// subidentifiers. A subidentifier led by 0x80 is needlessly long
+// (kSubidNeedlesslyLong) unless `relaxed`; the last octet must end one
+// (kMisencoded).
+[[nodiscard]] QorLong countSubidentifiers(QorGlobal *world, const unsigned char *contents,
+                                          QorLong length, bool relaxed);
+
+// Arcs of `subids` subidentifiers: the first splits in two; none is none.
+inline QorLong arcCount(QorLong subids) { return subids == 0 ? 0 : subids + 1; }
+
+// Reads the arcs of checked contents into `out`, which has room for them. A
+// subidentifier too large for the arc's width is kSubidTooLong with its
+// index, refused before the shift that would lose its top bits.
+void unpackArcs(QorGlobal *world, const unsigned char *contents, QorLong length, uint16_t *out);
+void unpackArcs(QorGlobal *world, const unsigned char *contents, QorLong length, QorULong *out);
+
+} // namespace qor
