@@ -48,9 +48,7 @@ TEST_F(Driver, RoundTripsAcrossBlockSizes)
     for (size_t n : {size_t{0}, size_t{1}, size_t{127}, size_t{128}, size_t{1021}, size_t{1022},
                      size_t{1024}, size_t{3000}, size_t{70000}}) {
         SCOPED_TRACE(n);
-        Bytes contents(n);
-        for (size_t i = 0; i < n; i++)
-            contents[i] = static_cast<unsigned char>(i * 7 + 1);
+        Bytes contents = pattern(n);
         Raw value = rawOf(contents);
         expectRoundTrip(&world, PDU_Raw, &value, encodingOfRaw(contents), [&](void *decoded) {
             auto *raw = static_cast<Raw *>(decoded);
@@ -129,13 +127,9 @@ TEST_F(Driver, RulesMustBeKnownAllowedAndLinked)
     EXPECT_STREQ(world.errMsgBuffer, "E0118S: The encoder/decoder was generated without support "
                                      "for selected encoding rules:'DER'.\n");
     world.ruleBits |= QOR_RULE_DER_ALLOWED;
-    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
-    qorFreeBuf(&world, out.value);
-
+    encodePdu(&world, PDU_Raw, &value);
     world.encRules = QOR_CER;
-    out = {0, nullptr};
-    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
-    qorFreeBuf(&world, out.value);
+    encodePdu(&world, PDU_Raw, &value);
 }
 
 TEST_F(Driver, MissingEntryOrWrongVersionIsReportedByTheDriver)
@@ -170,13 +164,12 @@ TEST_F(Driver, FailedEncodeFreesItsBlocksWhateverTheEntryWrote)
 
 TEST_F(Driver, FailedDecodeFreesEverythingAndClearsTheOutput)
 {
-    Bytes input = hex("30 00");
-    QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
-    void *decoded = reinterpret_cast<void *>(0);
+    // The entry leaves scratch of every kind behind.
     int pdu = 0;
-    EXPECT_EQ(qorDecode(&world, &pdu, &in, &decoded), QOR_DATA_ERROR);
-    EXPECT_EQ(decoded, nullptr);
+    EXPECT_EQ(decodePdu(&world, hex("30 00"), 0, nullptr, &pdu), QOR_DATA_ERROR);
     EXPECT_EQ(CountingAllocator::outstanding, 0);
+    EXPECT_EQ(world.altDecList, nullptr);
+    EXPECT_EQ(world.tempBlockList, nullptr);
     EXPECT_EQ(pdu, PDU_Fault);
     EXPECT_STREQ(qorGetErrMsg(&world),
                  "D0037E: Value misencoded or length wrong for value; check PDU #2 'Fault'.\n");
@@ -223,13 +216,10 @@ TEST_F(Driver, DecodeIntoACallersBufferAlignsItAndCountsWhatItUsed)
 
 TEST_F(Driver, LibraryMemoryDecodeReportsTheBytesObtained)
 {
-    Bytes input = hex("04 03 41 42 43");
-    QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
     void *out = nullptr;
-    int pdu = 0;
-    ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), 0);
+    ASSERT_EQ(decodePdu(&world, hex("04 03 41 42 43"), 0, &out), 0);
     EXPECT_EQ(world.decodingLength, static_cast<QorLong>(sizeof(Raw) + 8)) << "pieces are rounded to 8";
-    qorFreePDU(&world, pdu, out);
+    qorFreePDU(&world, PDU_Raw, out);
     world.decodingLength = 0;
 }
 
@@ -260,38 +250,24 @@ TEST_F(Driver, ConsecutivePdusDecodeFromOneBuffer)
 
 TEST_F(Driver, DecoderMismatchAndUnknownTags)
 {
-    Bytes input = hex("04 01 41");
-    QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
-    void *out = nullptr;
-    int pdu = PDU_Fault;
-    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_BAD_CHOICE_OR_PDU);
+    EXPECT_EQ(decodePdu(&world, hex("04 01 41"), PDU_Fault), QOR_BAD_CHOICE_OR_PDU);
     EXPECT_STREQ(qorGetErrMsg(&world), "D0034E: PDU number and input tags do not match: "
                                        "[UNIVERSAL 4] (expected tag [UNIVERSAL 16]).\n");
     EXPECT_STREQ(qorDescribeReturnCode(&world, 9),
                  "The PDU number that you specified does not match the tag found in the encoded data");
-    Bytes unknown = hex("45 00");
-    in = {2, unknown.data()};
-    pdu = 0;
-    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_DATA_ERROR);
+    EXPECT_EQ(decodePdu(&world, hex("45 00")), QOR_DATA_ERROR);
     EXPECT_STREQ(qorGetErrMsg(&world), "D0054S: PDU tag not recognized: [APPLICATION 5].\n");
 }
 
 TEST_F(Driver, TruncatedInputEndsInACleanCodeAtEveryLength)
 {
     Bytes full = encodingOfRaw(Bytes(300, 7));
-    for (size_t n = 1; n < full.size(); n++) {
-        Bytes cut(full.begin(), full.begin() + static_cast<long>(n));
-        QorBuf in = {static_cast<QorLong>(n), cut.data()};
-        void *out = nullptr;
-        int pdu = 0;
-        ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_MORE_INPUT) << n;
-        EXPECT_EQ(out, nullptr);
-    }
-    Bytes lies = hex("04 84 7F FF FF FF 00");
-    QorBuf in = {static_cast<QorLong>(lies.size()), lies.data()};
-    void *out = nullptr;
-    int pdu = 0;
-    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_MORE_INPUT) << "a length beyond the input";
+    for (size_t n = 1; n < full.size(); n++)
+        ASSERT_EQ(decodePdu(&world, Bytes(full.begin(), full.begin() + static_cast<long>(n))),
+                  QOR_MORE_INPUT)
+            << n;
+    EXPECT_EQ(decodePdu(&world, hex("04 84 7F FF FF FF 00")), QOR_MORE_INPUT)
+        << "a length beyond the input";
 }
 
 TEST_F(Driver, SizingModeCountsWithoutMemoryAndKeepsTheMessageOnFailure)
@@ -325,9 +301,7 @@ TEST_F(Driver, TrappingTurnsAMemoryViolationIntoReturnCode14)
     // The trap is gone after the call, and a trapped call that succeeds leaves none.
     Bytes contents = {1, 2};
     Raw value = rawOf(contents);
-    out = {0, nullptr};
-    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
-    qorFreeBuf(&world, out.value);
+    encodePdu(&world, PDU_Raw, &value);
     qorSetEncodingFlags(&world, 0);
 }
 
@@ -460,10 +434,6 @@ void raisingFree(QorGlobal *world, void *p)
     if (raisingFrees++ == 0)
         _qor_enc_error(raisingWorld != nullptr ? raisingWorld : world, 48, 1);
 }
-
-} // namespace
-
-namespace {
 
 QorFreeFn countingFree;
 long freesBeforeRaise;

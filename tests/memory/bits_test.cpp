@@ -176,14 +176,14 @@ protected:
     }
     void TearDown() override
     {
-        releaseBlocks();
+        qortest::releaseBlocks(&world);
         ContextTest::TearDown();
     }
 
     // Output into the library's blocks (or only counted), or into a caller's buffer.
     void startWriting(bool aligned, bool sizing = false)
     {
-        releaseBlocks();
+        qortest::releaseBlocks(&world);
         world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
         if (sizing)
             world.encodingFlags |= DETERMINE_ENC_LENGTH;
@@ -220,13 +220,7 @@ protected:
         return qortest::inFrame(&world, QOR_OP_DECODE, body);
     }
 
-    long blockCount() const
-    {
-        long n = 0;
-        for (const QorMemBlockRecord *r = &world.blockQueue; r != nullptr; r = r->next)
-            n += r->count;
-        return n;
-    }
+    long blockCount() const { return qortest::blocksListed(&world); }
 
     // Every octet of the blocks that holds a written bit.
     Bytes written()
@@ -235,22 +229,6 @@ protected:
         if (world.bitOffset != 0)
             out.push_back(*world.outPos);
         return out;
-    }
-
-    void releaseBlocks()
-    {
-        QorMemBlockRecord *r = &world.blockQueue;
-        while (r != nullptr) {
-            for (int i = 0; i < r->count; i++)
-                world.userFree(&world, r->slot[i]);
-            QorMemBlockRecord *next = r->next;
-            if (r != &world.blockQueue)
-                world.userFree(&world, r);
-            r = next;
-        }
-        world.blockQueue.count = 0;
-        world.blockQueue.next = nullptr;
-        world.blockQueueTail = &world.blockQueue;
     }
 
     bool messageHas(const char *part) const { return strstr(world.errMsgBuffer, part) != nullptr; }
