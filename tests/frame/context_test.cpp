@@ -29,16 +29,10 @@ QorControlTable tableWith(QorInitEntry init, uint16_t ber = QOR_BER_VERSION, uin
     return t;
 }
 
-Raw sampleValue()
-{
-    static unsigned char text[] = "abc";
-    return {3, text};
-}
-
 // Encodes and decodes a small value on `world`; true when both work.
 bool roundTrips(QorGlobal *world)
 {
-    Raw value = sampleValue();
+    Raw value = rawText("abc");
     QorBuf out = {0, nullptr};
     if (qorEncode(world, PDU_Raw, &value, &out) != 0)
         return false;
@@ -192,7 +186,7 @@ TEST(Context, BriefContextHasNoTableAndNoNestingLimits)
     ASSERT_NE(world.privateArea, nullptr);
     EXPECT_EQ(qorGetConstructedNestingLimit(&world), 0);
     EXPECT_EQ(qorGetSeqSetNestingLimit(&world), 0);
-    Raw value = sampleValue();
+    Raw value = rawText("abc");
     QorBuf out = {0, nullptr};
     qorLinkBer(&world);
     EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_NULL_TABLE);

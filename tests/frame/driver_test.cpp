@@ -60,8 +60,7 @@ TEST_F(Driver, RoundTripsAcrossBlockSizes)
 
 TEST_F(Driver, CallerBufferHoldsTheEncodingAtItsEnd)
 {
-    Bytes contents = {'a', 'b'};
-    Raw value = rawOf(contents);
+    Raw value = rawText("ab");
     unsigned char room[16];
     QorBuf out = {sizeof room, room};
     ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
@@ -84,8 +83,7 @@ TEST_F(Driver, FullCallerBufferIsReturnCodeOneWithItsSize)
 
 TEST_F(Driver, FrontDoorRefusesBadArguments)
 {
-    Bytes contents = {1};
-    Raw value = rawOf(contents);
+    Raw value = rawText("\x01");
     QorBuf out = {0, nullptr};
     EXPECT_EQ(qorEncode(nullptr, PDU_Raw, &value, &out), QOR_BAD_ARG);
     EXPECT_EQ(qorEncode(&world, PDU_Raw, nullptr, &out), QOR_BAD_ARG);
@@ -107,8 +105,7 @@ TEST_F(Driver, FrontDoorRefusesBadArguments)
 
 TEST_F(Driver, RulesMustBeKnownAllowedAndLinked)
 {
-    Bytes contents = {1};
-    Raw value = rawOf(contents);
+    Raw value = rawText("\x01");
     QorBuf out = {0, nullptr};
     for (int rules : {QOR_ECN, 10, -1}) {
         world.encRules = rules;
@@ -136,8 +133,7 @@ TEST_F(Driver, MissingEntryOrWrongVersionIsReportedByTheDriver)
 {
     QorControlTable table = testSchemaTable;
     world.ctlTable = &table;
-    Bytes contents = {1};
-    Raw value = rawOf(contents);
+    Raw value = rawText("\x01");
     QorBuf out = {0, nullptr};
     table.berEncodeEntry = nullptr;
     EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_NULL_FUNCTION);
@@ -299,8 +295,7 @@ TEST_F(Driver, TrappingTurnsAMemoryViolationIntoReturnCode14)
     EXPECT_EQ(CountingAllocator::outstanding, 0);
 
     // The trap is gone after the call, and a trapped call that succeeds leaves none.
-    Bytes contents = {1, 2};
-    Raw value = rawOf(contents);
+    Raw value = rawText("\x01\x02");
     encodePdu(&world, PDU_Raw, &value);
     qorSetEncodingFlags(&world, 0);
 }
@@ -342,8 +337,7 @@ TEST(FreePdu, NeedsATableAndAnEntry)
 
 TEST(Legacy, EncodeAndDecodeWithoutAContext)
 {
-    unsigned char text[] = "xyz";
-    Raw value = {3, text};
+    Raw value = rawText("xyz");
     unsigned char *encoded = nullptr;
     QorLong length = 0;
     char message[512] = "untouched";
@@ -376,8 +370,7 @@ TEST(Legacy, CallersBuffersThroughBufferProvided)
 {
     QorGlobal world;
     ASSERT_EQ(qorinit(&world, &testSchemaTable), 0);
-    unsigned char text[] = "hi";
-    Raw value = {2, text};
+    Raw value = rawText("hi");
     unsigned char room[32];
     unsigned char *encoded = room;
     QorLong length = sizeof room;
@@ -505,8 +498,7 @@ TEST_F(Driver, ADecodeThatCannotArmItsTrapLeavesTheCallersBuffer)
 {
     // The previous call used the library's memory; this one a caller's
     // buffer, and fails before decoding anything.
-    unsigned char text[] = "abc";
-    Raw raw = {3, text};
+    Raw raw = rawText("abc");
     QorBuf out = {0, nullptr};
     ASSERT_EQ(qorEncode(&world, PDU_Raw, &raw, &out), 0);
     void *savedSync = world.syncObject;

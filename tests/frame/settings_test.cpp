@@ -115,8 +115,7 @@ TEST_F(SettingsRules, UnlinkedOrUncarriedRulesAreStoredWithTwentyThree)
 TEST_F(SettingsRules, AnUnlinkedFamilyFailsAtTheEncoderToo)
 {
     ASSERT_EQ(qorSetEncodingRules(&world, QOR_PER_UNALIGNED), QOR_RULES_NOT_LINKED);
-    unsigned char text[] = "a";
-    Raw value = {1, text};
+    Raw value = rawText("a");
     QorBuf out = {0, nullptr};
     EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_RULES_NOT_LINKED);
     EXPECT_EQ(out.value, nullptr);

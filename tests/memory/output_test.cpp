@@ -295,8 +295,7 @@ TEST_F(Output, EncoderStackFramesComeAndGo)
     EXPECT_EQ(count, 3);
     EXPECT_EQ(CountingAllocator::outstanding, 1);
     // The next encode starts from the bottom frame, and gives back what was left.
-    static unsigned char text[] = "x";
-    Raw value = {1, text};
+    Raw value = rawText("x");
     encodePdu(&world, PDU_Raw, &value);
 }
 

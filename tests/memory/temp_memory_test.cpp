@@ -129,8 +129,7 @@ TEST_F(TempMemory, FreeingAlternateMemoryUpToAMark)
               0);
     EXPECT_NE(world.altDecList, nullptr);
     // What a call leaves behind goes with the call.
-    static unsigned char text[] = "x";
-    Raw value = {1, text};
+    Raw value = rawText("x");
     encodePdu(&world, PDU_Raw, &value);
     EXPECT_EQ(world.altDecList, nullptr);
 }

@@ -6,6 +6,7 @@
 
 #include <csetjmp>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <initializer_list>
 #include <utility>
@@ -64,6 +65,13 @@ Bytes forwardOutput(QorGlobal *world);
 Bytes bytesOf(const QorBuf &buf);
 Bytes hex(const char *text); // "04 03 41 42 43"
 Bytes pattern(size_t n, unsigned seed = 1); // octets that differ from their neighbours
+
+// A Raw value of the characters of `text`, which outlives it.
+inline Raw rawText(const char *text)
+{
+    return {static_cast<QorLong>(strlen(text)),
+            reinterpret_cast<unsigned char *>(const_cast<char *>(text))};
+}
 
 // Sets or clears `flag` in one of the context's flag words.
 template <class Word> void setFlag(Word &word, QorULong flag, bool on)

@@ -450,7 +450,7 @@ TEST_F(Print, MemoryViolationUnderTrappingIsReturnCode14)
 
 TEST_F(Print, OlderFormRunsWithoutAContext)
 {
-    Raw raw = {3, reinterpret_cast<unsigned char *>(const_cast<char *>("ABC"))};
+    Raw raw = rawText("ABC");
     testing::internal::CaptureStdout();
     int code = printPDU(nullptr, PDU_Raw, &raw, &table);
     std::string out = testing::internal::GetCapturedStdout();
@@ -475,7 +475,7 @@ TEST_F(Print, BufferFormsLeaveTheUserFunctionsAndFailCleanly)
 {
     ASSERT_EQ(qorSetUserPrint(&world, nullptr, collect), 0);
     ASSERT_EQ(qorSetUserVprint(&world, nullptr, collectV), 0);
-    Raw raw = {3, reinterpret_cast<unsigned char *>(const_cast<char *>("ABC"))};
+    Raw raw = rawText("ABC");
     QorBuf sizeOnly = {1, nullptr};
     EXPECT_EQ(qorPrintPDUToBuffer(&world, PDU_Raw, &raw, &sizeOnly), 0);
     EXPECT_EQ(sizeOnly.length, 25);
@@ -514,7 +514,7 @@ TEST_F(Print, DebugFlagsInstallThePrinters)
 
 TEST_F(Print, NullStreamSilencesUserFunctionsToo)
 {
-    Raw raw = {3, reinterpret_cast<unsigned char *>(const_cast<char *>("ABC"))};
+    Raw raw = rawText("ABC");
     world.printStream = nullptr;
     int code = -1;
     EXPECT_EQ(viaUserPrint(PDU_Raw, &raw, &code), "");
