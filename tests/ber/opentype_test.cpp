@@ -34,16 +34,21 @@ int garbage;
 // the enclosing value's length; it gives the octets it kept.
 using Read = QorLong (*)(QorGlobal *, unsigned char **, QorLong *, QorLong, unsigned char **);
 
-QorLong openType(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
-                 unsigned char **kept)
+// The record a decoder filled: only the kept octets, `n` of them.
+QorLong keptIn(const QorOpenType &record, QorLong n, unsigned char **kept)
 {
-    QorOpenType record = {7, 99, reinterpret_cast<unsigned char *>(&garbage), &garbage};
-    QorLong n = _qor_dec_opentype(world, pos, room, length, &record);
     EXPECT_EQ(record.pduNum, 0);
     EXPECT_EQ(record.decoded, nullptr);
     EXPECT_EQ(static_cast<QorLong>(record.length), n);
     *kept = record.encoded;
     return n;
+}
+
+QorLong openType(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                 unsigned char **kept)
+{
+    QorOpenType record = {7, 99, reinterpret_cast<unsigned char *>(&garbage), &garbage};
+    return keptIn(record, _qor_dec_opentype(world, pos, room, length, &record), kept);
 }
 
 QorLong newOpenType(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
@@ -71,12 +76,7 @@ QorLong deferred(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong,
         length = _qor_dec_length(world, pos, room);
     }
     QorOpenType record = {7, 99, nullptr, &garbage};
-    QorLong n = _qor_dec_defer(world, pos, room, length, &record, tag, constructed);
-    EXPECT_EQ(record.pduNum, 0);
-    EXPECT_EQ(record.decoded, nullptr);
-    EXPECT_EQ(static_cast<QorLong>(record.length), n);
-    *kept = record.encoded;
-    return n;
+    return keptIn(record, _qor_dec_defer(world, pos, room, length, &record, tag, constructed), kept);
 }
 
 struct Keeper {

@@ -33,17 +33,11 @@ QorControlTable tableWith(QorInitEntry init, uint16_t ber = QOR_BER_VERSION, uin
 bool roundTrips(QorGlobal *world)
 {
     Raw value = rawText("abc");
-    QorBuf out = {0, nullptr};
-    if (qorEncode(world, PDU_Raw, &value, &out) != 0)
-        return false;
     void *decoded = nullptr;
-    int pdu = PDU_Raw;
-    QorBuf in = out;
-    bool ok = qorDecode(world, &pdu, &in, &decoded) == 0 &&
-              static_cast<Raw *>(decoded)->length == 3;
-    if (decoded != nullptr)
-        qorFreePDU(world, pdu, decoded);
-    qorFreeBuf(world, out.value);
+    if (decodePdu(world, encodePdu(world, PDU_Raw, &value), PDU_Raw, &decoded) != 0)
+        return false;
+    bool ok = static_cast<Raw *>(decoded)->length == 3;
+    qorFreePDU(world, PDU_Raw, decoded);
     return ok;
 }
 

@@ -227,11 +227,7 @@ TEST_F(SettingsValues, DebugFlagsPrintErrorMessagesThroughTheUserPrint)
     printed.clear();
     ASSERT_EQ(qorSetUserPrint(&world, nullptr, collect), 0);
     ASSERT_EQ(qorSetDebugFlags(&world, QOR_DEBUG_ERRORS), 0);
-    int pdu = 0;
-    void *decoded = nullptr;
-    unsigned char junk[] = {0x1F};
-    QorBuf in = {1, junk};
-    EXPECT_NE(qorDecode(&world, &pdu, &in, &decoded), 0);
+    EXPECT_NE(decodePdu(&world, hex("1F")), 0);
     EXPECT_NE(printed.find(qorGetErrMsg(&world)), std::string::npos) << printed;
 }
 

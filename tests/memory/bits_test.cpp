@@ -24,24 +24,13 @@ constexpr unsigned char kSentinel = 0xEE; // beyond what a reader may write
 using AppendFn = void (*)(QorGlobal *, unsigned char);
 using GetFn = QorULong (*)(QorGlobal *);
 
-const AppendFn kAppend[9] = {nullptr,
-                             _qor_append_1bit_unaligned,
-                             _qor_append_2bit_unaligned,
-                             _qor_append_3bit_unaligned,
-                             _qor_append_4bit_unaligned,
-                             _qor_append_5bit_unaligned,
-                             _qor_append_6bit_unaligned,
-                             _qor_append_7bit_unaligned,
-                             _qor_append_8bit_unaligned};
-const GetFn kGet[9] = {nullptr,
-                       _qor_get_1bit_unaligned,
-                       _qor_get_2bit_unaligned,
-                       _qor_get_3bit_unaligned,
-                       _qor_get_4bit_unaligned,
-                       _qor_get_5bit_unaligned,
-                       _qor_get_6bit_unaligned,
-                       _qor_get_7bit_unaligned,
-                       _qor_get_8bit_unaligned};
+const AppendFn kAppend[9] = {
+    nullptr, _qor_append_1bit_unaligned, _qor_append_2bit_unaligned, _qor_append_3bit_unaligned,
+    _qor_append_4bit_unaligned, _qor_append_5bit_unaligned, _qor_append_6bit_unaligned,
+    _qor_append_7bit_unaligned, _qor_append_8bit_unaligned};
+const GetFn kGet[9] = {nullptr, _qor_get_1bit_unaligned, _qor_get_2bit_unaligned,
+                       _qor_get_3bit_unaligned, _qor_get_4bit_unaligned, _qor_get_5bit_unaligned,
+                       _qor_get_6bit_unaligned, _qor_get_7bit_unaligned, _qor_get_8bit_unaligned};
 
 // The stream as it must come out: one entry a bit, first bit first.
 struct BitModel {
