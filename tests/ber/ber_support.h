@@ -253,11 +253,6 @@ protected:
         }
         world.tempLow = world.tempHigh = nullptr;
     }
-
-    bool messageHas(const std::string &part) const
-    {
-        return strstr(world.errMsgBuffer, part.c_str()) != nullptr;
-    }
 };
 
 } // namespace qortest

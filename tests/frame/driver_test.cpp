@@ -141,8 +141,7 @@ TEST_F(Driver, MissingEntryOrWrongVersionIsReportedByTheDriver)
     table = testSchemaTable;
     table.berVersion = 16;
     EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_BAD_VERSION);
-    EXPECT_NE(std::string(world.errMsgBuffer).find("runtime library version, 17."),
-              std::string::npos);
+    EXPECT_TRUE(messageHas("runtime library version, 17.")) << world.errMsgBuffer;
     world.ctlTable = &testSchemaTable;
 }
 
@@ -289,9 +288,7 @@ TEST_F(Driver, TrappingTurnsAMemoryViolationIntoReturnCode14)
     EXPECT_EQ(world.encodingFlags & NOTRAPPING, 0u);
     QorBuf out = {0, nullptr};
     EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_MEMORY_VIOLATION);
-    EXPECT_NE(std::string(qorGetErrMsg(&world))
-                  .find("E0014S: A memory-violation error occurred, signal 11; check"),
-              std::string::npos);
+    EXPECT_TRUE(messageHas("E0014S: A memory-violation error occurred, signal 11; check"));
     EXPECT_EQ(CountingAllocator::outstanding, 0);
 
     // The trap is gone after the call, and a trapped call that succeeds leaves none.
@@ -410,8 +407,7 @@ TEST_F(Driver, AnErrorOnANestedContextReachesTheOutermostFrame)
     f.raiser = RAISE_NESTED;
     QorBuf out = {0, nullptr};
     EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_CONSTRAINT_VIOLATED);
-    EXPECT_NE(std::string(qorGetErrMsg(&world)).find("E0071S: Value not among the ENUMERATED: 9;"),
-              std::string::npos);
+    EXPECT_TRUE(messageHas("E0071S: Value not among the ENUMERATED: 9;")) << world.errMsgBuffer;
     world.childWorld = nullptr;
 }
 

@@ -219,8 +219,6 @@ protected:
             out.push_back(*world.outPos);
         return out;
     }
-
-    bool messageHas(const char *part) const { return strstr(world.errMsgBuffer, part) != nullptr; }
 };
 
 // ---------------------------------------------------------------------------

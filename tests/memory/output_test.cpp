@@ -250,7 +250,7 @@ TEST_F(SetOf, AFailureInsideNestedSetsFreesEveryFrameAndElement)
     Bags outer = {3, inner};
     QorBuf out = {0, nullptr};
     EXPECT_EQ(qorEncode(&world, PDU_Bags, &outer, &out), 16);
-    EXPECT_NE(std::string(qorGetErrMsg(&world)).find("length of value = 4001"), std::string::npos);
+    EXPECT_TRUE(messageHas("length of value = 4001")) << world.errMsgBuffer;
     EXPECT_EQ(world.blockStack, nullptr);
     EXPECT_EQ(CountingAllocator::outstanding, 0);
 }

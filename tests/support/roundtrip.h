@@ -9,6 +9,7 @@
 #include <cstring>
 #include <functional>
 #include <initializer_list>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -33,6 +34,12 @@ class ContextTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
+
+    // Whether the context's message holds `part`.
+    bool messageHas(const std::string &part) const
+    {
+        return strstr(world.errMsgBuffer, part.c_str()) != nullptr;
+    }
 
     // A caller's temporary buffer, in place as the driver puts it for a
     // call; null takes it away.

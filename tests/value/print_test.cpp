@@ -434,9 +434,7 @@ TEST_F(Print, MemoryViolationUnderTrappingIsReturnCode14)
     int code = -1;
     viaUserPrint(PDU_Fault, &f, &code);
     EXPECT_EQ(code, QOR_MEMORY_VIOLATION);
-    EXPECT_NE(std::string(qorGetErrMsg(&world))
-                  .find("0014S: A memory-violation error occurred, signal 11"),
-              std::string::npos)
+    EXPECT_TRUE(messageHas("0014S: A memory-violation error occurred, signal 11"))
         << qorGetErrMsg(&world);
     struct sigaction after;
     sigaction(SIGSEGV, nullptr, &after);
