@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstring>
+#include <functional>
 #include <initializer_list>
 #include <string>
 
@@ -33,6 +34,24 @@ inline Bytes repeat(const char *hexText, int times)
     return out;
 }
 
+inline Bytes slice(const Bytes &b, size_t from, size_t to)
+{
+    return Bytes(b.begin() + static_cast<long>(from), b.begin() + static_cast<long>(to));
+}
+
+// The octets after the first `n`.
+inline Bytes after(const Bytes &b, size_t n) { return slice(b, n, b.size()); }
+
+// A small deterministic generator for hostile input.
+struct Lcg {
+    uint32_t state;
+    uint32_t operator()()
+    {
+        state = state * 1103515245u + 12345u;
+        return state >> 16;
+    }
+};
+
 // Runs `body` over a copy of `input` of exactly its size, with `length` as
 // the contents length; on success it must have taken exactly `length` octets.
 template <class Body>
@@ -50,6 +69,11 @@ int decodeExactly(QorGlobal *world, const Bytes &input, QorLong length, Body &&b
     return code;
 }
 
+// One call of an encoder, given the output position and room; of a decoder,
+// given the input position, room and contents length.
+using Write = std::function<QorLong(unsigned char **, QorLong *)>;
+using Read = std::function<QorLong(unsigned char **, QorLong *, QorLong)>;
+
 class BerTest : public ContextTest {
 protected:
     struct Encoding {
@@ -59,10 +83,25 @@ protected:
         QorLong counted;  // its result in sizing mode
     };
 
+    // `fn` called with `args` after the context and the position and room
+    // (and the length, for a decoder).
+    template <class Fn, class... Args> Write writer(Fn fn, Args... args)
+    {
+        return [=, this](unsigned char **pos, QorLong *room) {
+            return fn(&world, pos, room, args...);
+        };
+    }
+    template <class Fn, class... Args> Read reader(Fn fn, Args... args)
+    {
+        return [=, this](unsigned char **pos, QorLong *room, QorLong length) {
+            return static_cast<QorLong>(fn(&world, pos, room, length, args...));
+        };
+    }
+
     // Runs `write` below an empty output, then again in sizing mode, which
     // must count the same. A failed call gives its blocks back, as the
     // driver would, and is not run again.
-    template <class Write> Encoding attempt(Write &&write)
+    template <class W> Encoding attempt(W &&write)
     {
         unsigned char *pos = nullptr;
         QorLong room = 0;
@@ -74,7 +113,7 @@ protected:
             _qor_set_outmem_d(&world, room, &length, &value);
         });
         if (code != 0) {
-            qorMemQueueFreeForTest();
+            releaseBlocks(&world);
             return {code, {}, 0, 0};
         }
         Bytes out(value, value + length);
@@ -92,9 +131,21 @@ protected:
         return {0, out, returned, counted};
     }
 
+    // A failed call gives its code; a successful one must return the length
+    // it wrote, and sizing mode the same.
+    template <class W> Encoding encode(W &&write)
+    {
+        Encoding e = attempt(write);
+        if (e.code == 0) {
+            EXPECT_EQ(e.returned, static_cast<QorLong>(e.bytes.size())) << "returned size";
+            EXPECT_EQ(e.counted, e.returned) << "sizing mode's result";
+        }
+        return e;
+    }
+
     // What `write` puts below an empty output, as one message; sizing mode
     // must count the same.
-    template <class Write> Bytes encoded(Write &&write)
+    template <class W> Bytes encoded(W &&write)
     {
         Encoding e = attempt(write);
         EXPECT_EQ(e.code, 0) << qorGetErrMsg(&world);
@@ -105,7 +156,7 @@ protected:
     // What `write` puts below an empty output. Sizing mode must count it
     // alike, write nothing, and fail alike; a failure's code goes to `code`,
     // which must be given for a call expected to fail.
-    template <class Write> Bytes encodeChecked(Write &&write, int *code = nullptr)
+    template <class W> Bytes encodeChecked(W &&write, int *code = nullptr)
     {
         Encoding e = attempt(write);
         EXPECT_EQ(world.blockQueue.count, 0) << "sizing mode wrote";
@@ -128,7 +179,7 @@ protected:
         return e.bytes;
     }
 
-    template <class Write> int encodeError(Write &&write)
+    template <class W> int encodeError(W &&write)
     {
         int code = 0;
         encodeChecked(write, &code);
@@ -137,7 +188,7 @@ protected:
 
     // Runs `read` over `input`; returns 0 or the raised code, and how many
     // octets it consumed.
-    template <class Read> int decoded(const Bytes &input, Read &&read, QorLong *consumed = nullptr)
+    template <class R> int decoded(const Bytes &input, R &&read, QorLong *consumed = nullptr)
     {
         Bytes copy = input;
         unsigned char *pos = copy.data();
@@ -145,7 +196,7 @@ protected:
         int code = inFrame(&world, QOR_OP_DECODE, [&] { read(&pos, &room); });
         if (consumed != nullptr)
             *consumed = static_cast<QorLong>(copy.size()) - room;
-        qorMemQueueFreeForTest();
+        releaseBlocks(&world);
         return code;
     }
 
@@ -160,7 +211,7 @@ protected:
     // from the header, then ends the call as the driver would. A call that
     // succeeds must have consumed all of the input and given its temporary
     // memory back itself.
-    template <class Read> int decode(const Bytes &input, Read &&read)
+    template <class R> int decode(const Bytes &input, R &&read)
     {
         QorLong consumed = -1;
         int code = decoded(
@@ -173,6 +224,16 @@ protected:
         }
         endCall();
         return code;
+    }
+
+    // `decode` with a decoder's result going to `*n`.
+    int run(const Bytes &input, const Read &read, QorLong *n = nullptr)
+    {
+        return decode(input, [&](unsigned char **pos, QorLong *room, QorLong length) {
+            QorLong result = read(pos, room, length);
+            if (n != nullptr)
+                *n = result;
+        });
     }
 
     // What the driver does after every call: temporary memory goes, the
@@ -191,28 +252,6 @@ protected:
             world.userFree(&world, block);
         }
         world.tempLow = world.tempHigh = nullptr;
-    }
-
-    bool messageHas(const std::string &part) const
-    {
-        return strstr(world.errMsgBuffer, part.c_str()) != nullptr;
-    }
-
-    // Pieces a decoder took stay listed in the context; give them back.
-    void qorMemQueueFreeForTest()
-    {
-        for (QorMemBlockRecord *r = &world.blockQueue; r != nullptr; r = r->next)
-            for (int i = 0; i < r->count; i++)
-                world.userFree(&world, r->slot[i]);
-        QorMemBlockRecord *r = world.blockQueue.next;
-        while (r != nullptr) {
-            QorMemBlockRecord *next = r->next;
-            world.userFree(&world, r);
-            r = next;
-        }
-        world.blockQueue.count = 0;
-        world.blockQueue.next = nullptr;
-        world.totalBytes = 0;
     }
 };
 

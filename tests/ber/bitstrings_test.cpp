@@ -5,7 +5,6 @@
 #include <string>
 
 #include "ber/ber_support.h"
-#include "frame/world.h"
 
 using namespace qortest;
 
@@ -17,37 +16,8 @@ constexpr int kLimited = QOR_LIMITED;            // messages 42, 98
 constexpr int kSizeExceeded = 16;                // message 79
 constexpr int kTableCorrupt = QOR_TABLE_CORRUPT; // message 101
 
-Bytes pattern(size_t n)
-{
-    Bytes out(n);
-    for (size_t i = 0; i < n; i++)
-        out[i] = static_cast<unsigned char>(i * 13 + (i >> 8) + 1);
-    return out;
-}
-
-Bytes slice(const Bytes &b, size_t from, size_t to)
-{
-    return Bytes(b.begin() + static_cast<long>(from), b.begin() + static_cast<long>(to));
-}
-
 class BitTest : public BerTest {
-public:
-    using BerTest::world;
-
-    // A failed call gives its code; a negative return counts the octets of
-    // a constructed form, and sizing mode must return the same.
-    template <class Write> Encoding encode(Write &&write)
-    {
-        Encoding e = attempt(write);
-        if (e.code == 0) {
-            EXPECT_EQ(e.returned < 0 ? -e.returned : e.returned,
-                      static_cast<QorLong>(e.bytes.size()))
-                << "returned size";
-            EXPECT_EQ(e.counted, e.returned) << "sizing mode's result";
-        }
-        return e;
-    }
-
+protected:
     // The unbounded form: bits and octets, or the code raised.
     int bits(const Bytes &input, QorLong *count, Bytes *out, QorLong max = 0, int flags = 0)
     {
@@ -62,8 +32,6 @@ public:
                 EXPECT_EQ(value, nullptr);
         });
     }
-
-    void setRules(int rules) { world.encRules = rules; }
 };
 
 // ---------------------------------------------------------------- encoders
@@ -88,29 +56,16 @@ TEST_F(BitTest, WriterMasksUnusedBitsAndCountsThem)
         SCOPED_TRACE(c.bits);
         const unsigned char *data = c.data.empty() ? nullptr : c.data.data();
         auto octets = static_cast<QorLong>(c.data.size());
-        Encoding forms[] = {
-            encode([&](unsigned char **p, QorLong *r) {
-                return _qor_encd_ubit_ia(&world, p, r, data, c.bits, 0);
-            }),
-            encode([&](unsigned char **p, QorLong *r) {
-                return _qor_encd_vbit_ia(&world, p, r, data, c.bits, octets);
-            }),
-            encode([&](unsigned char **p, QorLong *r) {
-                return _qor_encd_dubit_ia(&world, p, r, data, c.bits, 0, 1);
-            }),
-            encode([&](unsigned char **p, QorLong *r) {
-                return _qor_encd_dvbit_ia(&world, p, r, data, c.bits, 0, 0);
-            }),
-        };
-        for (const Encoding &e : forms) {
+        for (const Write &w : {writer(_qor_encd_ubit_ia, data, c.bits, 0),
+                               writer(_qor_encd_vbit_ia, data, c.bits, octets),
+                               writer(_qor_encd_dubit_ia, data, c.bits, 0, 1),
+                               writer(_qor_encd_dvbit_ia, data, c.bits, 0, 0)}) {
+            Encoding e = encode(w);
             EXPECT_EQ(e.code, 0) << world.errMsgBuffer;
             EXPECT_EQ(e.bytes, c.contents);
         }
     }
-    EXPECT_EQ(encode([&](unsigned char **p, QorLong *r) {
-                  return _qor_encd_ubit_ia(&world, p, r, nullptr, -1, 0);
-              }).code,
-              kDataError);
+    EXPECT_EQ(encode(writer(_qor_encd_ubit_ia, nullptr, -1, 0)).code, kDataError);
 }
 
 TEST_F(BitTest, DerDropsTrailingZeroBitsOfNamedBitLists)
@@ -121,6 +76,8 @@ TEST_F(BitTest, DerDropsTrailingZeroBitsOfNamedBitLists)
         const char *data;
         QorLong bits;
         const char *contents;
+        QorLong max = 0; // bits, for the unbounded form
+        int code = 0;
     } cases[] = {
         {QOR_DER, 1, "80 00", 16, "07 80"},
         {QOR_BER, 1, "80 00", 16, "00 80 00"},
@@ -131,33 +88,23 @@ TEST_F(BitTest, DerDropsTrailingZeroBitsOfNamedBitLists)
         {QOR_DER, 1, "00 40", 10, "06 00 40"},
         {QOR_DER, 1, "00 7F", 10, "06 00 40"}, // set bits past the size do not count
         {QOR_DER, 1, "FF FF", 16, "00 FF FF"},
+        // The size constraint applies to the value trimmed.
+        {QOR_DER, 1, "80 00", 16, "07 80", 8},
+        {QOR_BER, 1, "80 00", 16, "", 8, kSizeExceeded},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(std::string(c.data) + " rules " + std::to_string(c.rules) +
-                     (c.named ? " named" : ""));
-        setRules(c.rules);
+                     (c.named ? " named" : "") + " max " + std::to_string(c.max));
+        world.encRules = c.rules;
         Bytes data = hex(c.data);
-        Encoding u = encode([&](unsigned char **p, QorLong *r) {
-            return _qor_encd_dubit_ia(&world, p, r, data.data(), c.bits, 0, c.named);
-        });
+        Encoding u = encode(writer(_qor_encd_dubit_ia, data.data(), c.bits, c.max, c.named));
+        EXPECT_EQ(u.code, c.code);
         EXPECT_EQ(u.bytes, hex(c.contents));
-        Encoding v = encode([&](unsigned char **p, QorLong *r) {
-            return _qor_encd_dvbit_ia(&world, p, r, data.data(), c.bits, 2, c.named);
-        });
-        EXPECT_EQ(v.bytes, hex(c.contents));
+        if (c.max == 0) {
+            EXPECT_EQ(encode(writer(_qor_encd_dvbit_ia, data.data(), c.bits, 2, c.named)).bytes,
+                      hex(c.contents));
+        }
     }
-    // The size constraint applies to the value trimmed.
-    Bytes one = hex("80 00");
-    setRules(QOR_DER);
-    EXPECT_EQ(encode([&](unsigned char **p, QorLong *r) {
-                  return _qor_encd_dubit_ia(&world, p, r, one.data(), 16, 8, 1);
-              }).bytes,
-              hex("07 80"));
-    setRules(QOR_BER);
-    EXPECT_EQ(encode([&](unsigned char **p, QorLong *r) {
-                  return _qor_encd_dubit_ia(&world, p, r, one.data(), 16, 8, 1);
-              }).code,
-              kSizeExceeded);
 }
 
 TEST_F(BitTest, NamedBitListsInAWordOrAnArray)
@@ -185,14 +132,8 @@ TEST_F(BitTest, NamedBitListsInAWordOrAnArray)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
-        EXPECT_EQ(encode([&](unsigned char **p, QorLong *r) {
-                      return _qor_encd_pbit(&world, p, r, c.data, c.bits);
-                  }).bytes,
-                  hex(c.trimmed));
-        EXPECT_EQ(encode([&](unsigned char **p, QorLong *r) {
-                      return _qor_encb_pbit(&world, p, r, c.data, c.bits);
-                  }).bytes,
-                  hex(c.kept));
+        EXPECT_EQ(encode(writer(_qor_encd_pbit, c.data, c.bits)).bytes, hex(c.trimmed));
+        EXPECT_EQ(encode(writer(_qor_encb_pbit, c.data, c.bits)).bytes, hex(c.kept));
     }
 
     struct ItemCase {
@@ -210,29 +151,15 @@ TEST_F(BitTest, NamedBitListsInAWordOrAnArray)
     };
     for (const ItemCase &c : items) {
         SCOPED_TRACE(c.trimmed);
-        EXPECT_EQ(encode([&](unsigned char **p, QorLong *r) {
-                      return _qor_encd_pbit_tl(&world, p, r, c.value, c.size, c.tag);
-                  }).bytes,
-                  hex(c.trimmed));
-        EXPECT_EQ(encode([&](unsigned char **p, QorLong *r) {
-                      return _qor_encb_pbit_tl(&world, p, r, c.value, c.size, c.tag);
-                  }).bytes,
-                  hex(c.kept));
+        EXPECT_EQ(encode(writer(_qor_encd_pbit_tl, c.value, c.size, c.tag)).bytes, hex(c.trimmed));
+        EXPECT_EQ(encode(writer(_qor_encb_pbit_tl, c.value, c.size, c.tag)).bytes, hex(c.kept));
     }
-    EXPECT_EQ(encode([&](unsigned char **p, QorLong *r) {
-                  return _qor_encd_pbit_tl(&world, p, r, 1, 33, 0x03);
-              }).code,
-              kTableCorrupt);
+    EXPECT_EQ(encode(writer(_qor_encd_pbit_tl, 1, 33, 0x03)).code, kTableCorrupt);
 
     // And back into the word; gives the count of bits the decoder returned.
     auto intoWord = [&](const char *input, void *word, QorLong size, char named) {
         QorLong got = -1;
-        EXPECT_EQ(decode(hex(input),
-                         [&](unsigned char **pos, QorLong *room, QorLong length) {
-                             got = _qor_dec_pbit(&world, pos, room, length, word, size, named);
-                         }),
-                  0)
-            << input;
+        EXPECT_EQ(run(hex(input), reader(_qor_dec_pbit, word, size, named), &got), 0) << input;
         return got;
     };
     uint16_t word16 = 0x1234;
@@ -276,22 +203,20 @@ TEST_F(BitTest, LongValuesAreSegmentedExceptUnderDer)
             expected = concat({expected, segment(slice(data, i * 999, i * 999 + 999), 0)});
         expected = concat({expected, segment(slice(masked, whole * 999, masked.size()), unused)});
 
+        // A negative result counts the octets of a constructed form.
         for (int rules : {QOR_BER, QOR_CER}) {
-            setRules(rules);
-            Encoding e = encode([&](unsigned char **p, QorLong *r) {
-                return _qor_encd_ubit_ia(&world, p, r, data.data(), c.bits, 0);
-            });
+            world.encRules = rules;
+            Encoding e = attempt(writer(_qor_encd_ubit_ia, data.data(), c.bits, 0));
             ASSERT_EQ(e.code, 0);
             EXPECT_EQ(e.returned, -static_cast<QorLong>(expected.size()));
+            EXPECT_EQ(e.counted, e.returned) << "sizing mode's result";
             EXPECT_TRUE(e.bytes == expected);
         }
-        setRules(QOR_DER);
-        Encoding der = encode([&](unsigned char **p, QorLong *r) {
-            return _qor_encd_ubit_ia(&world, p, r, data.data(), c.bits, 0);
-        });
+        world.encRules = QOR_DER;
+        Encoding der = encode(writer(_qor_encd_ubit_ia, data.data(), c.bits, 0));
         EXPECT_EQ(der.returned, c.octets + 1);
         EXPECT_TRUE(der.bytes == concat({{unused}, masked}));
-        setRules(QOR_BER);
+        world.encRules = QOR_BER;
 
         // Generated code picks the constructed tag from the sign; the
         // decoders take either form back.
@@ -309,9 +234,7 @@ TEST_F(BitTest, LongValuesAreSegmentedExceptUnderDer)
 
     // Just under the size that is split.
     Bytes data = pattern(999);
-    Encoding e = encode([&](unsigned char **p, QorLong *r) {
-        return _qor_encd_vbit_ia(&world, p, r, data.data(), 999 * 8, 999);
-    });
+    Encoding e = encode(writer(_qor_encd_vbit_ia, data.data(), 999 * 8, 999));
     EXPECT_EQ(e.returned, 1000);
     EXPECT_TRUE(e.bytes == concat({hex("00"), data}));
 }
@@ -335,45 +258,33 @@ TEST_F(BitTest, DecodersOfEachMemoryForm)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.input);
-        Bytes input = hex(c.input);
+        Bytes input = hex(c.input), value = hex(c.value);
         QorLong count = 0;
         Bytes out;
         EXPECT_EQ(bits(input, &count, &out), 0) << world.errMsgBuffer;
         EXPECT_EQ(count, c.bits);
-        EXPECT_EQ(out, hex(c.value));
+        EXPECT_EQ(out, value);
 
         EXPECT_EQ(decode(input,
                          [&](unsigned char **pos, QorLong *room, QorLong length) {
-                             unsigned char *value = nullptr;
-                             count = _qor_dec_vbit_ptr_nz(&world, pos, room, length, &value, 0, 0);
-                             EXPECT_EQ(Bytes(value, value + (count + 7) / 8), hex(c.value));
+                             unsigned char *p = nullptr;
+                             count = _qor_dec_vbit_ptr_nz(&world, pos, room, length, &p, 0, 0);
+                             EXPECT_EQ(Bytes(p, p + (count + 7) / 8), value);
                              if (count > 0) {
-                                 EXPECT_EQ(world.blockQueue.slot[0], value) << "decoder memory";
+                                 EXPECT_EQ(world.blockQueue.slot[0], p) << "decoder memory";
                              }
                          }),
                   0);
         EXPECT_EQ(count, c.bits);
 
-        unsigned char inline4[4];
+        unsigned char inline4[4], wide[6];
         memset(inline4, 0xEE, sizeof inline4);
-        EXPECT_EQ(decode(input,
-                         [&](unsigned char **pos, QorLong *room, QorLong length) {
-                             count = _qor_dec_vbit_nz(&world, pos, room, length, inline4, 32, 0);
-                         }),
-                  0);
+        EXPECT_EQ(run(input, reader(_qor_dec_vbit_nz, inline4, 32, 0), &count), 0);
         EXPECT_EQ(count, c.bits);
-        Bytes value = hex(c.value);
         EXPECT_EQ(Bytes(inline4, inline4 + value.size()), value);
-
         // A padded array is cleared past the value.
-        memset(inline4, 0xEE, sizeof inline4);
-        unsigned char wide[6];
         memset(wide, 0xEE, sizeof wide);
-        EXPECT_EQ(decode(input,
-                         [&](unsigned char **pos, QorLong *room, QorLong length) {
-                             count = _qor_dec_pbit(&world, pos, room, length, wide, 48, 0);
-                         }),
-                  0);
+        EXPECT_EQ(run(input, reader(_qor_dec_pbit, wide, 48, 0), &count), 0);
         EXPECT_EQ(count, c.bits);
         value.resize(6);
         EXPECT_EQ(Bytes(wide, wide + 6), value);
@@ -407,17 +318,9 @@ TEST_F(BitTest, UnusedBitsAndSegmentsAreChecked)
         EXPECT_EQ(bits(input, &count, &out), c.code);
         EXPECT_TRUE(messageHas(c.message)) << world.errMsgBuffer;
         uint16_t word = 0;
-        EXPECT_EQ(decode(input,
-                         [&](unsigned char **pos, QorLong *room, QorLong length) {
-                             _qor_dec_pbit(&world, pos, room, length, &word, 16, 1);
-                         }),
-                  c.code);
         unsigned char inline4[4];
-        EXPECT_EQ(decode(input,
-                         [&](unsigned char **pos, QorLong *room, QorLong length) {
-                             _qor_dec_vbit_nz(&world, pos, room, length, inline4, 32, 1);
-                         }),
-                  c.code);
+        EXPECT_EQ(run(input, reader(_qor_dec_pbit, &word, 16, 1)), c.code);
+        EXPECT_EQ(run(input, reader(_qor_dec_vbit_nz, inline4, 32, 1)), c.code);
     }
 }
 
@@ -426,12 +329,21 @@ TEST_F(BitTest, SizeLimitsNamedTrimmingAndNoconstrain)
     const Bytes twelve = hex("03 03 04 AB C0");
     const Bytes zeroTail = hex("03 03 00 AB 00");
     const Bytes setTail = hex("03 03 00 AB 01");
+    const Bytes sixteen = hex("03 03 00 AB CD");
     QorLong count = 0;
     Bytes out;
+    uint8_t word = 0;
+    unsigned char inline2[2] = {};
+    unsigned char *value = nullptr;
+    auto pbit = [&](const Bytes &in, QorLong size, char named) {
+        return run(in, reader(_qor_dec_pbit, &word, size, named), &count);
+    };
+    auto vbit = [&](const Bytes &in, QorLong max, char named) {
+        return run(in, reader(_qor_dec_vbit_nz, inline2, max, named), &count);
+    };
     for (bool lifted : {false, true}) {
         SCOPED_TRACE(lifted ? "NOCONSTRAIN" : "constrained");
-        world.decodingFlags = lifted ? (world.decodingFlags | NOCONSTRAIN)
-                                     : (world.decodingFlags & ~QorULong{NOCONSTRAIN});
+        setFlag(world.decodingFlags, NOCONSTRAIN, lifted);
         EXPECT_EQ(bits(twelve, &count, &out, 8), lifted ? 0 : kSizeExceeded);
         EXPECT_EQ(bits(twelve, &count, &out, 12), 0);
         // Trailing zero bits of a named-bit list may go to meet the limit.
@@ -444,12 +356,6 @@ TEST_F(BitTest, SizeLimitsNamedTrimmingAndNoconstrain)
         EXPECT_EQ(bits(twelve, &count, &out, -12), 0);
 
         // Inline memory holds what it holds, whatever the flags.
-        uint8_t word = 0;
-        auto pbit = [&](const Bytes &in, QorLong size, char named) {
-            return decode(in, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                count = _qor_dec_pbit(&world, pos, room, length, &word, size, named);
-            });
-        };
         EXPECT_EQ(pbit(twelve, 8, 0), kSizeExceeded);
         EXPECT_EQ(pbit(twelve, 8, 1), kLimited);
         EXPECT_TRUE(messageHas("0080E")) << world.errMsgBuffer;
@@ -461,13 +367,6 @@ TEST_F(BitTest, SizeLimitsNamedTrimmingAndNoconstrain)
         EXPECT_EQ(word, 0xA0);
         EXPECT_EQ(pbit(hex("03 02 00 B0"), 3, 1), kLimited); // bit 3 set
 
-        unsigned char inline2[2] = {};
-        auto vbit = [&](const Bytes &in, QorLong max, char named) {
-            return decode(in, [&](unsigned char **pos, QorLong *room, QorLong length) {
-                count = _qor_dec_vbit_nz(&world, pos, room, length, inline2, max, named);
-            });
-        };
-        const Bytes sixteen = hex("03 03 00 AB CD");
         EXPECT_EQ(vbit(sixteen, 12, 0), kSizeExceeded);
         EXPECT_EQ(vbit(sixteen, 12, 1), kLimited);
         EXPECT_EQ(vbit(hex("03 03 00 AB C0"), 12, 1), 0);
@@ -479,40 +378,24 @@ TEST_F(BitTest, SizeLimitsNamedTrimmingAndNoconstrain)
         EXPECT_EQ(vbit(hex("03 02 00 00"), 0, 1), 0);
         EXPECT_EQ(count, 0);
 
-        EXPECT_EQ(decode(sixteen,
-                         [&](unsigned char **pos, QorLong *room, QorLong length) {
-                             unsigned char *value = nullptr;
-                             count = _qor_dec_vbit_ptr_nz(&world, pos, room, length, &value, 12, 1);
-                         }),
+        EXPECT_EQ(run(sixteen, reader(_qor_dec_vbit_ptr_nz, &value, 12, 1)),
                   lifted ? 0 : kSizeExceeded);
     }
-    world.decodingFlags &= ~QorULong{NOCONSTRAIN};
+    setFlag(world.decodingFlags, NOCONSTRAIN, false);
 
     // Encoders: NOCONSTRAIN lifts the constraint of the unbounded form, not
     // the bounds of an inline array.
     Bytes data = hex("AB CD EF");
     for (bool lifted : {false, true}) {
         SCOPED_TRACE(lifted ? "NOCONSTRAIN" : "constrained");
-        world.encodingFlags = lifted ? (world.encodingFlags | NOCONSTRAIN)
-                                     : (world.encodingFlags & ~QorULong{NOCONSTRAIN});
-        EXPECT_EQ(encode([&](unsigned char **p, QorLong *r) {
-                      return _qor_encd_ubit_ia(&world, p, r, data.data(), 12, 8);
-                  }).code,
+        setFlag(world.encodingFlags, NOCONSTRAIN, lifted);
+        EXPECT_EQ(encode(writer(_qor_encd_ubit_ia, data.data(), 12, 8)).code,
                   lifted ? 0 : kSizeExceeded);
-        EXPECT_EQ(encode([&](unsigned char **p, QorLong *r) {
-                      return _qor_encd_vbit_ia(&world, p, r, data.data(), 17, 2);
-                  }).code,
-                  kSizeExceeded);
-        EXPECT_EQ(encode([&](unsigned char **p, QorLong *r) {
-                      return _qor_encd_dvbit_ia(&world, p, r, data.data(), 17, 2, 1);
-                  }).code,
-                  kSizeExceeded);
-        EXPECT_EQ(encode([&](unsigned char **p, QorLong *r) {
-                      return _qor_encd_vbit_ia(&world, p, r, data.data(), 16, 2);
-                  }).code,
-                  0);
+        EXPECT_EQ(encode(writer(_qor_encd_vbit_ia, data.data(), 17, 2)).code, kSizeExceeded);
+        EXPECT_EQ(encode(writer(_qor_encd_dvbit_ia, data.data(), 17, 2, 1)).code, kSizeExceeded);
+        EXPECT_EQ(encode(writer(_qor_encd_vbit_ia, data.data(), 16, 2)).code, 0);
     }
-    world.encodingFlags &= ~QorULong{NOCONSTRAIN};
+    setFlag(world.encodingFlags, NOCONSTRAIN, false);
 }
 
 TEST_F(BitTest, TruncationAtEveryOctet)
@@ -525,10 +408,8 @@ TEST_F(BitTest, TruncationAtEveryOctet)
         Bytes out;
         ASSERT_EQ(bits(input, &count, &out), 0);
         EXPECT_EQ(count, 12);
-        for (size_t cut = 0; cut < input.size(); cut++) {
-            SCOPED_TRACE(cut);
-            EXPECT_EQ(bits(slice(input, 0, cut), &count, &out), kMoreInput);
-        }
+        for (size_t cut = 0; cut < input.size(); cut++)
+            EXPECT_EQ(bits(slice(input, 0, cut), &count, &out), kMoreInput) << cut;
     }
 }
 

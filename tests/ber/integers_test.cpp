@@ -1,5 +1,6 @@
 // BER INTEGER, ENUMERATED and BOOLEAN primitives.
 #include <cstring>
+#include <tuple>
 
 #include "ber/ber_support.h"
 
@@ -7,7 +8,20 @@ using namespace qortest;
 
 namespace {
 
-class Integers : public BerTest {};
+class Integers : public BerTest {
+protected:
+    // Reads `contents` with `fn` (the length: all of it unless given); the
+    // result goes to `*value`.
+    template <class Fn, class T>
+    int readAs(Fn fn, const Bytes &contents, T *value, QorLong length = -1)
+    {
+        if (length < 0)
+            length = static_cast<QorLong>(contents.size());
+        return decoded(contents, [&](unsigned char **pos, QorLong *room) {
+            *value = static_cast<T>(fn(&world, pos, room, length));
+        });
+    }
+};
 
 } // namespace
 
@@ -31,32 +45,16 @@ TEST_F(Integers, SignedValuesTakeTheFewestOctets)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.bytes);
-        EXPECT_EQ(encoded([&](unsigned char **pos, QorLong *room) {
-                      return _qor_encd_llint_tl(&world, pos, room, c.value, 0x02);
-                  }),
-                  hex(c.bytes));
+        EXPECT_EQ(encoded(writer(_qor_encd_llint_tl, c.value, 0x02)), hex(c.bytes));
         if (c.value >= INT32_MIN && c.value <= INT32_MAX) {
-            EXPECT_EQ(encoded([&](unsigned char **pos, QorLong *room) {
-                          return _qor_encd_int_tl(&world, pos, room, static_cast<QorLong>(c.value),
-                                                  0x02);
-                      }),
+            EXPECT_EQ(encoded(writer(_qor_encd_int_tl, static_cast<QorLong>(c.value), 0x02)),
                       hex(c.bytes));
         }
         int64_t back = 0;
-        Bytes contents = hex(c.bytes);
-        contents.erase(contents.begin(), contents.begin() + 2);
-        EXPECT_EQ(decoded(contents,
-                          [&](unsigned char **pos, QorLong *room) {
-                              back = _qor_dec_llint(&world, pos, room,
-                                                    static_cast<QorLong>(contents.size()));
-                          }),
-                  0);
+        EXPECT_EQ(readAs(_qor_dec_llint, after(hex(c.bytes), 2), &back), 0);
         EXPECT_EQ(back, c.value);
     }
-    EXPECT_EQ(encoded([&](unsigned char **pos, QorLong *room) {
-                  return _qor_encd_int_tl(&world, pos, room, 5, 0x9F21);
-              }),
-              hex("9F 21 01 05"));
+    EXPECT_EQ(encoded(writer(_qor_encd_int_tl, 5, 0x9F21)), hex("9F 21 01 05"));
 }
 
 TEST_F(Integers, UnsignedValuesGetAZeroOctetBeforeAHighBit)
@@ -73,15 +71,9 @@ TEST_F(Integers, UnsignedValuesGetAZeroOctetBeforeAHighBit)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.bytes);
-        EXPECT_EQ(encoded([&](unsigned char **pos, QorLong *room) {
-                      return _qor_encd_ullint_tl(&world, pos, room, c.value, 0x02);
-                  }),
-                  hex(c.bytes));
+        EXPECT_EQ(encoded(writer(_qor_encd_ullint_tl, c.value, 0x02)), hex(c.bytes));
         if (c.value <= UINT32_MAX) {
-            EXPECT_EQ(encoded([&](unsigned char **pos, QorLong *room) {
-                          return _qor_encd_uint_tl(&world, pos, room,
-                                                   static_cast<QorULong>(c.value), 0x02);
-                      }),
+            EXPECT_EQ(encoded(writer(_qor_encd_uint_tl, static_cast<QorULong>(c.value), 0x02)),
                       hex(c.bytes));
         }
     }
@@ -105,102 +97,65 @@ TEST_F(Integers, DecodersRefuseNeedlessAndImpossibleForms)
         {"", QOR_DATA_ERROR, 0, QOR_DATA_ERROR},
     };
     for (bool lenient : {false, true}) {
-        world.ruleBits = lenient ? (world.ruleBits | QOR_RULE_RELAXED)
-                                 : (world.ruleBits & ~QorULong{QOR_RULE_RELAXED});
+        setFlag(world.ruleBits, QOR_RULE_RELAXED, lenient);
         for (const Case &c : unsignedCases) {
             SCOPED_TRACE(std::string(c.contents) + (lenient ? " relaxed" : ""));
-            Bytes contents = hex(c.contents);
             QorULong value = 1;
-            int result = decoded(contents, [&](unsigned char **pos, QorLong *room) {
-                value = _qor_dec_uiint(&world, pos, room, static_cast<QorLong>(contents.size()));
-            });
+            int result = readAs(_qor_dec_uiint, hex(c.contents), &value);
             EXPECT_EQ(result, lenient ? c.relaxedResult : c.strict);
             if (result == 0 && !lenient) {
                 EXPECT_EQ(value, c.value);
             }
         }
     }
-    world.ruleBits &= ~QorULong{QOR_RULE_RELAXED};
+    setFlag(world.ruleBits, QOR_RULE_RELAXED, false);
 
     QorLong value = 0;
-    auto iint = [&](const char *text) {
-        Bytes contents = hex(text);
-        return decoded(contents, [&](unsigned char **pos, QorLong *room) {
-            value = _qor_dec_iint(&world, pos, room, static_cast<QorLong>(contents.size()));
-        });
-    };
-    EXPECT_EQ(iint("FF 7F"), 0);
+    EXPECT_EQ(readAs(_qor_dec_iint, hex("FF 7F"), &value), 0);
     EXPECT_EQ(value, -129);
-    EXPECT_EQ(iint("FF FF"), QOR_DATA_ERROR);
-    EXPECT_EQ(iint("00 01"), QOR_DATA_ERROR);
-    EXPECT_EQ(iint("01 00 00 00 00"), QOR_LIMITED);
-    EXPECT_NE(std::string(world.errMsgBuffer).find("0144E: Integer or enumerated value too long: length = 5"),
-              std::string::npos);
+    EXPECT_EQ(readAs(_qor_dec_iint, hex("FF FF"), &value), QOR_DATA_ERROR);
+    EXPECT_EQ(readAs(_qor_dec_iint, hex("00 01"), &value), QOR_DATA_ERROR);
+    EXPECT_EQ(readAs(_qor_dec_iint, hex("01 00 00 00 00"), &value), QOR_LIMITED);
+    EXPECT_TRUE(messageHas("0144E: Integer or enumerated value too long: length = 5"));
     world.ruleBits |= QOR_RULE_RELAXED;
-    EXPECT_EQ(iint("FF FF FF 80"), 0);
+    EXPECT_EQ(readAs(_qor_dec_iint, hex("FF FF FF 80"), &value), 0);
     EXPECT_EQ(value, -128);
     world.encRules = QOR_DER;
-    EXPECT_EQ(iint("FF FF"), QOR_DATA_ERROR) << "DER is never relaxed";
+    EXPECT_EQ(readAs(_qor_dec_iint, hex("FF FF"), &value), QOR_DATA_ERROR) << "never under DER";
     world.encRules = QOR_BER;
     world.ruleBits &= ~QorULong{QOR_RULE_RELAXED};
 
     int16_t small = 0;
-    Bytes two = hex("80 00");
-    EXPECT_EQ(decoded(two, [&](unsigned char **pos, QorLong *room) {
-                  small = _qor_dec_sint(&world, pos, room, 2);
-              }),
-              0);
+    uint16_t unsignedSmall = 0;
+    EXPECT_EQ(readAs(_qor_dec_sint, hex("80 00"), &small), 0);
     EXPECT_EQ(small, INT16_MIN);
-    Bytes three = hex("00 80 00");
-    EXPECT_EQ(decoded(three, [&](unsigned char **pos, QorLong *room) {
-                  _qor_dec_sint(&world, pos, room, 3);
-              }),
-              QOR_LIMITED);
-    EXPECT_EQ(decoded(three, [&](unsigned char **pos, QorLong *room) {
-                  _qor_dec_usint(&world, pos, room, 4);
-              }),
-              QOR_MORE_INPUT);
+    EXPECT_EQ(readAs(_qor_dec_sint, hex("00 80 00"), &small), QOR_LIMITED);
+    EXPECT_EQ(readAs(_qor_dec_usint, hex("00 80 00"), &unsignedSmall, 4), QOR_MORE_INPUT);
 }
 
 TEST_F(Integers, BooleansAndHugeIntegers)
 {
-    for (char v : {0, 1, 7}) {
-        EXPECT_EQ(encoded([&](unsigned char **pos, QorLong *room) {
-                      return _qor_encd_bool_tl(&world, pos, room, 0x01, v);
-                  }),
-                  hex(v != 0 ? "01 01 FF" : "01 01 00"));
-    }
+    for (char v : {0, 1, 7})
+        EXPECT_EQ(encoded(writer(_qor_encd_bool_tl, 0x01, v)), hex(v != 0 ? "01 01 FF" : "01 01 00"));
     char flag = 0;
-    EXPECT_EQ(decoded(hex("01"), [&](unsigned char **pos, QorLong *room) {
-                  flag = _qor_dec_bool(&world, pos, room, 1);
-              }),
-              0);
+    EXPECT_EQ(readAs(_qor_dec_bool, hex("01"), &flag), 0);
     EXPECT_EQ(flag, 1);
-    EXPECT_EQ(decoded(hex("00 00"), [&](unsigned char **pos, QorLong *room) {
-                  _qor_dec_bool(&world, pos, room, 2);
-              }),
-              QOR_DATA_ERROR);
+    EXPECT_EQ(readAs(_qor_dec_bool, hex("00 00"), &flag), QOR_DATA_ERROR);
 
-    Bytes huge = hex("00 00 7F FF");
-    EXPECT_EQ(encoded([&](unsigned char **pos, QorLong *room) {
-                  return _qor_encd_huge_int_ia(&world, pos, room, huge.data(), 4);
-              }),
-              hex("7F FF"));
-    Bytes negative = hex("FF FF 80");
-    EXPECT_EQ(encoded([&](unsigned char **pos, QorLong *room) {
-                  return _qor_encd_huge_int_ia(&world, pos, room, negative.data(), 3);
-              }),
-              hex("80"));
-    Bytes high = hex("00 00 80");
-    EXPECT_EQ(encoded([&](unsigned char **pos, QorLong *room) {
-                  return _qor_encd_uhuge_int_ia(&world, pos, room, high.data(), 3);
-              }),
-              hex("00 80"));
-    Bytes bare = hex("80 01");
-    EXPECT_EQ(encoded([&](unsigned char **pos, QorLong *room) {
-                  return _qor_encd_uhuge_int_ia(&world, pos, room, bare.data(), 2);
-              }),
-              hex("00 80 01"));
+    // Huge integers drop needless leading octets; the unsigned form keeps a
+    // zero octet before a high bit.
+    using Huge = QorLong (*)(QorGlobal *, unsigned char **, QorLong *, const unsigned char *, QorLong);
+    const std::tuple<Huge, const char *, const char *> huge[] = {
+        {_qor_encd_huge_int_ia, "00 00 7F FF", "7F FF"},
+        {_qor_encd_huge_int_ia, "FF FF 80", "80"},
+        {_qor_encd_uhuge_int_ia, "00 00 80", "00 80"},
+        {_qor_encd_uhuge_int_ia, "80 01", "00 80 01"},
+    };
+    for (const auto &[fn, value, contents] : huge) {
+        Bytes v = hex(value);
+        EXPECT_EQ(encoded(writer(fn, v.data(), static_cast<QorLong>(v.size()))), hex(contents))
+            << value;
+    }
 
     unsigned char *data = nullptr;
     QorLong length = 0;
@@ -211,14 +166,14 @@ TEST_F(Integers, BooleansAndHugeIntegers)
               }),
               0);
     EXPECT_EQ(length, 100);
-    EXPECT_EQ(decoded(hex("00 01"), [&](unsigned char **pos, QorLong *room) {
-                  _qor_dec_hint_ia(&world, pos, room, 2, &data);
-              }),
-              QOR_DATA_ERROR);
-    EXPECT_EQ(decoded(hex("00"), [&](unsigned char **pos, QorLong *room) {
-                  _qor_dec_hint_ia(&world, pos, room, 0, &data);
-              }),
-              QOR_DATA_ERROR);
+    // A needless leading octet, and an integer of length 0.
+    for (auto [bad, n] : {std::pair{"00 01", 2}, std::pair{"00", 0}}) {
+        EXPECT_EQ(decoded(hex(bad), [&](unsigned char **pos, QorLong *room) {
+                      _qor_dec_hint_ia(&world, pos, room, n, &data);
+                  }),
+                  QOR_DATA_ERROR)
+            << bad;
+    }
     EXPECT_STREQ(world.errMsgBuffer, "D0037E: Value misencoded or length wrong for value.\n")
         << "a zero-length integer";
 }

@@ -4,12 +4,10 @@
 // and input whose inner lengths lie is refused without reading past it.
 #include <chrono>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "ber/ber_support.h"
-#include "frame/world.h"
 
 using namespace qortest;
 
@@ -36,16 +34,21 @@ int garbage;
 // the enclosing value's length; it gives the octets it kept.
 using Read = QorLong (*)(QorGlobal *, unsigned char **, QorLong *, QorLong, unsigned char **);
 
-QorLong openType(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
-                 unsigned char **kept)
+// The record a decoder filled: only the kept octets, `n` of them.
+QorLong keptIn(const QorOpenType &record, QorLong n, unsigned char **kept)
 {
-    QorOpenType record = {7, 99, reinterpret_cast<unsigned char *>(&garbage), &garbage};
-    QorLong n = _qor_dec_opentype(world, pos, room, length, &record);
     EXPECT_EQ(record.pduNum, 0);
     EXPECT_EQ(record.decoded, nullptr);
     EXPECT_EQ(static_cast<QorLong>(record.length), n);
     *kept = record.encoded;
     return n;
+}
+
+QorLong openType(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                 unsigned char **kept)
+{
+    QorOpenType record = {7, 99, reinterpret_cast<unsigned char *>(&garbage), &garbage};
+    return keptIn(record, _qor_dec_opentype(world, pos, room, length, &record), kept);
 }
 
 QorLong newOpenType(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
@@ -73,12 +76,7 @@ QorLong deferred(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong,
         length = _qor_dec_length(world, pos, room);
     }
     QorOpenType record = {7, 99, nullptr, &garbage};
-    QorLong n = _qor_dec_defer(world, pos, room, length, &record, tag, constructed);
-    EXPECT_EQ(record.pduNum, 0);
-    EXPECT_EQ(record.decoded, nullptr);
-    EXPECT_EQ(static_cast<QorLong>(record.length), n);
-    *kept = record.encoded;
-    return n;
+    return keptIn(record, _qor_dec_defer(world, pos, room, length, &record, tag, constructed), kept);
 }
 
 struct Keeper {
@@ -90,9 +88,6 @@ const Keeper kNewOpenType = {"two-word open type", newOpenType};
 const Keeper kAny = {"ANY", _qor_dec_uany};
 const Keeper kDeferredWhole = {"deferred", deferred<false>};
 const Keeper kDeferredAfterHeader = {"deferred after its header", deferred<true>};
-
-// One call of an encoder, given the output position and room.
-using Write = std::function<QorLong(unsigned char **, QorLong *)>;
 
 class KeptValues : public BerTest {
 protected:
@@ -123,17 +118,6 @@ protected:
             },
             &k.consumed);
         return k;
-    }
-
-    // The octets written, or the code of a failed call.
-    int encode(Bytes *out, const Write &write)
-    {
-        Encoding e = attempt(write);
-        *out = e.bytes;
-        if (e.code == 0) {
-            EXPECT_EQ(e.returned, static_cast<QorLong>(e.bytes.size()));
-        }
-        return e.code;
     }
 };
 
@@ -322,11 +306,6 @@ TEST_F(KeptValues, EncodersWriteTheKeptOctetsAndCheckTheRecord)
             return _qor_encd_opentype(&world, pos, room, &record);
         };
     };
-    auto any = [&](unsigned char *data, QorLong length) -> Write {
-        return [=, this](unsigned char **pos, QorLong *room) {
-            return _qor_encd_uany(&world, pos, room, data, length);
-        };
-    };
     // `length` 0: the size of the stored octets, which are never at null.
     auto deferredRecord = [&](const char *text, QorULong length = 0) -> Write {
         Bytes stored = hex(text);
@@ -358,9 +337,9 @@ TEST_F(KeptValues, EncodersWriteTheKeptOctetsAndCheckTheRecord)
          "30 03 02 01 05"},
         {"no octets", 0, openTypeRecord(0, 5, false, false), kNullInput, "0011S"},
         {"length past 31 bits", 0, openTypeRecord(0, 0x80000000u, true, false), kLimited, "0026S"},
-        {"ANY", 0, any(value.data(), 5), 0, "30 03 02 01 05"},
-        {"empty ANY", 0, any(value.data(), 0), kDataError, "0089E"},
-        {"ANY without octets", 0, any(nullptr, 2), kNullInput, "0011S"},
+        {"ANY", 0, writer(_qor_encd_uany, value.data(), 5), 0, "30 03 02 01 05"},
+        {"empty ANY", 0, writer(_qor_encd_uany, value.data(), 0), kDataError, "0089E"},
+        {"ANY without octets", 0, writer(_qor_encd_uany, nullptr, 2), kNullInput, "0011S"},
         {"deferred", 0, deferredRecord("30 03 02 01 05"), 0, "02 01 05"},
         {"deferred, no length", 0, deferredRecord(""), kDataError,
          "0143E: The DeferDecoding directive was used but the 'length' field"},
@@ -376,11 +355,11 @@ TEST_F(KeptValues, EncodersWriteTheKeptOctetsAndCheckTheRecord)
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
         world.encodingFlags |= c.flags;
-        Bytes out;
-        EXPECT_EQ(encode(&out, c.write), c.code) << world.errMsgBuffer;
+        Encoding e = encode(c.write);
+        EXPECT_EQ(e.code, c.code) << world.errMsgBuffer;
         world.encodingFlags &= ~c.flags;
         if (c.code == 0) {
-            EXPECT_EQ(out, hex(c.text));
+            EXPECT_EQ(e.bytes, hex(c.text));
         } else {
             EXPECT_TRUE(messageHas(c.text)) << world.errMsgBuffer;
         }
@@ -391,8 +370,7 @@ TEST_F(KeptValues, EncodersWriteTheKeptOctetsAndCheckTheRecord)
     for (const char *stored : {"30 05 02 01", "30 80 02 01 05 00", "30 80 00", "30", "1F 81",
                                "30 82 01", "30 84 FF FF FF FF"}) {
         SCOPED_TRACE(stored);
-        Bytes out;
-        EXPECT_EQ(encode(&out, deferredRecord(stored)), kDataError);
+        EXPECT_EQ(encode(deferredRecord(stored)).code, kDataError);
         EXPECT_TRUE(messageHas("0037E")) << world.errMsgBuffer;
     }
 
@@ -401,13 +379,9 @@ TEST_F(KeptValues, EncodersWriteTheKeptOctetsAndCheckTheRecord)
         Kept k = keep(input, -1, kOpenType);
         ASSERT_EQ(k.code, 0);
         QorOpenType record = {0, static_cast<QorULong>(k.octets.size()), k.octets.data(), nullptr};
-        Bytes out;
-        EXPECT_EQ(encode(&out,
-                         [&](unsigned char **pos, QorLong *room) {
-                             return _qor_encd_opentype(&world, pos, room, &record);
-                         }),
-                  0);
-        EXPECT_TRUE(out == input);
+        Encoding e = encode(writer(_qor_encd_opentype, &record));
+        EXPECT_EQ(e.code, 0);
+        EXPECT_TRUE(e.bytes == input);
     }
 }
 
@@ -419,8 +393,7 @@ TEST_F(OpenType, UserFieldFormGetsTheWrapperPointer)
     ASSERT_EQ(qorSetCppPointer(&world, &marker), 0);
     for (bool userForm : {false, true}) {
         SCOPED_TRACE(userForm);
-        if (userForm)
-            world.presetDecFlags |= QOR_PRESET_OPEN_TYPE_USER_FIELD;
+        setFlag(world.presetDecFlags, QOR_PRESET_OPEN_TYPE_USER_FIELD, userForm);
         for (QorLong length : {QorLong{5}, QorLong{0}}) {
             QorOpenTypeUser record = {1, 2, nullptr, &garbage, &garbage};
             Bytes input = hex("30 03 02 01 05");
@@ -433,8 +406,7 @@ TEST_F(OpenType, UserFieldFormGetsTheWrapperPointer)
             EXPECT_EQ(record.length, length == 0 ? 0u : 5u);
         }
     }
-    world.presetDecFlags =
-        static_cast<uint16_t>(world.presetDecFlags & ~QOR_PRESET_OPEN_TYPE_USER_FIELD);
+    setFlag(world.presetDecFlags, QOR_PRESET_OPEN_TYPE_USER_FIELD, false);
 }
 
 // ---------------------------------------------------------------- deferred components
@@ -471,15 +443,12 @@ TEST_F(Deferred, KeptWithTheTagAndLengthRebuiltAndWrittenBack)
         for (const Bytes &stored : {k.octets, whole.octets}) {
             QorOpenType record = {0, static_cast<QorULong>(stored.size()),
                                   const_cast<unsigned char *>(stored.data()), nullptr};
-            Bytes out;
-            EXPECT_EQ(encode(&out,
-                             [&](unsigned char **pos, QorLong *room) {
-                                 QorLong n = _qor_encd_defer(&world, pos, room, &record);
-                                 return n + _qor_encd_tag_length(&world, pos, room, n, c.tag);
-                             }),
-                      0)
-                << world.errMsgBuffer;
-            EXPECT_EQ(out, hex(c.definite));
+            Encoding e = encode([&](unsigned char **pos, QorLong *room) {
+                QorLong n = _qor_encd_defer(&world, pos, room, &record);
+                return n + _qor_encd_tag_length(&world, pos, room, n, c.tag);
+            });
+            EXPECT_EQ(e.code, 0) << world.errMsgBuffer;
+            EXPECT_EQ(e.bytes, hex(c.definite));
         }
     }
     Bytes big = longOctets(2000);
@@ -505,12 +474,8 @@ TEST_F(RetainedExtension, ChainKeepsEachAdditionAndIsFreedWhole)
     unsigned char tempBuffer[4096];
     for (bool callerTemp : {false, true}) {
         SCOPED_TRACE(callerTemp ? "caller's temporary buffer" : "temporary blocks");
-        if (callerTemp) {
-            QorBuf buffer = {sizeof tempBuffer, tempBuffer};
-            ASSERT_EQ(qorSetTemporaryBuffer(&world, &buffer), 0);
-            world.tempLow = world.privateArea->tempBuffer;
-            world.tempHigh = world.tempLow + world.privateArea->tempBufferSize;
-        }
+        if (callerTemp)
+            useTemporaryBuffer(tempBuffer, sizeof tempBuffer);
         unsigned char *tempStart = world.tempLow;
         auto readAll = [&](unsigned char **pos, QorLong *room) {
             // As generated code does: the first, empty record.
@@ -551,8 +516,7 @@ TEST_F(RetainedExtension, ChainKeepsEachAdditionAndIsFreedWhole)
         EXPECT_EQ(decoded(additions, readAll), 0) << world.errMsgBuffer;
         if (callerTemp) {
             EXPECT_EQ(world.tempLow, tempStart) << "temporary buffer given back";
-            ASSERT_EQ(qorSetTemporaryBuffer(&world, nullptr), 0);
-            world.tempLow = world.tempHigh = nullptr;
+            useTemporaryBuffer(nullptr, 0);
         } else {
             EXPECT_EQ(world.tempBlockList, nullptr) << "temporary blocks given back";
         }

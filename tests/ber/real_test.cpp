@@ -5,7 +5,6 @@
 #include <clocale>
 #include <cmath>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -50,23 +49,9 @@ constexpr QorLong kWhole = INT32_MIN; // the contents length is all of the input
 
 class RealTest : public BerTest {
 protected:
-    using Writer = std::function<QorLong(unsigned char **, QorLong *)>;
-
-    Bytes encode(const Writer &write, int *code = nullptr) { return encodeChecked(write, code); }
-
-    Writer real(double v)
-    {
-        return [this, v](unsigned char **pos, QorLong *room) {
-            return _qor_encd_real(&world, pos, room, v);
-        };
-    }
-
-    Writer creal(const char *t)
-    {
-        return [this, t](unsigned char **pos, QorLong *room) {
-            return _qor_encd_creal(&world, pos, room, t);
-        };
-    }
+    Bytes encode(const Write &write) { return encodeChecked(write); }
+    Write real(double v) { return writer(_qor_encd_real, v); }
+    Write creal(const char *t) { return writer(_qor_encd_creal, t); }
 
     // The decoder of `form` over `input`; what it stores lands in d, f, t or
     // m (a text copied out of decoder memory), and what the call left goes
@@ -97,7 +82,7 @@ protected:
                 }
             });
         t = code == 0 && text != nullptr ? text : "";
-        qorMemQueueFreeForTest();
+        releaseBlocks(&world);
         freeTempBlocks();
         return code;
     }
@@ -244,14 +229,9 @@ TEST_F(RealTest, MixedEncoderPicksByKind)
 {
     const QorMixedReal binary = {0, {.binary = 1.0}};
     const QorMixedReal decimal = {1, {.decimal = {nullptr, "1.5"}}};
-    auto mixed = [this](int kind, const QorMixedReal *record) -> Writer {
-        return [this, kind, record](unsigned char **pos, QorLong *room) {
-            return _qor_encd_mreal_ia(&world, pos, room, kind, record);
-        };
-    };
-    EXPECT_EQ(encode(mixed(0, &binary)), hex("80 00 01"));
-    EXPECT_EQ(encode(mixed(1, &decimal)), hex("02 31 2E 35"));
-    EXPECT_EQ(encodeError(mixed(2, &binary)), kDataError);
+    EXPECT_EQ(encode(writer(_qor_encd_mreal_ia, 0, &binary)), hex("80 00 01"));
+    EXPECT_EQ(encode(writer(_qor_encd_mreal_ia, 1, &decimal)), hex("02 31 2E 35"));
+    EXPECT_EQ(encodeError(writer(_qor_encd_mreal_ia, 2, &binary)), kDataError);
     EXPECT_TRUE(messageHas("kind = 2")) << world.errMsgBuffer;
 }
 
@@ -520,11 +500,7 @@ TEST_F(RealTest, HostileContents)
                            "A3 04 80 00 00 00 01", "A3 04 F8 00 00 00 01", "8F 04 7F FF FF FF 01"};
     for (const char *b : edges)
         inputs.push_back(hex(b));
-    uint32_t state = 20240102;
-    auto next = [&state] {
-        state = state * 1103515245u + 12345u;
-        return state >> 16;
-    };
+    Lcg next{20240102};
     const char alphabet[] = "0123456789.,Ee+- ";
     for (int i = 0; i < 20000; i++) {
         Bytes b(next() % 14);
@@ -572,7 +548,7 @@ TEST_F(RealTest, AllocationFailures)
         });
         CountingAllocator::failAt = 0;
         EXPECT_EQ(code, call <= 2 ? QOR_OUT_OF_MEMORY : 0) << call;
-        qorMemQueueFreeForTest();
+        releaseBlocks(&world);
         freeTempBlocks();
     }
 }

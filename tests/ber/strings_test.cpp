@@ -1,16 +1,12 @@
 // BER string contents in every memory form: encoders byte for byte, decoders
 // of primitive and constructed input, size limits and NOCONSTRAIN, the
 // nesting limit of constructed encodings, and hostile input.
-#include <dlfcn.h>
 #include <chrono>
 #include <cstring>
-#include <functional>
 #include <string>
 #include <vector>
 
 #include "ber/ber_support.h"
-#include "frame/world.h"
-#include "memory/temp_block.h"
 
 using namespace qortest;
 
@@ -24,50 +20,11 @@ constexpr int kSizeViolated = QOR_CONSTRAINT_VIOLATED; // message 27
 constexpr int kOutOfMemory = QOR_OUT_OF_MEMORY;        // message 6
 constexpr int kNestedTooDeep = 108;                    // message 180
 
-// One call of an encoder, given the output position and room; of a
-// decoder, given the input position, room and length.
-using Write = std::function<QorLong(unsigned char **, QorLong *)>;
-using Read = std::function<QorLong(unsigned char **, QorLong *, QorLong)>;
-
 using Chars = std::vector<QorULong>;
 
 class StringTest : public BerTest {
 protected:
     enum Form { kBmp, kUni, kUtf8Octets, kUtf8Bmp, kUtf8Uni };
-
-    // `fn` called with `args` after the context and the position and room.
-    template <class Fn, class... Args> Write writer(Fn fn, Args... args)
-    {
-        return [=, this](unsigned char **pos, QorLong *room) {
-            return fn(&world, pos, room, args...);
-        };
-    }
-    template <class Fn, class... Args> Read reader(Fn fn, Args... args)
-    {
-        return [=, this](unsigned char **pos, QorLong *room, QorLong length) {
-            return fn(&world, pos, room, length, args...);
-        };
-    }
-
-    // Decodes the whole of `input` with `read`; its result goes to `*n`.
-    int run(const Bytes &input, const Read &read, QorLong *n = nullptr)
-    {
-        return decode(input, [&](auto... in) {
-            QorLong result = read(in...);
-            if (n != nullptr)
-                *n = result;
-        });
-    }
-
-    // A failed call gives its code; a successful one must return its length.
-    template <class W> Encoding encode(W &&write)
-    {
-        Encoding e = attempt(write);
-        if (e.code == 0) {
-            EXPECT_EQ(e.returned, static_cast<QorLong>(e.bytes.size())) << "returned size";
-        }
-        return e;
-    }
 
     // The decoded octets of the unbounded form, or the code raised.
     int octets(const Bytes &input, Bytes *out, QorLong max = 0)
@@ -161,8 +118,7 @@ TEST_F(StringTest, EncodersWriteEachMemoryFormWithinItsLimits)
          kDataError, "at position 2"},
     };
     for (bool lifted : {false, true}) {
-        world.encodingFlags = lifted ? (world.encodingFlags | NOCONSTRAIN)
-                                     : (world.encodingFlags & ~QorULong{NOCONSTRAIN});
+        setFlag(world.encodingFlags, NOCONSTRAIN, lifted);
         for (const Case &c : cases) {
             SCOPED_TRACE(std::string(c.name) + (lifted ? " NOCONSTRAIN" : ""));
             Encoding e = encode(c.write);
@@ -182,17 +138,10 @@ TEST_F(StringTest, EncodersWriteEachMemoryFormWithinItsLimits)
 
 TEST_F(StringTest, OneFunctionServesTwoNames)
 {
-    // Looked up at run time: a compiler may assume two declared functions
-    // have different addresses and fold a direct comparison.
-    const char *const pairs[][2] = {{"_qor_encd_ustr_ia", "_qor_encd_uoct_ia"},
-                                    {"_qor_encd_vstr_ia", "_qor_encd_voct_ia"},
-                                    {"_qor_dec_vstr_ia", "_qor_dec_voct_ia"},
-                                    {"_qor_dec_vstr_ptr_ia", "_qor_dec_voct_ptr_ia"}};
-    for (const auto &pair : pairs) {
-        void *first = dlsym(RTLD_DEFAULT, pair[0]);
-        EXPECT_NE(first, nullptr) << pair[0];
-        EXPECT_EQ(first, dlsym(RTLD_DEFAULT, pair[1])) << pair[0];
-    }
+    expectOneFunction({{"_qor_encd_ustr_ia", "_qor_encd_uoct_ia"},
+                       {"_qor_encd_vstr_ia", "_qor_encd_voct_ia"},
+                       {"_qor_dec_vstr_ia", "_qor_dec_voct_ia"},
+                       {"_qor_dec_vstr_ptr_ia", "_qor_dec_voct_ptr_ia"}});
 }
 
 // ---------------------------------------------------------------- decoders
@@ -291,8 +240,7 @@ TEST_F(StringTest, DecoderSizeLimits)
         {"voct_ptr truncated", reader(_qor_dec_voct_ptr_ia, &p, -2), 0, 0, 2},
     };
     for (bool lifted : {false, true}) {
-        world.decodingFlags = lifted ? (world.decodingFlags | NOCONSTRAIN)
-                                     : (world.decodingFlags & ~QorULong{NOCONSTRAIN});
+        setFlag(world.decodingFlags, NOCONSTRAIN, lifted);
         for (const Case &c : cases) {
             SCOPED_TRACE(std::string(c.name) + (lifted ? " NOCONSTRAIN" : ""));
             QorLong n = -1;
@@ -563,7 +511,7 @@ TEST_F(StringTest, EveryAllocationMayFail)
         CountingAllocator::reset(at);
         Bytes out;
         int code = octets(input, &out);
-        qorMemQueueFreeForTest();
+        releaseBlocks(&world);
         EXPECT_EQ(CountingAllocator::outstanding, 0);
         if (code == 0) {
             EXPECT_EQ(out, repeat("41", 40));
@@ -602,13 +550,9 @@ TEST_F(StringTest, NestedDecodeTakesTemporaryMemory)
     // blocks the value is the newest piece and the only one left; in a
     // caller's temporary buffer the piece built apart goes back.
     alignas(16) static unsigned char scratch[4096];
-    QorBuf tempBuffer = {sizeof scratch, scratch};
     for (bool callerTemp : {false, true}) {
-        if (callerTemp) {
-            ASSERT_EQ(qorSetTemporaryBuffer(&world, &tempBuffer), 0);
-            world.tempLow = world.privateArea->tempBuffer;
-            world.tempHigh = world.tempLow + world.privateArea->tempBufferSize;
-        }
+        if (callerTemp)
+            useTemporaryBuffer(scratch, sizeof scratch);
         for (int segments : callerTemp ? std::vector<int>{30} : std::vector<int>{1, 3, 30}) {
             SCOPED_TRACE(testing::Message() << segments << (callerTemp ? " caller's buffer" : ""));
             Bytes input = concat({hex("24 80"), repeat("04 02 41 42", segments), hex("00 00")});

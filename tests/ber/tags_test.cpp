@@ -30,15 +30,9 @@ TEST_F(Tags, HeadersAreWrittenInOnePiece)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.bytes);
-        EXPECT_EQ(encoded([&](unsigned char **pos, QorLong *room) {
-                      return _qor_encd_tag_length(&world, pos, room, c.length, c.tag);
-                  }),
-                  hex(c.bytes));
+        EXPECT_EQ(encoded(writer(_qor_encd_tag_length, c.length, c.tag)), hex(c.bytes));
     }
-    EXPECT_EQ(encoded([&](unsigned char **pos, QorLong *room) {
-                  return _qor_encd_tag_length2(&world, pos, room, 200, 0x04, 0xA1);
-              }),
-              hex("A1 81 CB 04 81 C8"));
+    EXPECT_EQ(encoded(writer(_qor_encd_tag_length2, 200, 0x04, 0xA1)), hex("A1 81 CB 04 81 C8"));
 }
 
 TEST_F(Tags, ReadingTagsAndLengths)
@@ -151,10 +145,5 @@ TEST_F(Tags, SkippingDefiniteAndIndefiniteItems)
         << "an indefinite item inside";
     world.encRules = QOR_BER;
     // Deep nesting costs time linear in the input, and ends cleanly.
-    Bytes deep;
-    for (int i = 0; i < 100000; i++) {
-        deep.push_back(0x30);
-        deep.push_back(0x80);
-    }
-    EXPECT_EQ(decoded(deep, skip(-1)), QOR_MORE_INPUT);
+    EXPECT_EQ(decoded(repeat("30 80", 100000), skip(-1)), QOR_MORE_INPUT);
 }

@@ -1,7 +1,6 @@
 // BER UTCTime and GeneralizedTime: the record forms under BER, CER and DER,
 // the text forms and their check, and hostile contents.
 #include <cstring>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -42,34 +41,24 @@ constexpr QorLong kWhole = INT32_MIN; // the contents length is all of the input
 
 class TimeTest : public BerTest {
 protected:
-    using Writer = std::function<QorLong(unsigned char **, QorLong *)>;
-
     // The text `write` puts below an empty output, checked as encodeChecked does.
-    std::string encode(const Writer &write, int *code = nullptr)
+    std::string encode(const Write &write)
     {
-        Bytes b = encodeChecked(write, code);
+        Bytes b = encodeChecked(write);
         return std::string(b.begin(), b.end());
     }
 
-    Writer gtime(GeneralizedTime t)
+    // A record encoder, given the record.
+    Write record(Form form, GeneralizedTime t)
     {
-        return [this, t](unsigned char **pos, QorLong *room) {
-            return _qor_encd_gtime(&world, pos, room, &t);
-        };
+        auto fn = form == Form::kRecordU ? _qor_encd_utime : _qor_encd_gtime;
+        return [this, fn, t](unsigned char **pos, QorLong *room) { return fn(&world, pos, room, &t); };
     }
-
-    Writer utime(GeneralizedTime t)
+    Write gtime(GeneralizedTime t) { return record(Form::kRecordG, t); }
+    Write utime(GeneralizedTime t) { return record(Form::kRecordU, t); }
+    Write untime(const char *t, QorLong max, int kind)
     {
-        return [this, t](unsigned char **pos, QorLong *room) {
-            return _qor_encd_utime(&world, pos, room, &t);
-        };
-    }
-
-    Writer untime(const char *t, QorLong max, int kind)
-    {
-        return [this, t, max, kind](unsigned char **pos, QorLong *room) {
-            return _qor_encd_untime(&world, pos, room, t, max, kind);
-        };
+        return writer(_qor_encd_untime, t, max, kind);
     }
 
     // The decoder of `form` over `input`; a record lands in `time`, a text
@@ -96,7 +85,7 @@ protected:
                 }
             });
         decodedText = code == 0 && out != nullptr ? out : "";
-        qorMemQueueFreeForTest();
+        releaseBlocks(&world);
         return code;
     }
 
@@ -158,7 +147,7 @@ TEST_F(TimeTest, Encoders)
     for (const Case &c : cases) {
         SCOPED_TRACE(show(c.t) + " under " + std::to_string(c.rules));
         world.encRules = c.rules;
-        Writer write = c.form == Form::kRecordU ? utime(c.t) : gtime(c.t);
+        Write write = record(c.form, c.t);
         if (c.text != nullptr) {
             EXPECT_EQ(encode(write), c.text);
         } else {
@@ -257,16 +246,19 @@ TEST_F(TimeTest, Decoders)
 
 TEST_F(TimeTest, DecodeMisencoded)
 {
-    for (const char *s : {"24010203045Z", "24X", "2", "", "240102030405Zx", "240102030405.5Z",
-                          "2401020304+1", "2401020304+", "240102030405z", "2401020304+01000"}) {
+    const std::pair<Form, const char *> cases[] = {
+        {Form::kRecordU, "24010203045Z"},   {Form::kRecordU, "24X"},
+        {Form::kRecordU, "2"},              {Form::kRecordU, ""},
+        {Form::kRecordU, "240102030405Zx"}, {Form::kRecordU, "240102030405.5Z"},
+        {Form::kRecordU, "2401020304+1"},   {Form::kRecordU, "2401020304+"},
+        {Form::kRecordU, "240102030405z"},  {Form::kRecordU, "2401020304+01000"},
+        {Form::kRecordG, "202401"},         {Form::kRecordG, "2024"},
+        {Form::kRecordG, "20240102030405.5.Z"}, {Form::kRecordG, "2024010203045Z"},
+        {Form::kRecordG, "2O24010203Z"},    {Form::kRecordG, "20240102030405.5Zx"},
+    };
+    for (const auto &[form, s] : cases) {
         SCOPED_TRACE(s);
-        EXPECT_EQ(decodeAs(Form::kRecordU, s), kDataError);
-        EXPECT_TRUE(messageHas("0037E")) << world.errMsgBuffer;
-    }
-    for (const char *s : {"202401", "2024", "20240102030405.5.Z", "2024010203045Z", "2O24010203Z",
-                          "20240102030405.5Zx"}) {
-        SCOPED_TRACE(s);
-        EXPECT_EQ(decodeAs(Form::kRecordG, s), kDataError);
+        EXPECT_EQ(decodeAs(form, s), kDataError);
         EXPECT_TRUE(messageHas("0037E")) << world.errMsgBuffer;
     }
     EXPECT_EQ(decodeAs(Form::kRecordG, text("20240102030405Z"), -1), kDataError);
@@ -327,11 +319,7 @@ TEST_F(TimeTest, HostileContents)
             inputs.back()[place] = static_cast<unsigned char>(v);
         }
     }
-    uint32_t state = 19710917;
-    auto next = [&state] {
-        state = state * 1103515245u + 12345u;
-        return state >> 16;
-    };
+    Lcg next{19710917};
     const char alphabet[] = "0123456789012345678901234567890123456789Zz+-.,\0 ";
     for (int i = 0; i < 20000; i++) {
         Bytes b(next() % 26);
@@ -365,7 +353,7 @@ TEST_F(TimeTest, AllocationFailure)
               QOR_OUT_OF_MEMORY);
     EXPECT_TRUE(messageHas("0008S")) << world.errMsgBuffer;
     CountingAllocator::failAt = 0;
-    qorMemQueueFreeForTest();
+    releaseBlocks(&world);
 }
 
 // ---------------------------------------------------------------- text forms

@@ -30,27 +30,15 @@ QorControlTable tableWith(QorInitEntry init, uint16_t ber = QOR_BER_VERSION, uin
     return t;
 }
 
-Raw sampleValue()
-{
-    static unsigned char text[] = "abc";
-    return {3, text};
-}
-
 // Encodes and decodes a small value on `world`; true when both work.
 bool roundTrips(QorGlobal *world)
 {
-    Raw value = sampleValue();
-    QorBuf out = {0, nullptr};
-    if (qorEncode(world, PDU_Raw, &value, &out) != 0)
-        return false;
+    Raw value = rawText("abc");
     void *decoded = nullptr;
-    int pdu = PDU_Raw;
-    QorBuf in = out;
-    bool ok = qorDecode(world, &pdu, &in, &decoded) == 0 &&
-              static_cast<Raw *>(decoded)->length == 3;
-    if (decoded != nullptr)
-        qorFreePDU(world, pdu, decoded);
-    qorFreeBuf(world, out.value);
+    if (decodePdu(world, encodePdu(world, PDU_Raw, &value), PDU_Raw, &decoded) != 0)
+        return false;
+    bool ok = static_cast<Raw *>(decoded)->length == 3;
+    qorFreePDU(world, PDU_Raw, decoded);
     return ok;
 }
 
@@ -195,7 +183,7 @@ TEST(Context, BriefContextHasNoTableAndNoNestingLimits)
     ASSERT_NE(world.privateArea, nullptr);
     EXPECT_EQ(qorGetConstructedNestingLimit(&world), 0);
     EXPECT_EQ(qorGetSeqSetNestingLimit(&world), 0);
-    Raw value = sampleValue();
+    Raw value = rawText("abc");
     QorBuf out = {0, nullptr};
     qorLinkBer(&world);
     EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_NULL_TABLE);

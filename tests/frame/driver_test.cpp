@@ -48,9 +48,7 @@ TEST_F(Driver, RoundTripsAcrossBlockSizes)
     for (size_t n : {size_t{0}, size_t{1}, size_t{127}, size_t{128}, size_t{1021}, size_t{1022},
                      size_t{1024}, size_t{3000}, size_t{70000}}) {
         SCOPED_TRACE(n);
-        Bytes contents(n);
-        for (size_t i = 0; i < n; i++)
-            contents[i] = static_cast<unsigned char>(i * 7 + 1);
+        Bytes contents = pattern(n);
         Raw value = rawOf(contents);
         expectRoundTrip(&world, PDU_Raw, &value, encodingOfRaw(contents), [&](void *decoded) {
             auto *raw = static_cast<Raw *>(decoded);
@@ -62,8 +60,7 @@ TEST_F(Driver, RoundTripsAcrossBlockSizes)
 
 TEST_F(Driver, CallerBufferHoldsTheEncodingAtItsEnd)
 {
-    Bytes contents = {'a', 'b'};
-    Raw value = rawOf(contents);
+    Raw value = rawText("ab");
     unsigned char room[16];
     QorBuf out = {sizeof room, room};
     ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
@@ -86,8 +83,7 @@ TEST_F(Driver, FullCallerBufferIsReturnCodeOneWithItsSize)
 
 TEST_F(Driver, FrontDoorRefusesBadArguments)
 {
-    Bytes contents = {1};
-    Raw value = rawOf(contents);
+    Raw value = rawText("\x01");
     QorBuf out = {0, nullptr};
     EXPECT_EQ(qorEncode(nullptr, PDU_Raw, &value, &out), QOR_BAD_ARG);
     EXPECT_EQ(qorEncode(&world, PDU_Raw, nullptr, &out), QOR_BAD_ARG);
@@ -109,8 +105,7 @@ TEST_F(Driver, FrontDoorRefusesBadArguments)
 
 TEST_F(Driver, RulesMustBeKnownAllowedAndLinked)
 {
-    Bytes contents = {1};
-    Raw value = rawOf(contents);
+    Raw value = rawText("\x01");
     QorBuf out = {0, nullptr};
     for (int rules : {QOR_ECN, 10, -1}) {
         world.encRules = rules;
@@ -129,21 +124,16 @@ TEST_F(Driver, RulesMustBeKnownAllowedAndLinked)
     EXPECT_STREQ(world.errMsgBuffer, "E0118S: The encoder/decoder was generated without support "
                                      "for selected encoding rules:'DER'.\n");
     world.ruleBits |= QOR_RULE_DER_ALLOWED;
-    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
-    qorFreeBuf(&world, out.value);
-
+    encodePdu(&world, PDU_Raw, &value);
     world.encRules = QOR_CER;
-    out = {0, nullptr};
-    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
-    qorFreeBuf(&world, out.value);
+    encodePdu(&world, PDU_Raw, &value);
 }
 
 TEST_F(Driver, MissingEntryOrWrongVersionIsReportedByTheDriver)
 {
     QorControlTable table = testSchemaTable;
     world.ctlTable = &table;
-    Bytes contents = {1};
-    Raw value = rawOf(contents);
+    Raw value = rawText("\x01");
     QorBuf out = {0, nullptr};
     table.berEncodeEntry = nullptr;
     EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_NULL_FUNCTION);
@@ -151,8 +141,7 @@ TEST_F(Driver, MissingEntryOrWrongVersionIsReportedByTheDriver)
     table = testSchemaTable;
     table.berVersion = 16;
     EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_BAD_VERSION);
-    EXPECT_NE(std::string(world.errMsgBuffer).find("runtime library version, 17."),
-              std::string::npos);
+    EXPECT_TRUE(messageHas("runtime library version, 17.")) << world.errMsgBuffer;
     world.ctlTable = &testSchemaTable;
 }
 
@@ -170,13 +159,12 @@ TEST_F(Driver, FailedEncodeFreesItsBlocksWhateverTheEntryWrote)
 
 TEST_F(Driver, FailedDecodeFreesEverythingAndClearsTheOutput)
 {
-    Bytes input = hex("30 00");
-    QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
-    void *decoded = reinterpret_cast<void *>(0);
+    // The entry leaves scratch of every kind behind.
     int pdu = 0;
-    EXPECT_EQ(qorDecode(&world, &pdu, &in, &decoded), QOR_DATA_ERROR);
-    EXPECT_EQ(decoded, nullptr);
+    EXPECT_EQ(decodePdu(&world, hex("30 00"), 0, nullptr, &pdu), QOR_DATA_ERROR);
     EXPECT_EQ(CountingAllocator::outstanding, 0);
+    EXPECT_EQ(world.altDecList, nullptr);
+    EXPECT_EQ(world.tempBlockList, nullptr);
     EXPECT_EQ(pdu, PDU_Fault);
     EXPECT_STREQ(qorGetErrMsg(&world),
                  "D0037E: Value misencoded or length wrong for value; check PDU #2 'Fault'.\n");
@@ -223,13 +211,10 @@ TEST_F(Driver, DecodeIntoACallersBufferAlignsItAndCountsWhatItUsed)
 
 TEST_F(Driver, LibraryMemoryDecodeReportsTheBytesObtained)
 {
-    Bytes input = hex("04 03 41 42 43");
-    QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
     void *out = nullptr;
-    int pdu = 0;
-    ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), 0);
+    ASSERT_EQ(decodePdu(&world, hex("04 03 41 42 43"), 0, &out), 0);
     EXPECT_EQ(world.decodingLength, static_cast<QorLong>(sizeof(Raw) + 8)) << "pieces are rounded to 8";
-    qorFreePDU(&world, pdu, out);
+    qorFreePDU(&world, PDU_Raw, out);
     world.decodingLength = 0;
 }
 
@@ -260,38 +245,24 @@ TEST_F(Driver, ConsecutivePdusDecodeFromOneBuffer)
 
 TEST_F(Driver, DecoderMismatchAndUnknownTags)
 {
-    Bytes input = hex("04 01 41");
-    QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
-    void *out = nullptr;
-    int pdu = PDU_Fault;
-    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_BAD_CHOICE_OR_PDU);
+    EXPECT_EQ(decodePdu(&world, hex("04 01 41"), PDU_Fault), QOR_BAD_CHOICE_OR_PDU);
     EXPECT_STREQ(qorGetErrMsg(&world), "D0034E: PDU number and input tags do not match: "
                                        "[UNIVERSAL 4] (expected tag [UNIVERSAL 16]).\n");
     EXPECT_STREQ(qorDescribeReturnCode(&world, 9),
                  "The PDU number that you specified does not match the tag found in the encoded data");
-    Bytes unknown = hex("45 00");
-    in = {2, unknown.data()};
-    pdu = 0;
-    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_DATA_ERROR);
+    EXPECT_EQ(decodePdu(&world, hex("45 00")), QOR_DATA_ERROR);
     EXPECT_STREQ(qorGetErrMsg(&world), "D0054S: PDU tag not recognized: [APPLICATION 5].\n");
 }
 
 TEST_F(Driver, TruncatedInputEndsInACleanCodeAtEveryLength)
 {
     Bytes full = encodingOfRaw(Bytes(300, 7));
-    for (size_t n = 1; n < full.size(); n++) {
-        Bytes cut(full.begin(), full.begin() + static_cast<long>(n));
-        QorBuf in = {static_cast<QorLong>(n), cut.data()};
-        void *out = nullptr;
-        int pdu = 0;
-        ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_MORE_INPUT) << n;
-        EXPECT_EQ(out, nullptr);
-    }
-    Bytes lies = hex("04 84 7F FF FF FF 00");
-    QorBuf in = {static_cast<QorLong>(lies.size()), lies.data()};
-    void *out = nullptr;
-    int pdu = 0;
-    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_MORE_INPUT) << "a length beyond the input";
+    for (size_t n = 1; n < full.size(); n++)
+        ASSERT_EQ(decodePdu(&world, Bytes(full.begin(), full.begin() + static_cast<long>(n))),
+                  QOR_MORE_INPUT)
+            << n;
+    EXPECT_EQ(decodePdu(&world, hex("04 84 7F FF FF FF 00")), QOR_MORE_INPUT)
+        << "a length beyond the input";
 }
 
 TEST_F(Driver, SizingModeCountsWithoutMemoryAndKeepsTheMessageOnFailure)
@@ -317,17 +288,12 @@ TEST_F(Driver, TrappingTurnsAMemoryViolationIntoReturnCode14)
     EXPECT_EQ(world.encodingFlags & NOTRAPPING, 0u);
     QorBuf out = {0, nullptr};
     EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_MEMORY_VIOLATION);
-    EXPECT_NE(std::string(qorGetErrMsg(&world))
-                  .find("E0014S: A memory-violation error occurred, signal 11; check"),
-              std::string::npos);
+    EXPECT_TRUE(messageHas("E0014S: A memory-violation error occurred, signal 11; check"));
     EXPECT_EQ(CountingAllocator::outstanding, 0);
 
     // The trap is gone after the call, and a trapped call that succeeds leaves none.
-    Bytes contents = {1, 2};
-    Raw value = rawOf(contents);
-    out = {0, nullptr};
-    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
-    qorFreeBuf(&world, out.value);
+    Raw value = rawText("\x01\x02");
+    encodePdu(&world, PDU_Raw, &value);
     qorSetEncodingFlags(&world, 0);
 }
 
@@ -368,8 +334,7 @@ TEST(FreePdu, NeedsATableAndAnEntry)
 
 TEST(Legacy, EncodeAndDecodeWithoutAContext)
 {
-    unsigned char text[] = "xyz";
-    Raw value = {3, text};
+    Raw value = rawText("xyz");
     unsigned char *encoded = nullptr;
     QorLong length = 0;
     char message[512] = "untouched";
@@ -402,8 +367,7 @@ TEST(Legacy, CallersBuffersThroughBufferProvided)
 {
     QorGlobal world;
     ASSERT_EQ(qorinit(&world, &testSchemaTable), 0);
-    unsigned char text[] = "hi";
-    Raw value = {2, text};
+    Raw value = rawText("hi");
     unsigned char room[32];
     unsigned char *encoded = room;
     QorLong length = sizeof room;
@@ -443,8 +407,7 @@ TEST_F(Driver, AnErrorOnANestedContextReachesTheOutermostFrame)
     f.raiser = RAISE_NESTED;
     QorBuf out = {0, nullptr};
     EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_CONSTRAINT_VIOLATED);
-    EXPECT_NE(std::string(qorGetErrMsg(&world)).find("E0071S: Value not among the ENUMERATED: 9;"),
-              std::string::npos);
+    EXPECT_TRUE(messageHas("E0071S: Value not among the ENUMERATED: 9;")) << world.errMsgBuffer;
     world.childWorld = nullptr;
 }
 
@@ -460,10 +423,6 @@ void raisingFree(QorGlobal *world, void *p)
     if (raisingFrees++ == 0)
         _qor_enc_error(raisingWorld != nullptr ? raisingWorld : world, 48, 1);
 }
-
-} // namespace
-
-namespace {
 
 QorFreeFn countingFree;
 long freesBeforeRaise;
@@ -535,8 +494,7 @@ TEST_F(Driver, ADecodeThatCannotArmItsTrapLeavesTheCallersBuffer)
 {
     // The previous call used the library's memory; this one a caller's
     // buffer, and fails before decoding anything.
-    unsigned char text[] = "abc";
-    Raw raw = {3, text};
+    Raw raw = rawText("abc");
     QorBuf out = {0, nullptr};
     ASSERT_EQ(qorEncode(&world, PDU_Raw, &raw, &out), 0);
     void *savedSync = world.syncObject;

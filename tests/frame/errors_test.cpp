@@ -20,11 +20,16 @@ protected:
         return qorGetErrMsg(&world);
     }
 
-    static Fault fault(int message, int raiser)
+    static Fault fault(int message, int raiser, QorLong number = 0, QorLong high = 0,
+                       double real = 0, const char *text = nullptr)
     {
         Fault f{};
         f.message = message;
         f.raiser = raiser;
+        f.number = number;
+        f.high = high;
+        f.real = real;
+        f.text = text;
         f.element = 3;
         return f;
     }
@@ -49,54 +54,29 @@ const char kPath[] =
 
 TEST_F(Errors, EachKindOfValueIsShownAsTheCatalogueAsks)
 {
-    Fault f = fault(22, RAISE_LONG); // signed
-    f.number = -42;
-    EXPECT_EQ(raised(f, 17), std::string("E0062S: Value range constraint violated, value = -42") + kPath);
-
-    f = fault(23, RAISE_LONG); // unsigned
-    f.number = -1;
-    EXPECT_EQ(raised(f, 17),
-              std::string("E0062S: Value range constraint violated, value = 4294967295") + kPath);
-
-    f = fault(22, RAISE_LONGLONG);
-    f.number = 0;
-    f.high = INT32_MIN;
-    EXPECT_EQ(raised(f, 17),
-              std::string("E0062S: Value range constraint violated, value = -9223372036854775808") +
-                  kPath);
-
-    f = fault(24, RAISE_REAL);
-    f.real = 1.5e300;
-    EXPECT_EQ(raised(f, 17),
-              std::string("E0062S: Value range constraint violated, value = 1.5e+300") + kPath);
-    f.real = 0.25;
-    EXPECT_EQ(raised(f, 17),
-              std::string("E0062S: Value range constraint violated, value = 0.25") + kPath);
-
-    f = fault(19, RAISE_STRING);
-    f.text = "abc";
-    EXPECT_EQ(raised(f, 17),
-              std::string("E0061S: Single value constraint violated, value = 'abc'") + kPath);
-
-    f = fault(29, RAISE_LONG); // character
-    f.number = 'Q';
-    EXPECT_EQ(raised(f, 17),
-              std::string("E0064S: Permitted alphabet constraint violated, bad character: 'Q'") +
-                  kPath);
-    f.number = 0x1F600;
-    EXPECT_EQ(raised(f, 17), std::string("E0064S: Permitted alphabet constraint violated, bad "
-                                         "character: {0,1,246,0}") +
-                                 kPath);
-    f.number = 7;
-    EXPECT_NE(raised(f, 17).find("{0,0,0,7}"), std::string::npos);
-
-    f = fault(30, RAISE_LONG); // no value
-    f.number = 99;
-    EXPECT_EQ(raised(f, 17), std::string("E0065S: Absence constraint violated") + kPath);
-
-    f = fault(85, RAISE_LONG); // takes a value, shows none
-    EXPECT_EQ(raised(f, 5),
-              std::string("E0095S: Mandatory field is not present in extension group: ") + kPath);
+    const char *const range = "E0062S: Value range constraint violated, value = ";
+    const char *const alphabet = "E0064S: Permitted alphabet constraint violated, bad character: ";
+    struct Case {
+        Fault f;
+        int code;
+        std::string expected; // before the location
+    } cases[] = {
+        {fault(22, RAISE_LONG, -42), 17, range + std::string("-42")}, // signed
+        {fault(23, RAISE_LONG, -1), 17, range + std::string("4294967295")}, // unsigned
+        {fault(22, RAISE_LONGLONG, 0, INT32_MIN), 17, range + std::string("-9223372036854775808")},
+        {fault(24, RAISE_REAL, 0, 0, 1.5e300), 17, range + std::string("1.5e+300")},
+        {fault(24, RAISE_REAL, 0, 0, 0.25), 17, range + std::string("0.25")},
+        {fault(19, RAISE_STRING, 0, 0, 0, "abc"), 17,
+         "E0061S: Single value constraint violated, value = 'abc'"},
+        {fault(29, RAISE_LONG, 'Q'), 17, alphabet + std::string("'Q'")}, // a character
+        {fault(29, RAISE_LONG, 0x1F600), 17, alphabet + std::string("{0,1,246,0}")},
+        {fault(29, RAISE_LONG, 7), 17, alphabet + std::string("{0,0,0,7}")},
+        {fault(30, RAISE_LONG, 99), 17, "E0065S: Absence constraint violated"}, // no value
+        // Takes a value, shows none.
+        {fault(85, RAISE_LONG), 5, "E0095S: Mandatory field is not present in extension group: "},
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(raised(c.f, c.code), c.expected + kPath);
 }
 
 TEST_F(Errors, TagsShowTheirClassAndTheExpectedTag)

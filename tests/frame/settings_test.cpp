@@ -2,8 +2,6 @@
 // against the table's feature bits and the linked drivers, release versions,
 // hooks, retained extension additions, and the fixed results of the calls kept
 // for older applications.
-#include <dlfcn.h>
-
 #include <cstdarg>
 #include <cstdio>
 #include <string>
@@ -20,6 +18,11 @@ class SettingsRules : public ContextTest {
 protected:
     void SetUp() override
     {
+        CountingAllocator::reset();
+        start();
+    }
+    void start()
+    {
         static QorControlTable plain = [] {
             QorControlTable t = testSchemaTable;
             t.initEntry = [](QorGlobal *w) {
@@ -30,7 +33,6 @@ protected:
             return t;
         }();
         ASSERT_EQ(qorinit(&world, &plain), 0);
-        CountingAllocator::reset();
         CountingAllocator::install(&world);
     }
 };
@@ -113,46 +115,40 @@ TEST_F(SettingsRules, UnlinkedOrUncarriedRulesAreStoredWithTwentyThree)
 TEST_F(SettingsRules, AnUnlinkedFamilyFailsAtTheEncoderToo)
 {
     ASSERT_EQ(qorSetEncodingRules(&world, QOR_PER_UNALIGNED), QOR_RULES_NOT_LINKED);
-    unsigned char text[] = "a";
-    Raw value = {1, text};
+    Raw value = rawText("a");
     QorBuf out = {0, nullptr};
     EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_RULES_NOT_LINKED);
     EXPECT_EQ(out.value, nullptr);
 }
 
+// A table's feature set gates linked rules by the first `count` of its bits:
+// a table made for DER only has bit 3 alone, and CER's bit 7 carries all
+// three BER codes. A table without one leaves only the link test.
 TEST_F(SettingsRules, FeatureBitsOfTheTableGateLinkedRules)
 {
-    // A table made for DER only: bit 3 alone, within a count of 8.
-    static QorULong derOnly = 0x8;
-    ASSERT_EQ(qorPrivateSetMoreFlags(&world, 8, &derOnly), 0);
-    EXPECT_EQ(qorSetEncodingRules(&world, QOR_BER), 0);
-    EXPECT_EQ(qorSetEncodingRules(&world, QOR_DER), 0);
-    EXPECT_EQ(qorSetEncodingRules(&world, QOR_CER), QOR_RULES_NOT_LINKED);
-    EXPECT_EQ(qorGetEncodingRules(&world), QOR_CER);
-}
-
-TEST_F(SettingsRules, CerBitCarriesAllThreeBerCodes)
-{
-    static QorULong cerOnly = 0x80;
-    ASSERT_EQ(qorPrivateSetMoreFlags(&world, 8, &cerOnly), 0);
-    for (int rules : {QOR_BER, QOR_DER, QOR_CER})
-        EXPECT_EQ(qorSetEncodingRules(&world, rules), 0) << rules;
-}
-
-TEST_F(SettingsRules, BitsBeyondTheCountDontCount)
-{
-    static QorULong bits = 0xFF;
-    ASSERT_EQ(qorPrivateSetMoreFlags(&world, 3, &bits), 0);
-    EXPECT_EQ(qorSetEncodingRules(&world, QOR_BER), 0) << "bit 0";
-    EXPECT_EQ(qorSetEncodingRules(&world, QOR_DER), QOR_RULES_NOT_LINKED) << "bit 3 is the fourth";
-    EXPECT_EQ(qorSetEncodingRules(&world, QOR_CER), QOR_RULES_NOT_LINKED);
-}
-
-TEST_F(SettingsRules, NoFeatureSetLeavesOnlyTheLinkTest)
-{
-    ASSERT_EQ(qorPrivateSetMoreFlags(&world, 0, nullptr), 0);
-    EXPECT_EQ(qorSetEncodingRules(&world, QOR_CER), 0);
-    EXPECT_EQ(qorSetEncodingRules(&world, QOR_PER_ALIGNED), QOR_RULES_NOT_LINKED);
+    constexpr int kNo = QOR_RULES_NOT_LINKED;
+    static QorULong derOnly = 0x8, cerOnly = 0x80, all = 0xFF;
+    struct Case {
+        int count;
+        QorULong *bits;
+        int ber, der, cer, per;
+    } cases[] = {
+        {8, &derOnly, 0, 0, kNo, kNo},
+        {8, &cerOnly, 0, 0, 0, kNo},
+        {3, &all, 0, kNo, kNo, kNo}, // bit 3 is the fourth
+        {0, nullptr, 0, 0, 0, kNo},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(testing::Message() << c.count << " bits " << (c.bits ? *c.bits : 0));
+        qorterm(&world); // the first feature set stays: each case on a new context
+        start();
+        ASSERT_EQ(qorPrivateSetMoreFlags(&world, c.count, c.bits), 0);
+        for (auto [rules, code] : {std::pair{QOR_BER, c.ber}, std::pair{QOR_DER, c.der},
+                                   std::pair{QOR_CER, c.cer}, std::pair{QOR_PER_ALIGNED, c.per}}) {
+            EXPECT_EQ(qorSetEncodingRules(&world, rules), code) << rules;
+            EXPECT_EQ(qorGetEncodingRules(&world), rules);
+        }
+    }
 }
 
 TEST_F(SettingsRules, TheFirstFeatureSetWins)
@@ -231,11 +227,7 @@ TEST_F(SettingsValues, DebugFlagsPrintErrorMessagesThroughTheUserPrint)
     printed.clear();
     ASSERT_EQ(qorSetUserPrint(&world, nullptr, collect), 0);
     ASSERT_EQ(qorSetDebugFlags(&world, QOR_DEBUG_ERRORS), 0);
-    int pdu = 0;
-    void *decoded = nullptr;
-    unsigned char junk[] = {0x1F};
-    QorBuf in = {1, junk};
-    EXPECT_NE(qorDecode(&world, &pdu, &in, &decoded), 0);
+    EXPECT_NE(decodePdu(&world, hex("1F")), 0);
     EXPECT_NE(printed.find(qorGetErrMsg(&world)), std::string::npos) << printed;
 }
 
@@ -430,15 +422,10 @@ TEST(SettingsFixedResults, CompressionHooksAreAbsent)
 // Older applications find these by name: each pair is one entry point.
 TEST(SettingsFixedResults, PairedNamesAreOneFunction)
 {
-    const char *const pairs[][2] = {
+    expectOneFunction({
         {"qorGetObj", "qorUnmarkObj"},
         {"qorSetCompressDecompressFunctions", "qorGetCompressDecompressFunctions"},
         {"qorSetCompressDecompressInfo", "qorGetCompressDecompressInfo"},
         {"qorSetCompSizeEstimator", "qorGetCompSizeEstimator"},
-    };
-    for (const auto &pair : pairs) {
-        void *first = dlsym(RTLD_DEFAULT, pair[0]);
-        ASSERT_NE(first, nullptr) << pair[0];
-        EXPECT_EQ(first, dlsym(RTLD_DEFAULT, pair[1])) << pair[1];
-    }
+    });
 }

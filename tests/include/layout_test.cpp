@@ -6,100 +6,82 @@
 
 #include "qorapi.h"
 
-#define PIN(type, field, offset) EXPECT_EQ(offsetof(type, field), size_t{offset}) << #field
+namespace {
+
+struct Pin {
+    const char *field;
+    size_t offset;
+    size_t expected;
+};
+#define PIN(type, field, offset) {#type "." #field, offsetof(type, field), offset}
+
+void expectPins(std::initializer_list<Pin> pins)
+{
+    for (const Pin &p : pins)
+        EXPECT_EQ(p.offset, p.expected) << p.field;
+}
+
+} // namespace
 
 TEST(Layout, SmallRecords)
 {
     EXPECT_EQ(sizeof(QorLong), 4u);
     EXPECT_EQ(sizeof(QorBuf), 16u);
-    PIN(QorBuf, value, 8);
     EXPECT_EQ(sizeof(QorMemBlockRecord), 8u + 52 * sizeof(void *) + sizeof(void *));
-    PIN(QorMemBlockRecord, slot, 8);
-    PIN(QorMemBlockRecord, next, 424);
     EXPECT_EQ(sizeof(QorFieldInfo), 24u);
-    PIN(QorFieldInfo, kind, 16);
     EXPECT_EQ(sizeof(QorFieldRecord), 24u);
-    PIN(QorFieldRecord, index, 16);
     EXPECT_EQ(sizeof(QorOpenType), 24u);
-    PIN(QorOpenType, length, 4);
-    PIN(QorOpenType, encoded, 8);
-    PIN(QorOpenType, decoded, 16);
     EXPECT_EQ(sizeof(QorOpenTypeUser), 32u);
-    PIN(QorOpenTypeUser, userField, 24);
-    PIN(QorMixedReal, value.binary, 8);
-    PIN(QorMixedReal, value.decimal.text, 16);
+    expectPins({
+        PIN(QorBuf, value, 8), PIN(QorMemBlockRecord, slot, 8), PIN(QorMemBlockRecord, next, 424),
+        PIN(QorFieldInfo, kind, 16), PIN(QorFieldRecord, index, 16), PIN(QorOpenType, length, 4),
+        PIN(QorOpenType, encoded, 8), PIN(QorOpenType, decoded, 16),
+        PIN(QorOpenTypeUser, userField, 24), PIN(QorMixedReal, value.binary, 8),
+        PIN(QorMixedReal, value.decimal.text, 16)
+    });
 }
 
 TEST(Layout, ControlTable)
 {
-    PIN(QorControlTable, berEncodeEntry, 8);
-    PIN(QorControlTable, berDecodeEntry, 16);
-    PIN(QorControlTable, freeEntry, 24);
-    PIN(QorControlTable, berVersion, 32);
-    PIN(QorControlTable, perEncodeEntry, 40);
-    PIN(QorControlTable, perDecodeEntry, 48);
-    PIN(QorControlTable, perVersion, 56);
-    PIN(QorControlTable, reserved, 60);
-    PIN(QorControlTable, printEntry, 72);
     EXPECT_EQ(sizeof(QorControlTable), 80u);
-
-    PIN(QorXapiEntries, copyEntry, 8);
-    PIN(QorXapiEntries, compareEntry, 16);
-    PIN(QorXapiEntries, xerEncodeEntry, 24);
-    PIN(QorXapiEntries, xerDecodeEntry, 32);
-    PIN(QorXapiEntries, xerVersion, 40);
-    PIN(QorXapiEntries, constraintEntry, 48);
-    PIN(QorXapiEntries, reserved, 56);
-    PIN(QorXapiEntries, exerEncodeEntry, 64);
-    PIN(QorXapiEntries, exerDecodeEntry, 72);
-    PIN(QorXapiEntries, exerVersion, 80);
-    PIN(QorXapiEntries, oerVersion, 82);
-    PIN(QorXapiEntries, oerEncodeEntry, 88);
-    PIN(QorXapiEntries, oerDecodeEntry, 96);
     EXPECT_EQ(sizeof(QorXapiEntries), 104u);
+    expectPins({
+        PIN(QorControlTable, berEncodeEntry, 8), PIN(QorControlTable, berDecodeEntry, 16),
+        PIN(QorControlTable, freeEntry, 24), PIN(QorControlTable, berVersion, 32),
+        PIN(QorControlTable, perEncodeEntry, 40), PIN(QorControlTable, perDecodeEntry, 48),
+        PIN(QorControlTable, perVersion, 56), PIN(QorControlTable, reserved, 60),
+        PIN(QorControlTable, printEntry, 72), PIN(QorXapiEntries, copyEntry, 8),
+        PIN(QorXapiEntries, compareEntry, 16), PIN(QorXapiEntries, xerEncodeEntry, 24),
+        PIN(QorXapiEntries, xerDecodeEntry, 32), PIN(QorXapiEntries, xerVersion, 40),
+        PIN(QorXapiEntries, constraintEntry, 48), PIN(QorXapiEntries, reserved, 56),
+        PIN(QorXapiEntries, exerEncodeEntry, 64), PIN(QorXapiEntries, exerDecodeEntry, 72),
+        PIN(QorXapiEntries, exerVersion, 80), PIN(QorXapiEntries, oerVersion, 82),
+        PIN(QorXapiEntries, oerEncodeEntry, 88), PIN(QorXapiEntries, oerDecodeEntry, 96)
+    });
 }
 
 TEST(Layout, Context)
 {
-    PIN(QorGlobal, mallocp, 0);
-    PIN(QorGlobal, freep, 16);
-    PIN(QorGlobal, printChop, 24);
-    PIN(QorGlobal, printStream, 40);
-    PIN(QorGlobal, printFn, 48);
-    PIN(QorGlobal, userVar, 56);
-    PIN(QorGlobal, ctlTable, 64);
-    PIN(QorGlobal, encRules, 76);
-    PIN(QorGlobal, encodingFlags, 80);
-    PIN(QorGlobal, decodingFlags, 84);
-    PIN(QorGlobal, decodingLength, 88);
-    PIN(QorGlobal, errMsgBuffer, 92);
-    PIN(QorGlobal, internalFlags, 604);
-    PIN(QorGlobal, jumpFrame, 608);
-    PIN(QorGlobal, lastError, 624);
-    PIN(QorGlobal, errMsgTarget, 632);
-    PIN(QorGlobal, userBuffer, 640);
-    PIN(QorGlobal, fieldStack, 648);
-    PIN(QorGlobal, pduNumber, 656);
-    PIN(QorGlobal, pduNames, 664);
-    PIN(QorGlobal, operation, 672);
-    PIN(QorGlobal, outPos, 680);
-    PIN(QorGlobal, outRoom, 688);
-    PIN(QorGlobal, blockQueue, 696);
-    PIN(QorGlobal, blockQueueTail, 1128);
-    PIN(QorGlobal, totalBytes, 1176);
-    PIN(QorGlobal, ruleBits, 1180);
-    PIN(QorGlobal, perAligned, 1188);
-    PIN(QorGlobal, bitOffset, 1192);
-    PIN(QorGlobal, parentWorld, 1200);
-    PIN(QorGlobal, inPos, 1216);
-    PIN(QorGlobal, inRoom, 1224);
-    PIN(QorGlobal, encLength, 1240);
-    PIN(QorGlobal, blockStack, 1248);
-    PIN(QorGlobal, userMalloc, 1280);
-    PIN(QorGlobal, presetDecFlags, 1308);
-    PIN(QorGlobal, privateArea, 1312);
-    PIN(QorGlobal, syncObject, 1336);
-    PIN(QorGlobal, traceFile, 1376);
-    PIN(QorGlobal, reservedForGeneratedCode, 1440);
     EXPECT_EQ(sizeof(QorGlobal), 1472u);
+    expectPins({
+        PIN(QorGlobal, mallocp, 0), PIN(QorGlobal, freep, 16), PIN(QorGlobal, printChop, 24),
+        PIN(QorGlobal, printStream, 40), PIN(QorGlobal, printFn, 48), PIN(QorGlobal, userVar, 56),
+        PIN(QorGlobal, ctlTable, 64), PIN(QorGlobal, encRules, 76),
+        PIN(QorGlobal, encodingFlags, 80), PIN(QorGlobal, decodingFlags, 84),
+        PIN(QorGlobal, decodingLength, 88), PIN(QorGlobal, errMsgBuffer, 92),
+        PIN(QorGlobal, internalFlags, 604), PIN(QorGlobal, jumpFrame, 608),
+        PIN(QorGlobal, lastError, 624), PIN(QorGlobal, errMsgTarget, 632),
+        PIN(QorGlobal, userBuffer, 640), PIN(QorGlobal, fieldStack, 648),
+        PIN(QorGlobal, pduNumber, 656), PIN(QorGlobal, pduNames, 664),
+        PIN(QorGlobal, operation, 672), PIN(QorGlobal, outPos, 680), PIN(QorGlobal, outRoom, 688),
+        PIN(QorGlobal, blockQueue, 696), PIN(QorGlobal, blockQueueTail, 1128),
+        PIN(QorGlobal, totalBytes, 1176), PIN(QorGlobal, ruleBits, 1180),
+        PIN(QorGlobal, perAligned, 1188), PIN(QorGlobal, bitOffset, 1192),
+        PIN(QorGlobal, parentWorld, 1200), PIN(QorGlobal, inPos, 1216),
+        PIN(QorGlobal, inRoom, 1224), PIN(QorGlobal, encLength, 1240),
+        PIN(QorGlobal, blockStack, 1248), PIN(QorGlobal, userMalloc, 1280),
+        PIN(QorGlobal, presetDecFlags, 1308), PIN(QorGlobal, privateArea, 1312),
+        PIN(QorGlobal, syncObject, 1336), PIN(QorGlobal, traceFile, 1376),
+        PIN(QorGlobal, reservedForGeneratedCode, 1440)
+    });
 }

@@ -24,24 +24,13 @@ constexpr unsigned char kSentinel = 0xEE; // beyond what a reader may write
 using AppendFn = void (*)(QorGlobal *, unsigned char);
 using GetFn = QorULong (*)(QorGlobal *);
 
-const AppendFn kAppend[9] = {nullptr,
-                             _qor_append_1bit_unaligned,
-                             _qor_append_2bit_unaligned,
-                             _qor_append_3bit_unaligned,
-                             _qor_append_4bit_unaligned,
-                             _qor_append_5bit_unaligned,
-                             _qor_append_6bit_unaligned,
-                             _qor_append_7bit_unaligned,
-                             _qor_append_8bit_unaligned};
-const GetFn kGet[9] = {nullptr,
-                       _qor_get_1bit_unaligned,
-                       _qor_get_2bit_unaligned,
-                       _qor_get_3bit_unaligned,
-                       _qor_get_4bit_unaligned,
-                       _qor_get_5bit_unaligned,
-                       _qor_get_6bit_unaligned,
-                       _qor_get_7bit_unaligned,
-                       _qor_get_8bit_unaligned};
+const AppendFn kAppend[9] = {
+    nullptr, _qor_append_1bit_unaligned, _qor_append_2bit_unaligned, _qor_append_3bit_unaligned,
+    _qor_append_4bit_unaligned, _qor_append_5bit_unaligned, _qor_append_6bit_unaligned,
+    _qor_append_7bit_unaligned, _qor_append_8bit_unaligned};
+const GetFn kGet[9] = {nullptr, _qor_get_1bit_unaligned, _qor_get_2bit_unaligned,
+                       _qor_get_3bit_unaligned, _qor_get_4bit_unaligned, _qor_get_5bit_unaligned,
+                       _qor_get_6bit_unaligned, _qor_get_7bit_unaligned, _qor_get_8bit_unaligned};
 
 // The stream as it must come out: one entry a bit, first bit first.
 struct BitModel {
@@ -176,14 +165,14 @@ protected:
     }
     void TearDown() override
     {
-        releaseBlocks();
+        qortest::releaseBlocks(&world);
         ContextTest::TearDown();
     }
 
     // Output into the library's blocks (or only counted), or into a caller's buffer.
     void startWriting(bool aligned, bool sizing = false)
     {
-        releaseBlocks();
+        qortest::releaseBlocks(&world);
         world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
         if (sizing)
             world.encodingFlags |= DETERMINE_ENC_LENGTH;
@@ -220,13 +209,7 @@ protected:
         return qortest::inFrame(&world, QOR_OP_DECODE, body);
     }
 
-    long blockCount() const
-    {
-        long n = 0;
-        for (const QorMemBlockRecord *r = &world.blockQueue; r != nullptr; r = r->next)
-            n += r->count;
-        return n;
-    }
+    long blockCount() const { return qortest::blocksListed(&world); }
 
     // Every octet of the blocks that holds a written bit.
     Bytes written()
@@ -236,24 +219,6 @@ protected:
             out.push_back(*world.outPos);
         return out;
     }
-
-    void releaseBlocks()
-    {
-        QorMemBlockRecord *r = &world.blockQueue;
-        while (r != nullptr) {
-            for (int i = 0; i < r->count; i++)
-                world.userFree(&world, r->slot[i]);
-            QorMemBlockRecord *next = r->next;
-            if (r != &world.blockQueue)
-                world.userFree(&world, r);
-            r = next;
-        }
-        world.blockQueue.count = 0;
-        world.blockQueue.next = nullptr;
-        world.blockQueueTail = &world.blockQueue;
-    }
-
-    bool messageHas(const char *part) const { return strstr(world.errMsgBuffer, part) != nullptr; }
 };
 
 // ---------------------------------------------------------------------------

@@ -99,8 +99,7 @@ TEST_F(DecoderMemory, EncodingThroughATemporaryBufferTakesOnlyTheResultFromTheAl
     ASSERT_EQ(qorSetTemporaryBuffer(&world, &small), 0);
     out = {0, nullptr};
     EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_OUT_OF_MEMORY);
-    EXPECT_NE(std::string(qorGetErrMsg(&world)).find("0132S: Buffer provided for temporary memory"),
-              std::string::npos);
+    EXPECT_TRUE(messageHas("0132S: Buffer provided for temporary memory")) << world.errMsgBuffer;
     qorSetTemporaryBuffer(&world, nullptr);
 }
 

@@ -22,25 +22,20 @@ TEST_F(Handles, DecodedValuesLandInTheHandleAndGoWithIt)
     std::vector<Bytes> encodings;
     for (int rules : {QOR_BER, QOR_DER}) {
         world.encRules = rules;
-        QorBuf out = {0, nullptr};
-        ASSERT_EQ(qorEncode(&world, PDU_PersonnelRecord, &personnelExample, &out), 0);
-        encodings.push_back(bytesOf(out));
-        qorFreeBuf(&world, out.value);
+        encodings.push_back(encodePdu(&world, PDU_PersonnelRecord, &personnelExample));
     }
     const long before = CountingAllocator::calls;
     void *handle = qorCreateMemoryHandle(&world, 4096);
     ASSERT_NE(handle, nullptr);
     EXPECT_EQ(qorGetActiveMemoryHandle(&world), handle);
     for (int round = 0; round < 50; round++) {
-        for (Bytes &e : encodings) {
-            QorBuf in = {static_cast<QorLong>(e.size()), e.data()};
+        for (const Bytes &e : encodings) {
             void *out = nullptr;
-            int pdu = 0;
-            ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), 0) << qorGetErrMsg(&world);
+            ASSERT_EQ(decodePdu(&world, e, 0, &out), 0);
             EXPECT_STREQ(static_cast<PersonnelRecord *>(out)->children.value[1].name.givenName,
                          "Susan");
             if (round % 2 == 0)
-                qorFreePDU(&world, pdu, out); // given back piece by piece
+                qorFreePDU(&world, PDU_PersonnelRecord, out); // given back piece by piece
         }
         if (round % 10 == 9) {
             EXPECT_EQ(qorCleanMemoryHandle(&world, handle), 0); // or all at once
@@ -54,10 +49,8 @@ TEST_F(Handles, DecodedValuesLandInTheHandleAndGoWithIt)
     EXPECT_EQ(qorDeleteMemoryHandle(&world, handle), 0);
     EXPECT_EQ(qorGetActiveMemoryHandle(&world), nullptr);
     // The user's allocator is back.
-    QorBuf out = {0, nullptr};
-    ASSERT_EQ(qorEncode(&world, PDU_PersonnelRecord, &personnelExample, &out), 0);
+    encodePdu(&world, PDU_PersonnelRecord, &personnelExample);
     EXPECT_GT(CountingAllocator::calls, before);
-    qorFreeBuf(&world, out.value);
 }
 
 TEST_F(Handles, FreedNeighboursMergeAndLargeRequestsGetABlock)

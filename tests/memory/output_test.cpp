@@ -15,6 +15,14 @@ protected:
     unsigned char *pos = nullptr;
     QorLong room = 0;
 
+    // Writes `data` below what is there, as a BER encoder does.
+    int write(const Bytes &data)
+    {
+        return inFrame(&world, QOR_OP_ENCODE, [&] {
+            _qor_write_bytes_d(&world, &pos, &room, data.data(), static_cast<QorLong>(data.size()));
+        });
+    }
+
     // Gathers what was written backwards, as a BER entry does at its end.
     Bytes gathered()
     {
@@ -28,23 +36,7 @@ protected:
             world.userFree(&world, value);
         return out;
     }
-
-    long blocksListed()
-    {
-        long n = 0;
-        for (const QorMemBlockRecord *r = &world.blockQueue; r != nullptr; r = r->next)
-            n += r->count;
-        return n;
-    }
 };
-
-Bytes pattern(size_t n, unsigned seed = 1)
-{
-    Bytes b(n);
-    for (size_t i = 0; i < n; i++)
-        b[i] = static_cast<unsigned char>((i * 31 + seed) & 0xff);
-    return b;
-}
 
 } // namespace
 
@@ -53,16 +45,11 @@ TEST_F(Output, ItemsWrittenBackwardsComeOutInOrderAcrossBlocks)
     // Items of awkward sizes, prepended one by one: the result is their
     // concatenation in reverse order of writing.
     Bytes expected;
-    ASSERT_EQ(inFrame(&world, QOR_OP_ENCODE,
-                      [&] {
-                          for (size_t size : {1, 1023, 7, 1024, 2049, 0, 300, 5000}) {
-                              Bytes item = pattern(size, static_cast<unsigned>(size));
-                              _qor_write_bytes_d(&world, &pos, &room, item.data(),
-                                                 static_cast<QorLong>(size));
-                              expected.insert(expected.begin(), item.begin(), item.end());
-                          }
-                      }),
-              0);
+    for (size_t size : {1, 1023, 7, 1024, 2049, 0, 300, 5000}) {
+        Bytes item = pattern(size, static_cast<unsigned>(size));
+        ASSERT_EQ(write(item), 0);
+        expected.insert(expected.begin(), item.begin(), item.end());
+    }
     EXPECT_EQ(gathered(), expected);
 }
 
@@ -71,16 +58,12 @@ TEST_F(Output, BlockBoundaries)
     // An item written with no room starts a new block with no empty slice;
     // exactly 1024 octets fill a block and leave room 0.
     Bytes block = pattern(1024);
-    ASSERT_EQ(inFrame(&world, QOR_OP_ENCODE,
-                      [&] { _qor_write_bytes_d(&world, &pos, &room, block.data(), 1024); }),
-              0);
+    ASSERT_EQ(write(block), 0);
     EXPECT_EQ(room, 0);
-    EXPECT_EQ(blocksListed(), 1);
+    EXPECT_EQ(blocksListed(&world), 1);
     Bytes one = {0xAB};
-    ASSERT_EQ(inFrame(&world, QOR_OP_ENCODE,
-                      [&] { _qor_write_bytes_d(&world, &pos, &room, one.data(), 1); }),
-              0);
-    EXPECT_EQ(blocksListed(), 2);
+    ASSERT_EQ(write(one), 0);
+    EXPECT_EQ(blocksListed(&world), 2);
     EXPECT_EQ(room, 1023);
     Bytes expected = one;
     expected.insert(expected.end(), block.begin(), block.end());
@@ -90,12 +73,7 @@ TEST_F(Output, BlockBoundaries)
 TEST_F(Output, FiftyThreeBlocksNeedASecondRecord)
 {
     Bytes big = pattern(53 * 1024, 9);
-    ASSERT_EQ(inFrame(&world, QOR_OP_ENCODE,
-                      [&] {
-                          _qor_write_bytes_d(&world, &pos, &room, big.data(),
-                                             static_cast<QorLong>(big.size()));
-                      }),
-              0);
+    ASSERT_EQ(write(big), 0);
     EXPECT_EQ(world.blockQueue.count, 52);
     ASSERT_NE(world.blockQueue.next, nullptr);
     EXPECT_EQ(world.blockQueue.next->count, 1);
@@ -106,13 +84,8 @@ TEST_F(Output, FiftyThreeBlocksNeedASecondRecord)
 TEST_F(Output, SizingModeCountsAndWritesNothing)
 {
     world.encodingFlags |= DETERMINE_ENC_LENGTH;
-    Bytes big = pattern(3000);
-    ASSERT_EQ(inFrame(&world, QOR_OP_ENCODE,
-                      [&] {
-                          _qor_write_bytes_d(&world, &pos, &room, big.data(), 3000);
-                          _qor_write_bytes_d(&world, &pos, &room, big.data(), 5);
-                      }),
-              0);
+    ASSERT_EQ(write(pattern(3000)), 0);
+    ASSERT_EQ(write(pattern(5)), 0);
     EXPECT_EQ(world.encLength, 3005);
     EXPECT_EQ(CountingAllocator::calls, 0);
     world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
@@ -277,7 +250,7 @@ TEST_F(SetOf, AFailureInsideNestedSetsFreesEveryFrameAndElement)
     Bags outer = {3, inner};
     QorBuf out = {0, nullptr};
     EXPECT_EQ(qorEncode(&world, PDU_Bags, &outer, &out), 16);
-    EXPECT_NE(std::string(qorGetErrMsg(&world)).find("length of value = 4001"), std::string::npos);
+    EXPECT_TRUE(messageHas("length of value = 4001")) << world.errMsgBuffer;
     EXPECT_EQ(world.blockStack, nullptr);
     EXPECT_EQ(CountingAllocator::outstanding, 0);
 }
@@ -322,11 +295,8 @@ TEST_F(Output, EncoderStackFramesComeAndGo)
     EXPECT_EQ(count, 3);
     EXPECT_EQ(CountingAllocator::outstanding, 1);
     // The next encode starts from the bottom frame, and gives back what was left.
-    static unsigned char text[] = "x";
-    Raw value = {1, text};
-    QorBuf out = {0, nullptr};
-    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
-    qorFreeBuf(&world, out.value);
+    Raw value = rawText("x");
+    encodePdu(&world, PDU_Raw, &value);
 }
 
 TEST_F(SetOf, AnAllocatorFailingAtEveryCallOfASortedRoundTripLeavesNothing)

@@ -1,5 +1,6 @@
 // Temporary memory of a call: stack-ordered pieces, the temporary stack,
-// alternate decoder memory, and their release by the drivers.
+// alternate decoder memory, and their release by the drivers (after a failure:
+// Driver.FailedDecodeFreesEverythingAndClearsTheOutput).
 #include <cstring>
 
 #include "frame/world.h"
@@ -64,10 +65,7 @@ TEST_F(TempMemory, StackBlocksAreAtLeast4096AndFitLargePieces)
 TEST_F(TempMemory, AStackBlockCannotGrowInACallersTemporaryBuffer)
 {
     alignas(16) static unsigned char scratch[256];
-    QorBuf temp = {sizeof scratch, scratch};
-    ASSERT_EQ(qorSetTemporaryBuffer(&world, &temp), 0);
-    world.tempLow = scratch;
-    world.tempHigh = scratch + sizeof scratch;
+    useTemporaryBuffer(scratch, sizeof scratch);
     EXPECT_EQ(inFrame(&world, QOR_OP_DECODE, [&] { _qor_tstk_add_block(&world, 1); }),
               QOR_OUT_OF_MEMORY);
     void *a = nullptr;
@@ -81,8 +79,7 @@ TEST_F(TempMemory, AStackBlockCannotGrowInACallersTemporaryBuffer)
                       }),
               QOR_OUT_OF_MEMORY);
     EXPECT_EQ(a, scratch);
-    qorSetTemporaryBuffer(&world, nullptr);
-    world.tempLow = world.tempHigh = nullptr;
+    useTemporaryBuffer(nullptr, 0);
 }
 
 TEST_F(TempMemory, AlternateMemoryIsAssembledNewestLast)
@@ -90,12 +87,8 @@ TEST_F(TempMemory, AlternateMemoryIsAssembledNewestLast)
     for (bool tempBuffer : {false, true}) {
         SCOPED_TRACE(tempBuffer);
         alignas(16) static unsigned char scratch[512];
-        if (tempBuffer) {
-            QorBuf temp = {sizeof scratch, scratch};
-            ASSERT_EQ(qorSetTemporaryBuffer(&world, &temp), 0);
-            world.tempLow = scratch;
-            world.tempHigh = scratch + sizeof scratch;
-        }
+        if (tempBuffer)
+            useTemporaryBuffer(scratch, sizeof scratch);
         char out[40] = {};
         for (QorLong total : {QorLong{30}, QorLong{20}}) {
             ASSERT_EQ(inFrame(&world, QOR_OP_DECODE,
@@ -118,8 +111,7 @@ TEST_F(TempMemory, AlternateMemoryIsAssembledNewestLast)
         EXPECT_EQ(world.altDecList, nullptr);
         if (tempBuffer) {
             EXPECT_EQ(world.tempHigh, scratch + sizeof scratch);
-            qorSetTemporaryBuffer(&world, nullptr);
-            world.tempLow = world.tempHigh = nullptr;
+            useTemporaryBuffer(nullptr, 0);
         }
     }
 }
@@ -137,21 +129,7 @@ TEST_F(TempMemory, FreeingAlternateMemoryUpToAMark)
               0);
     EXPECT_NE(world.altDecList, nullptr);
     // What a call leaves behind goes with the call.
-    static unsigned char text[] = "x";
-    Raw value = {1, text};
-    QorBuf out = {0, nullptr};
-    ASSERT_EQ(qorEncode(&world, PDU_Raw, &value, &out), 0);
+    Raw value = rawText("x");
+    encodePdu(&world, PDU_Raw, &value);
     EXPECT_EQ(world.altDecList, nullptr);
-    qorFreeBuf(&world, out.value);
-}
-
-TEST_F(TempMemory, AFailedDecodeReleasesScratchOfEveryKind)
-{
-    Bytes input = hex("30 00");
-    QorBuf in = {2, input.data()};
-    void *out = nullptr;
-    int pdu = 0;
-    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_DATA_ERROR);
-    EXPECT_EQ(world.altDecList, nullptr);
-    EXPECT_EQ(CountingAllocator::outstanding, 0);
 }

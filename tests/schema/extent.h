@@ -3,6 +3,8 @@
 #ifndef EXTENT_H
 #define EXTENT_H
 
+#include <string.h>
+
 #include "qorapi.h"
 
 typedef struct Extent {
@@ -55,6 +57,47 @@ static inline int peek(QorGlobal *world, unsigned char **pos, const QorLong *roo
                        const Extent *e, unsigned char tag)
 {
     return more(world, pos, room, e) && (*pos)[0] == tag;
+}
+
+/* A one-octet tag in the packed form of messages: class in bits 15-14,
+ * number below. */
+static inline QorLong packedTag(unsigned char tag)
+{
+    return ((QorLong)(tag >> 6) << 14) | (tag & 0x1f);
+}
+
+/* Decodes one element of a list into the memory at `element`. */
+typedef void (*ElementDecoder)(QorGlobal *world, unsigned char **pos, QorLong *room,
+                               void *element);
+
+/* A SEQUENCE OF or SET OF of unknown count: elements of `size` octets,
+ * cleared and then decoded, in fragment blocks of `perBlock` elements in
+ * temporary memory, gathered into one array at the end. Returns the array;
+ * the count goes to `*count`. */
+static inline void *decodeList(QorGlobal *world, unsigned char **pos, QorLong *room,
+                               QorULong tag, QorLong size, QorLong perBlock,
+                               ElementDecoder decodeElement, QorLong *count)
+{
+    Extent e;
+    void *list = NULL;
+    void *current = NULL;
+    QorLong inBlock = perBlock, blocks = 0;
+    *count = 0;
+    beginValue(world, pos, room, tag, &e);
+    while (more(world, pos, room, &e)) {
+        unsigned char *element;
+        if (inBlock == perBlock) {
+            _qor_allocate_memblock(world, &current, &list, perBlock * size);
+            inBlock = 0;
+            blocks++;
+        }
+        element = (unsigned char *)current + inBlock++ * size;
+        memset(element, 0, (size_t)size);
+        decodeElement(world, pos, room, element);
+        (*count)++;
+    }
+    endValue(world, pos, room, &e);
+    return _qor_consolidate_memblock_fast(world, size, *count, list, perBlock, blocks, inBlock, 0);
 }
 
 #endif

@@ -2,8 +2,6 @@
  * generated BER code would be. Encoders put a SET's components in canonical
  * tag order, which every rule accepts and DER requires; decoders take them in
  * any order, with definite or indefinite lengths. */
-#include <string.h>
-
 #include "testschema.h"
 
 #include "extent.h"
@@ -123,11 +121,12 @@ static char *decodeExplicit(QorGlobal *world, unsigned char **pos, QorLong *room
 
 static void tagNotRecognized(QorGlobal *world, unsigned char tag)
 {
-    _qor_enc_error(world, MSG_TAG_NOT_RECOGNIZED, ((QorLong)(tag >> 6) << 14) | (tag & 0x1f));
+    _qor_enc_error(world, MSG_TAG_NOT_RECOGNIZED, packedTag(tag));
 }
 
-static void decodeChild(QorGlobal *world, unsigned char **pos, QorLong *room, ChildInformation *v)
+static void decodeChild(QorGlobal *world, unsigned char **pos, QorLong *room, void *out)
 {
+    ChildInformation *v = (ChildInformation *)out;
     Extent e;
     int seen = 0;
     beginValue(world, pos, room, TAG_SET & ~0x20, &e);
@@ -150,30 +149,6 @@ static void decodeChild(QorGlobal *world, unsigned char **pos, QorLong *room, Ch
 }
 
 enum { CHILDREN_PER_BLOCK = 8 };
-
-static void decodeChildren(QorGlobal *world, unsigned char **pos, QorLong *room, PersonnelRecord *v)
-{
-    Extent e;
-    void *list = NULL;
-    void *current = NULL;
-    QorLong count = 0, inBlock = CHILDREN_PER_BLOCK, blocks = 0;
-    beginValue(world, pos, room, 0x83, &e);
-    while (more(world, pos, room, &e)) {
-        if (inBlock == CHILDREN_PER_BLOCK) {
-            _qor_allocate_memblock(world, &current, &list,
-                                   CHILDREN_PER_BLOCK * (QorLong)sizeof(ChildInformation));
-            inBlock = 0;
-            blocks++;
-        }
-        memset((ChildInformation *)current + inBlock, 0, sizeof(ChildInformation));
-        decodeChild(world, pos, room, (ChildInformation *)current + inBlock++);
-        count++;
-    }
-    endValue(world, pos, room, &e);
-    v->children.count = count;
-    v->children.value = (ChildInformation *)_qor_consolidate_memblock_fast(
-        world, sizeof(ChildInformation), count, list, CHILDREN_PER_BLOCK, blocks, inBlock, 0);
-}
 
 void *personnelDecode(QorGlobal *world, unsigned char **pos, QorLong *room)
 {
@@ -217,7 +192,9 @@ void *personnelDecode(QorGlobal *world, unsigned char **pos, QorLong *room)
             break;
         }
         default:
-            decodeChildren(world, pos, room, v);
+            v->children.value = (ChildInformation *)decodeList(
+                world, pos, room, 0x83, sizeof(ChildInformation), CHILDREN_PER_BLOCK, decodeChild,
+                &v->children.count);
         }
     }
     endValue(world, pos, room, &e);

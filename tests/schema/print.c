@@ -3,13 +3,6 @@
  * new lines through _qor_indent, one primitive for each leaf. */
 #include "print.h"
 
-static const char *const typeNames[PDU_COUNT] = {"Raw",    "Fault",           "Bag",     "Bags",
-                                                 "Record", "PersonnelRecord", "Envelope", "Chain"};
-static const char *const pduNames[PDU_COUNT][2] = {
-    {"Raw", "OCTET STRING"}, {"Fault", "Fault"},   {"Bag", "Bag"},
-    {"Bags", "Bags"},        {"Record", "Record"}, {"PersonnelRecord", "PersonnelRecord"},
-    {"Envelope", "Envelope"}, {"Chain", "Chain"}};
-
 static const QorEnumeratorName levelNames[3] = {
     {"low", {0, 0}, Level_low}, {"medium", {0, 0}, Level_medium}, {"high", {0, 0}, Level_high}};
 
@@ -38,36 +31,42 @@ static void endValue(QorGlobal *world)
     qorPrint(world, "}");
 }
 
-static void printBag(QorGlobal *world, const Bag *bag)
+/* Prints one element of a list. */
+typedef void (*ElementPrinter)(QorGlobal *world, const void *element);
+
+/* "{}", or the elements one to a line between braces. */
+static void printList(QorGlobal *world, QorLong count, const void *items, QorLong size,
+                      ElementPrinter printElement)
 {
     QorLong i;
-    if (bag->count == 0) {
+    if (count == 0) {
         qorPrint(world, "{}");
         return;
     }
     beginValue(world);
-    for (i = 0; i < bag->count; i++) {
+    for (i = 0; i < count; i++) {
         if (i > 0)
             nextComponent(world);
-        _qor_prt_oct(world, bag->items[i].data, bag->items[i].length);
+        printElement(world, (const unsigned char *)items + i * size);
     }
     endValue(world);
 }
 
-static void printBags(QorGlobal *world, const Bags *bags)
+static void printOctets(QorGlobal *world, const void *value)
 {
-    QorLong i;
-    if (bags->count == 0) {
-        qorPrint(world, "{}");
-        return;
-    }
-    beginValue(world);
-    for (i = 0; i < bags->count; i++) {
-        if (i > 0)
-            nextComponent(world);
-        printBag(world, &bags->items[i]);
-    }
-    endValue(world);
+    const Raw *raw = (const Raw *)value;
+    _qor_prt_oct(world, raw->data, raw->length);
+}
+
+static void printBag(QorGlobal *world, const void *value)
+{
+    const Bag *bag = (const Bag *)value;
+    printList(world, bag->count, bag->items, sizeof(Raw), printOctets);
+}
+
+static void printNumber(QorGlobal *world, const void *value)
+{
+    qorPrint(world, "%d", (int)*(const QorLong *)value);
 }
 
 /* A Fault prints its opening, takes a display string that it never gives
@@ -118,7 +117,6 @@ static void printPick(QorGlobal *world, const Pick *v)
 
 static void printRecord(QorGlobal *world, const Record *v)
 {
-    QorLong i;
     beginValue(world);
     qorPrint(world, "id %d", (int)v->id);
     nextComponent(world);
@@ -142,17 +140,7 @@ static void printRecord(QorGlobal *world, const Record *v)
     printPick(world, &v->pick);
     nextComponent(world);
     qorPrint(world, "numbers ");
-    if (v->numbers.count == 0) {
-        qorPrint(world, "{}");
-    } else {
-        beginValue(world);
-        for (i = 0; i < v->numbers.count; i++) {
-            if (i > 0)
-                nextComponent(world);
-            qorPrint(world, "%d", (int)v->numbers.value[i]);
-        }
-        endValue(world);
-    }
+    printList(world, v->numbers.count, v->numbers.value, sizeof(QorLong), printNumber);
     if (v->bit_mask & Record_big_present) {
         nextComponent(world);
         qorPrint(world, "big %lld", (long long)v->big);
@@ -184,8 +172,9 @@ static void printName(QorGlobal *world, const Name *v)
     endValue(world);
 }
 
-static void printChild(QorGlobal *world, const ChildInformation *v)
+static void printChild(QorGlobal *world, const void *value)
 {
+    const ChildInformation *v = (const ChildInformation *)value;
     beginValue(world);
     qorPrint(world, "name ");
     printName(world, &v->name);
@@ -197,7 +186,6 @@ static void printChild(QorGlobal *world, const ChildInformation *v)
 
 static void printPersonnel(QorGlobal *world, const PersonnelRecord *v)
 {
-    QorLong i;
     beginValue(world);
     qorPrint(world, "name ");
     printName(world, &v->name);
@@ -214,17 +202,7 @@ static void printPersonnel(QorGlobal *world, const PersonnelRecord *v)
     printName(world, &v->nameOfSpouse);
     nextComponent(world);
     qorPrint(world, "children ");
-    if (v->children.count == 0) {
-        qorPrint(world, "{}");
-    } else {
-        beginValue(world);
-        for (i = 0; i < v->children.count; i++) {
-            if (i > 0)
-                nextComponent(world);
-            printChild(world, &v->children.value[i]);
-        }
-        endValue(world);
-    }
+    printList(world, v->children.count, v->children.value, sizeof(ChildInformation), printChild);
     endValue(world);
 }
 
@@ -260,23 +238,22 @@ int testSchemaPrint(QorGlobal *world, int pdunum, void *value)
         return QOR_PDU_RANGE;
     if (!nested) {
         world->pduNumber = pdu;
-        world->pduNames = pduNames[pdu - 1];
-        qorPrint(world, "value %s ::= ", typeNames[pdu - 1]);
+        world->pduNames = testSchemaPduNames[pdu - 1];
+        qorPrint(world, "value %s ::= ", testSchemaPduNames[pdu - 1][0]);
     }
     switch (pdu) {
-    case PDU_Raw: {
-        const Raw *raw = (const Raw *)value;
-        _qor_prt_oct(world, raw->data, raw->length);
+    case PDU_Raw:
+        printOctets(world, value);
         break;
-    }
     case PDU_Fault:
         printFault(world, (const Fault *)value);
         break;
     case PDU_Bag:
-        printBag(world, (const Bag *)value);
+        printBag(world, value);
         break;
     case PDU_Bags:
-        printBags(world, (const Bags *)value);
+        printList(world, ((const Bags *)value)->count, ((const Bags *)value)->items, sizeof(Bag),
+                  printBag);
         break;
     case PDU_Record:
         printRecord(world, (const Record *)value);

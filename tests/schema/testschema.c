@@ -6,8 +6,6 @@
 
 #include "extent.h"
 
-#include <string.h>
-
 enum {
     MSG_PDU_RANGE = 3,
     MSG_END_OF_INPUT = 45,
@@ -30,13 +28,11 @@ enum {
 };
 enum { MSG_CHOICE_RANGE = 7, MSG_ENUM_RANGE = 36, MSG_FIELD_OMITTED = 117 };
 enum { BAG_SIZE_LIMIT = 4000 };
-/* Packed tags for messages: class in bits 15-14, number below. */
 
-static const char *const pduNames[PDU_COUNT][2] = {{"Raw", "OCTET STRING"}, {"Fault", "Fault"},
-                                                    {"Bag", "Bag"},          {"Bags", "Bags"},
-                                                    {"Record", "Record"},
-                                                    {"PersonnelRecord", "PersonnelRecord"},
-                                                    {"Envelope", "Envelope"}, {"Chain", "Chain"}};
+const char *const testSchemaPduNames[PDU_COUNT][2] = {
+    {"Raw", "OCTET STRING"}, {"Fault", "Fault"},   {"Bag", "Bag"},
+    {"Bags", "Bags"},        {"Record", "Record"}, {"PersonnelRecord", "PersonnelRecord"},
+    {"Envelope", "Envelope"}, {"Chain", "Chain"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -70,8 +66,10 @@ static QorLong writeHeader(QorGlobal *world, unsigned char **pos, QorLong *room,
     return _qor_write_bytes_d(world, pos, room, header, n);
 }
 
-static QorLong encodeOctets(QorGlobal *world, const Raw *raw, unsigned char **pos, QorLong *room)
+static QorLong encodeOctets(QorGlobal *world, const void *value, unsigned char **pos,
+                            QorLong *room)
 {
+    const Raw *raw = (const Raw *)value;
     QorLong n;
     if (raw->length > BAG_SIZE_LIMIT)
         _qor_enc_error(world, MSG_SIZE_EXCEEDED, raw->length);
@@ -79,56 +77,46 @@ static QorLong encodeOctets(QorGlobal *world, const Raw *raw, unsigned char **po
     return n + writeHeader(world, pos, room, TAG_OCTET_STRING, raw->length);
 }
 
+/* Encodes one element of a list below *pos; returns its size. */
+typedef QorLong (*ElementEncoder)(QorGlobal *world, const void *element, unsigned char **pos,
+                                  QorLong *room);
+
 /* SET OF: elements written last first; under DER the library sorts them. */
-static QorLong encodeBag(QorGlobal *world, const Bag *bag, unsigned char tag, unsigned char **pos,
-                         QorLong *room)
+static QorLong encodeSetOf(QorGlobal *world, QorLong count, const void *items, QorLong size,
+                           ElementEncoder encodeElement, unsigned char tag, unsigned char **pos,
+                           QorLong *room)
 {
     QorLong total = 0;
     QorLong i;
-    _qor_beginBlock(world, bag->count, pos, room);
-    for (i = bag->count - 1; i >= 0; i--) {
+    _qor_beginBlock(world, count, pos, room);
+    for (i = count - 1; i >= 0; i--) {
         _qor_nextItem(world, room);
-        total += encodeOctets(world, &bag->items[i], pos, room);
+        total += encodeElement(world, (const unsigned char *)items + i * size, pos, room);
     }
     _qor_endBlock(world, pos, room, 0);
     return total + writeHeader(world, pos, room, tag, total);
 }
 
-static QorLong encodeBags(QorGlobal *world, const Bags *bags, unsigned char **pos, QorLong *room)
+static QorLong encodeBag(QorGlobal *world, const void *value, unsigned char **pos, QorLong *room)
 {
-    QorLong total = 0;
-    QorLong i;
-    _qor_beginBlock(world, bags->count, pos, room);
-    for (i = bags->count - 1; i >= 0; i--) {
-        _qor_nextItem(world, room);
-        total += encodeBag(world, &bags->items[i], TAG_SET, pos, room);
-    }
-    _qor_endBlock(world, pos, room, 0);
-    return total + writeHeader(world, pos, room, TAG_BAGS, total);
+    const Bag *bag = (const Bag *)value;
+    return encodeSetOf(world, bag->count, bag->items, sizeof(Raw), encodeOctets, TAG_SET, pos, room);
 }
 
 static void encodeFault(QorGlobal *world, const Fault *f, unsigned char **pos, QorLong *room)
 {
-    QorFieldRecord root, items, item, x;
     static const unsigned char filler[64];
+    QorFieldRecord root = {NULL, &faultInfo, 0};
+    QorFieldRecord items = {&root, &itemsInfo, 0};
+    QorFieldRecord item = {&items, &itemInfo, 0};
+    QorFieldRecord x = {&item, &xInfo, 0};
     QorLong left = f->written;
     while (left > 0) {
         QorLong n = left < (QorLong)sizeof filler ? left : (QorLong)sizeof filler;
         _qor_write_bytes_d(world, pos, room, filler, n);
         left -= n;
     }
-    root.link = NULL;
-    root.info = &faultInfo;
-    root.index = 0;
-    items.link = &root;
-    items.info = &itemsInfo;
-    items.index = 0;
-    item.link = &items;
-    item.info = &itemInfo;
     item.index = f->element;
-    x.link = &item;
-    x.info = &xInfo;
-    x.index = 0;
     world->fieldStack = &x;
     switch (f->raiser) {
     case RAISE_LONGLONG:
@@ -283,7 +271,7 @@ static int berEncode(QorGlobal *world, int pdunum, void *value)
     if (pdunum < 1 || pdunum > PDU_COUNT)
         _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
     world->pduNumber = pdunum;
-    world->pduNames = pduNames[pdunum - 1];
+    world->pduNames = testSchemaPduNames[pdunum - 1];
     switch (pdunum) {
     case PDU_Raw: {
         const Raw *raw = (const Raw *)value;
@@ -295,10 +283,11 @@ static int berEncode(QorGlobal *world, int pdunum, void *value)
         encodeFault(world, (const Fault *)value, &pos, &room);
         break;
     case PDU_Bag:
-        encodeBag(world, (const Bag *)value, TAG_SET, &pos, &room);
+        encodeBag(world, value, &pos, &room);
         break;
     case PDU_Bags:
-        encodeBags(world, (const Bags *)value, &pos, &room);
+        encodeSetOf(world, ((const Bags *)value)->count, ((const Bags *)value)->items, sizeof(Bag),
+                    encodeBag, TAG_BAGS, &pos, &room);
         break;
     case PDU_Record:
         encodeRecord(world, (const Record *)value, &pos, &room);
@@ -322,12 +311,6 @@ static int berEncode(QorGlobal *world, int pdunum, void *value)
         _qor_set_outmem_d(world, room, &world->outRoom, &world->outPos);
     }
     return 0;
-}
-
-/* A one-octet tag in the packed form of messages. */
-static QorLong packedTag(unsigned char tag)
-{
-    return ((QorLong)(tag >> 6) << 14) | (tag & 0x1f);
 }
 
 static int pduOfTag(unsigned char tag)
@@ -371,58 +354,27 @@ static QorLong decodeInt(QorGlobal *world, unsigned char **pos, QorLong *room, Q
     return _qor_dec_iint(world, pos, room, _qor_dec_tag_length(world, pos, room, tag));
 }
 
-static void decodeOctets(QorGlobal *world, unsigned char **pos, QorLong *room, Raw *raw)
+static void decodeOctets(QorGlobal *world, unsigned char **pos, QorLong *room, void *out)
 {
+    Raw *raw = (Raw *)out;
     QorLong length = header(world, pos, room, TAG_OCTET_STRING);
     raw->length = _qor_dec_uoct_ia(world, pos, room, length, (void **)&raw->data, 0);
 }
 
-/* SET OF of unknown count: fragments in temporary memory, gathered into one
- * array at the end. */
+/* SET OF of unknown count. */
 enum { ELEMENTS_PER_BLOCK = 32 };
 
-static void decodeBag(QorGlobal *world, unsigned char **pos, QorLong *room, Bag *bag)
+static void decodeBag(QorGlobal *world, unsigned char **pos, QorLong *room, void *out)
 {
-    Extent e;
-    void *list = NULL;
-    void *current = NULL;
-    QorLong count = 0, inBlock = ELEMENTS_PER_BLOCK, blocks = 0;
-    beginValue(world, pos, room, TAG_SET & ~0x20, &e);
-    while (more(world, pos, room, &e)) {
-        if (inBlock == ELEMENTS_PER_BLOCK) {
-            _qor_allocate_memblock(world, &current, &list, ELEMENTS_PER_BLOCK * (QorLong)sizeof(Raw));
-            inBlock = 0;
-            blocks++;
-        }
-        decodeOctets(world, pos, room, (Raw *)current + inBlock++);
-        count++;
-    }
-    endValue(world, pos, room, &e);
-    bag->count = count;
-    bag->items = (Raw *)_qor_consolidate_memblock_fast(world, sizeof(Raw), count, list,
-                                                       ELEMENTS_PER_BLOCK, blocks, inBlock, 0);
+    Bag *bag = (Bag *)out;
+    bag->items = (Raw *)decodeList(world, pos, room, TAG_SET & ~0x20, sizeof(Raw),
+                                   ELEMENTS_PER_BLOCK, decodeOctets, &bag->count);
 }
 
 static void decodeBags(QorGlobal *world, unsigned char **pos, QorLong *room, Bags *bags)
 {
-    Extent e;
-    void *list = NULL;
-    void *current = NULL;
-    QorLong count = 0, inBlock = ELEMENTS_PER_BLOCK, blocks = 0;
-    beginValue(world, pos, room, TAG_BAGS & ~0x20, &e);
-    while (more(world, pos, room, &e)) {
-        if (inBlock == ELEMENTS_PER_BLOCK) {
-            _qor_allocate_memblock(world, &current, &list, ELEMENTS_PER_BLOCK * (QorLong)sizeof(Bag));
-            inBlock = 0;
-            blocks++;
-        }
-        decodeBag(world, pos, room, (Bag *)current + inBlock++);
-        count++;
-    }
-    endValue(world, pos, room, &e);
-    bags->count = count;
-    bags->items = (Bag *)_qor_consolidate_memblock_fast(world, sizeof(Bag), count, list,
-                                                       ELEMENTS_PER_BLOCK, blocks, inBlock, 0);
+    bags->items = (Bag *)decodeList(world, pos, room, TAG_BAGS & ~0x20, sizeof(Bag),
+                                    ELEMENTS_PER_BLOCK, decodeBag, &bags->count);
 }
 
 static void decodeInner(QorGlobal *world, unsigned char **pos, QorLong *room, Inner *v)
@@ -464,28 +416,9 @@ static void decodePick(QorGlobal *world, unsigned char **pos, QorLong *room, Pic
     endValue(world, pos, room, &e);
 }
 
-/* SEQUENCE OF INTEGER of unknown count: fragments in temporary memory,
- * gathered into one array at the end. */
-static void decodeNumbers(QorGlobal *world, unsigned char **pos, QorLong *room, Record *v)
+static void decodeNumber(QorGlobal *world, unsigned char **pos, QorLong *room, void *out)
 {
-    Extent e;
-    void *list = NULL;
-    void *current = NULL;
-    QorLong count = 0, inBlock = NUMBERS_PER_BLOCK, blocks = 0;
-    beginValue(world, pos, room, 0x87, &e);
-    while (more(world, pos, room, &e)) {
-        if (inBlock == NUMBERS_PER_BLOCK) {
-            _qor_allocate_memblock(world, &current, &list, NUMBERS_PER_BLOCK * (QorLong)sizeof(QorLong));
-            inBlock = 0;
-            blocks++;
-        }
-        ((QorLong *)current)[inBlock++] = decodeInt(world, pos, room, 0x02);
-        count++;
-    }
-    endValue(world, pos, room, &e);
-    v->numbers.count = count;
-    v->numbers.value = (QorLong *)_qor_consolidate_memblock_fast(
-        world, sizeof(QorLong), count, list, NUMBERS_PER_BLOCK, blocks, inBlock, 0);
+    *(QorLong *)out = decodeInt(world, pos, room, 0x02);
 }
 
 static void decodeRecord(QorGlobal *world, unsigned char **pos, QorLong *room, Record *v)
@@ -521,7 +454,8 @@ static void decodeRecord(QorGlobal *world, unsigned char **pos, QorLong *room, R
     decodePick(world, pos, room, &v->pick);
     if (!peek(world, pos, room, &e, 0xA7))
         _qor_enc_error(world, MSG_FIELD_OMITTED, 0);
-    decodeNumbers(world, pos, room, v);
+    v->numbers.value = (QorLong *)decodeList(world, pos, room, 0x87, sizeof(QorLong),
+                                             NUMBERS_PER_BLOCK, decodeNumber, &v->numbers.count);
     if (peek(world, pos, room, &e, 0x88)) {
         v->big = _qor_dec_llint(world, pos, room, _qor_dec_tag_length(world, pos, room, 0x88));
         v->bit_mask |= Record_big_present;
@@ -590,6 +524,7 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
     QorLong room = world->inRoom;
     unsigned char tag;
     int found;
+    void *value = NULL; /* the caller's output is set on success only */
     if (*pdunum < 0 || *pdunum > PDU_COUNT)
         _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);
     if (room < 1)
@@ -604,44 +539,34 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
         _qor_enc_error(world, MSG_PDU_TAG_MISMATCH, (packedTagOfPdu(*pdunum) << 16) | packedTag(tag));
     }
     world->pduNumber = *pdunum;
-    world->pduNames = pduNames[*pdunum - 1];
+    world->pduNames = testSchemaPduNames[*pdunum - 1];
     switch (*pdunum) {
-    case PDU_Raw: {
-        Raw *raw = (Raw *)_qor_dec_getmem(world, sizeof(Raw));
-        decodeOctets(world, &pos, &room, raw);
-        *output = raw;
+    case PDU_Raw:
+        value = _qor_dec_getmem(world, sizeof(Raw));
+        decodeOctets(world, &pos, &room, value);
         break;
-    }
-    case PDU_Bag: {
-        Bag *bag = (Bag *)_qor_dec_getmem(world, sizeof(Bag));
-        decodeBag(world, &pos, &room, bag);
-        *output = bag;
+    case PDU_Bag:
+        value = _qor_dec_getmem(world, sizeof(Bag));
+        decodeBag(world, &pos, &room, value);
         break;
-    }
-    case PDU_Bags: {
-        Bags *bags = (Bags *)_qor_dec_getmem(world, sizeof(Bags));
-        decodeBags(world, &pos, &room, bags);
-        *output = bags;
+    case PDU_Bags:
+        value = _qor_dec_getmem(world, sizeof(Bags));
+        decodeBags(world, &pos, &room, (Bags *)value);
         break;
-    }
-    case PDU_Record: {
-        Record *record = (Record *)_qor_dec_getmem(world, sizeof(Record));
-        decodeRecord(world, &pos, &room, record);
-        *output = record;
+    case PDU_Record:
+        value = _qor_dec_getmem(world, sizeof(Record));
+        decodeRecord(world, &pos, &room, (Record *)value);
         break;
-    }
     case PDU_PersonnelRecord:
-        *output = personnelDecode(world, &pos, &room);
+        value = personnelDecode(world, &pos, &room);
         break;
-    case PDU_Envelope: {
-        Envelope *envelope = (Envelope *)_qor_dec_getmem(world, sizeof(Envelope));
-        decodeEnvelope(world, &pos, &room, envelope);
-        *output = envelope;
+    case PDU_Envelope:
+        value = _qor_dec_getmem(world, sizeof(Envelope));
+        decodeEnvelope(world, &pos, &room, (Envelope *)value);
         break;
-    }
     case PDU_Chain:
-        *output = decodeChain(world, &pos, &room, TAG_CHAIN & ~0x20, 1,
-                              qorGetSeqSetNestingLimit(world));
+        value = decodeChain(world, &pos, &room, TAG_CHAIN & ~0x20, 1,
+                            qorGetSeqSetNestingLimit(world));
         break;
     case PDU_Fault:
         header(world, &pos, &room, TAG_SEQUENCE & ~0x20);
@@ -655,6 +580,7 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
         world->inRoom = room;
         _qor_enc_error(world, MSG_MISENCODED, 0);
     }
+    *output = value;
     world->inPos = pos;
     world->inRoom = room;
     return 0;

@@ -185,6 +185,9 @@ typedef struct Fault {
     QorLong written;
 } Fault;
 
+/* Each PDU's type reference and the name of its type, for messages. */
+extern const char *const testSchemaPduNames[PDU_COUNT][2];
+
 extern QorControlTable testSchemaTable;
 extern QorXapiEntries testSchemaXapi;
 

@@ -1,6 +1,10 @@
 // Shared test support for every family's tests.
 #include "support/roundtrip.h"
 
+#include "frame/world.h"
+
+#include <dlfcn.h>
+
 #include <cstdlib>
 #include <cstring>
 
@@ -66,14 +70,44 @@ void ContextTest::TearDown()
     EXPECT_EQ(CountingAllocator::outstanding, 0) << "allocations not given back";
 }
 
+void ContextTest::useTemporaryBuffer(unsigned char *buffer, QorLong size)
+{
+    QorBuf b = {size, buffer};
+    ASSERT_EQ(qorSetTemporaryBuffer(&world, buffer != nullptr ? &b : nullptr), 0);
+    world.tempLow = buffer != nullptr ? world.privateArea->tempBuffer : nullptr;
+    world.tempHigh = buffer != nullptr ? world.tempLow + world.privateArea->tempBufferSize : nullptr;
+}
+
 Bytes bytesOf(const QorBuf &buf) { return Bytes(buf.value, buf.value + buf.length); }
+
+long blocksListed(const QorGlobal *world)
+{
+    long n = 0;
+    for (const QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next)
+        n += r->count;
+    return n;
+}
+
+void releaseBlocks(QorGlobal *world)
+{
+    for (QorMemBlockRecord *r = &world->blockQueue; r != nullptr;) {
+        for (int i = 0; i < r->count; i++)
+            world->userFree(world, r->slot[i]);
+        QorMemBlockRecord *next = r->next;
+        if (r != &world->blockQueue)
+            world->userFree(world, r);
+        r = next;
+    }
+    world->blockQueue.count = 0;
+    world->blockQueue.next = nullptr;
+    world->blockQueueTail = &world->blockQueue;
+    world->totalBytes = 0;
+}
 
 Bytes forwardOutput(QorGlobal *world)
 {
     Bytes out;
-    long blocks = 0;
-    for (const QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next)
-        blocks += r->count;
+    const long blocks = blocksListed(world);
     long seen = 0;
     for (const QorMemBlockRecord *r = &world->blockQueue; r != nullptr; r = r->next) {
         for (int i = 0; i < r->count; i++) {
@@ -97,6 +131,51 @@ Bytes hex(const char *text)
         p += 2;
     }
     return out;
+}
+
+Bytes pattern(size_t n, unsigned seed)
+{
+    Bytes b(n);
+    for (size_t i = 0; i < n; i++)
+        b[i] = static_cast<unsigned char>(i * 31 + (i >> 8) + seed);
+    return b;
+}
+
+Bytes encodePdu(QorGlobal *world, int pdu, void *value)
+{
+    QorBuf out = {0, nullptr};
+    EXPECT_EQ(qorEncode(world, pdu, value, &out), 0) << qorGetErrMsg(world);
+    Bytes encoding = bytesOf(out);
+    qorFreeBuf(world, out.value);
+    return encoding;
+}
+
+int decodePdu(QorGlobal *world, const Bytes &input, int pdu, void **value, int *found)
+{
+    Bytes copy = input.empty() ? Bytes{0} : input; // a QorBuf needs octets to point at
+    QorBuf in = {static_cast<QorLong>(input.size()), copy.data()};
+    void *out = nullptr;
+    int code = qorDecode(world, &pdu, &in, &out);
+    if (found != nullptr)
+        *found = pdu;
+    if (code != 0) {
+        EXPECT_EQ(out, nullptr);
+        EXPECT_NE(qorGetErrMsg(world)[0], '\0') << "a failure says why";
+    } else if (value != nullptr) {
+        *value = out;
+    } else {
+        EXPECT_EQ(qorFreePDU(world, pdu, out), 0);
+    }
+    return code;
+}
+
+void expectOneFunction(std::initializer_list<std::pair<const char *, const char *>> pairs)
+{
+    for (const auto &[first, second] : pairs) {
+        void *address = dlsym(RTLD_DEFAULT, first);
+        EXPECT_NE(address, nullptr) << first;
+        EXPECT_EQ(address, dlsym(RTLD_DEFAULT, second)) << second;
+    }
 }
 
 void expectRoundTrip(QorGlobal *world, int pdu, void *value, const Bytes &expected,

@@ -6,7 +6,11 @@
 
 #include <csetjmp>
 #include <cstdint>
+#include <cstring>
 #include <functional>
+#include <initializer_list>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "testschema.h"
@@ -30,6 +34,17 @@ class ContextTest : public ::testing::Test {
 protected:
     void SetUp() override;
     void TearDown() override;
+
+    // Whether the context's message holds `part`.
+    bool messageHas(const std::string &part) const
+    {
+        return strstr(world.errMsgBuffer, part.c_str()) != nullptr;
+    }
+
+    // A caller's temporary buffer, in place as the driver puts it for a
+    // call; null takes it away.
+    void useTemporaryBuffer(unsigned char *buffer, QorLong size);
+
     QorGlobal world{};
 };
 
@@ -56,6 +71,37 @@ Bytes forwardOutput(QorGlobal *world);
 
 Bytes bytesOf(const QorBuf &buf);
 Bytes hex(const char *text); // "04 03 41 42 43"
+Bytes pattern(size_t n, unsigned seed = 1); // octets that differ from their neighbours
+
+// A Raw value of the characters of `text`, which outlives it.
+inline Raw rawText(const char *text)
+{
+    return {static_cast<QorLong>(strlen(text)),
+            reinterpret_cast<unsigned char *>(const_cast<char *>(text))};
+}
+
+// Sets or clears `flag` in one of the context's flag words.
+template <class Word> void setFlag(Word &word, QorULong flag, bool on)
+{
+    word = static_cast<Word>(on ? word | flag : word & ~flag);
+}
+
+// Output blocks listed in the context; given back, as the driver does after a call.
+long blocksListed(const QorGlobal *world);
+void releaseBlocks(QorGlobal *world);
+
+// Encodes `value` as `pdu` into library memory; the call must succeed.
+Bytes encodePdu(QorGlobal *world, int pdu, void *value);
+
+// Decodes `input` as `pdu` (0: the PDU its tag names) into library memory and
+// returns the code. A failure must leave no value and say why; a value is
+// freed unless `value` takes it. `found` gets the PDU decoded.
+int decodePdu(QorGlobal *world, const Bytes &input, int pdu = 0, void **value = nullptr,
+              int *found = nullptr);
+
+// Each pair of names is one entry point of the library, looked up at run time:
+// a compiler may assume two declared functions differ and fold a comparison.
+void expectOneFunction(std::initializer_list<std::pair<const char *, const char *>> pairs);
 
 // Encodes `value` as `pdu` under the current rules and checks, against
 // `expected`: sizing mode, library memory, a caller's buffer of the exact size

@@ -67,9 +67,7 @@ std::vector<Vector> load()
         v.rule = field(object, "rule");
         v.madeBy = field(object, "made_by");
         v.text = field(object, "encoding_text");
-        std::string hexText = field(object, "encoding_hex");
-        for (size_t i = 0; i + 1 < hexText.size(); i += 2)
-            v.encoding.push_back(static_cast<unsigned char>(std::stoi(hexText.substr(i, 2), nullptr, 16)));
+        v.encoding = hex(field(object, "encoding_hex").c_str());
         all.push_back(v);
     }
     return all;

@@ -34,7 +34,8 @@ int collectV(QorGlobal *, const char *format, va_list args)
     return n;
 }
 
-int collect(QorGlobal *, const char *format, ...)
+// For a user print function (a context first) and a print function (a stream).
+template <class First> int collectEither(First, const char *format, ...)
 {
     va_list args;
     va_start(args, format);
@@ -42,15 +43,8 @@ int collect(QorGlobal *, const char *format, ...)
     va_end(args);
     return n;
 }
-
-int collectStream(void *, const char *format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    int n = collectV(nullptr, format, args);
-    va_end(args);
-    return n;
-}
+constexpr auto collect = collectEither<QorGlobal *>;
+constexpr auto collectStream = collectEither<void *>;
 
 // A test may print its own leaves here: PDU number kLeafPdu runs `leaf`.
 constexpr int kLeafPdu = 99;
@@ -154,6 +148,12 @@ protected:
         EXPECT_EQ(world.userPrintFn, nullptr) << "the sink is gone after the call";
     }
 
+    // The text of the primitive `fn` given `args` after the context.
+    template <class Fn, class... Args> std::string leafOf(Fn fn, Args... args)
+    {
+        return textOf(&world, [&](QorGlobal *w) { fn(w, args...); });
+    }
+
     // The text of a leaf printed inside a print call.
     std::string leafText(void (*print)(QorGlobal *))
     {
@@ -221,12 +221,9 @@ TEST_F(Print, PersonnelRecordDecodedFromEveryReferenceFormPrintsAlike)
     for (const char *rule : {"BER", "DER", "CER"}) {
         for (const Vector &v : vectorsFor("personnel.asn", rule)) {
             SCOPED_TRACE(std::string(rule) + " by " + v.madeBy);
-            Bytes input = v.encoding;
-            QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
             void *decoded = nullptr;
-            int pdu = 0;
-            ASSERT_EQ(qorDecode(&world, &pdu, &in, &decoded), 0) << qorGetErrMsg(&world);
-            int code = -1;
+            int pdu = 0, code = -1;
+            ASSERT_EQ(decodePdu(&world, v.encoding, 0, &decoded, &pdu), 0);
             EXPECT_EQ(viaUserPrint(pdu, decoded, &code), kPersonnelText);
             EXPECT_EQ(code, 0);
             EXPECT_EQ(qorFreePDU(&world, pdu, decoded), 0);
@@ -437,9 +434,7 @@ TEST_F(Print, MemoryViolationUnderTrappingIsReturnCode14)
     int code = -1;
     viaUserPrint(PDU_Fault, &f, &code);
     EXPECT_EQ(code, QOR_MEMORY_VIOLATION);
-    EXPECT_NE(std::string(qorGetErrMsg(&world))
-                  .find("0014S: A memory-violation error occurred, signal 11"),
-              std::string::npos)
+    EXPECT_TRUE(messageHas("0014S: A memory-violation error occurred, signal 11"))
         << qorGetErrMsg(&world);
     struct sigaction after;
     sigaction(SIGSEGV, nullptr, &after);
@@ -453,7 +448,7 @@ TEST_F(Print, MemoryViolationUnderTrappingIsReturnCode14)
 
 TEST_F(Print, OlderFormRunsWithoutAContext)
 {
-    Raw raw = {3, reinterpret_cast<unsigned char *>(const_cast<char *>("ABC"))};
+    Raw raw = rawText("ABC");
     testing::internal::CaptureStdout();
     int code = printPDU(nullptr, PDU_Raw, &raw, &table);
     std::string out = testing::internal::GetCapturedStdout();
@@ -478,7 +473,7 @@ TEST_F(Print, BufferFormsLeaveTheUserFunctionsAndFailCleanly)
 {
     ASSERT_EQ(qorSetUserPrint(&world, nullptr, collect), 0);
     ASSERT_EQ(qorSetUserVprint(&world, nullptr, collectV), 0);
-    Raw raw = {3, reinterpret_cast<unsigned char *>(const_cast<char *>("ABC"))};
+    Raw raw = rawText("ABC");
     QorBuf sizeOnly = {1, nullptr};
     EXPECT_EQ(qorPrintPDUToBuffer(&world, PDU_Raw, &raw, &sizeOnly), 0);
     EXPECT_EQ(sizeOnly.length, 25);
@@ -517,7 +512,7 @@ TEST_F(Print, DebugFlagsInstallThePrinters)
 
 TEST_F(Print, NullStreamSilencesUserFunctionsToo)
 {
-    Raw raw = {3, reinterpret_cast<unsigned char *>(const_cast<char *>("ABC"))};
+    Raw raw = rawText("ABC");
     world.printStream = nullptr;
     int code = -1;
     EXPECT_EQ(viaUserPrint(PDU_Raw, &raw, &code), "");
@@ -577,9 +572,7 @@ TEST(PrintRoute, ContextWithoutTableUsesItsPrintFunction)
 TEST_F(Print, BitStrings)
 {
     static const unsigned char bits[] = {0xB3, 0x50, 0xFF, 0x00, 0xAA, 0x55};
-    auto text = [&](QorLong count) {
-        return textOf(&world, [&](QorGlobal *w) { _qor_prt_bit(w, bits, count); });
-    };
+    auto text = [&](QorLong count) { return leafOf(_qor_prt_bit, bits, count); };
     EXPECT_EQ(text(12), "'10110011 0101'B");
     EXPECT_EQ(text(8), "'10110011'B");
     EXPECT_EQ(text(0), "''B");
@@ -593,13 +586,11 @@ TEST_F(Print, BitStrings)
     uint16_t middle = 0x8001;
     uint32_t word = 0x80000001u;
     uint64_t wide = 0xF000000000000001ull;
-    EXPECT_EQ(textOf(&world, [&](QorGlobal *w) { _qor_prt_pbit(w, &small, 1, 3); }), "'101'B");
-    EXPECT_EQ(textOf(&world, [&](QorGlobal *w) { _qor_prt_pbit(w, &middle, 2, 16); }),
-              "'10000000 00000001'B");
-    EXPECT_EQ(textOf(&world, [&](QorGlobal *w) { _qor_prt_pbit(w, &word, 4, 40); }),
-              "'10000000 00000000 00000000 00000001'B")
+    EXPECT_EQ(leafOf(_qor_prt_pbit, &small, 1, 3), "'101'B");
+    EXPECT_EQ(leafOf(_qor_prt_pbit, &middle, 2, 16), "'10000000 00000001'B");
+    EXPECT_EQ(leafOf(_qor_prt_pbit, &word, 4, 40), "'10000000 00000000 00000000 00000001'B")
         << "no more bits than the integer holds";
-    EXPECT_EQ(textOf(&world, [&](QorGlobal *w) { _qor_prt_pbit(w, &wide, 8, 5); }), "'11110'B");
+    EXPECT_EQ(leafOf(_qor_prt_pbit, &wide, 8, 5), "'11110'B");
 }
 
 TEST(NamedBits, LengthFitsItsSizeBounds)
@@ -631,28 +622,24 @@ TEST_F(Print, OctetStringsAndTheCut)
 {
     static const unsigned char ten[] = {0, 1, 2, 3, 0xAB, 5, 6, 7, 8, 9};
     world.printChop = 7;
-    EXPECT_EQ(textOf(&world, [](QorGlobal *w) { _qor_prt_oct(w, ten, 10); }), "'000102 ...'H");
-    EXPECT_EQ(textOf(&world, [](QorGlobal *w) { _qor_prt_hex(w, "0x", ten, 10, nullptr); }),
-              "0x000102")
+    EXPECT_EQ(leafOf(_qor_prt_oct, ten, 10), "'000102 ...'H");
+    EXPECT_EQ(leafOf(_qor_prt_hex, "0x", ten, 10, nullptr), "0x000102")
         << "without a suffix the cut is not marked";
     world.printChop = 0;
-    EXPECT_EQ(textOf(&world, [](QorGlobal *w) { _qor_prt_hex(w, nullptr, ten, 10, "!"); }),
-              "00010203AB0506070809!");
-    EXPECT_EQ(textOf(&world, [](QorGlobal *w) { _qor_prt_oct(w, ten, 0); }), "''H");
+    EXPECT_EQ(leafOf(_qor_prt_hex, nullptr, ten, 10, "!"), "00010203AB0506070809!");
+    EXPECT_EQ(leafOf(_qor_prt_oct, ten, 0), "''H");
 }
 
 TEST_F(Print, CharacterStringsWithOctetsThatAreNotPrintable)
 {
-    auto text = [&](const char *data, QorLong n) {
-        return textOf(&world, [&](QorGlobal *w) { _qor_prt_char(w, data, n); });
-    };
+    auto text = [&](const char *data, QorLong n) { return leafOf(_qor_prt_char, data, n); };
     EXPECT_EQ(text("abc\x01", 4), R"({"abc", {0, 1}})");
     EXPECT_EQ(text("\x01", 1), "{0, 1}") << "one tuple alone has no braces";
     EXPECT_EQ(text("", 0), R"("")");
     EXPECT_EQ(text("a\xe9z\x7f", 4), R"({"a", {14, 9}, "z", {7, 15}})")
         << "octets above 126 are no characters, in any locale";
     EXPECT_EQ(text("a\0b", 3), R"({"a", {0, 0}, "b"})");
-    EXPECT_EQ(textOf(&world, [](QorGlobal *w) { _qor_prt_nchar(w, "Director"); }), R"("Director")");
+    EXPECT_EQ(leafOf(_qor_prt_nchar, "Director"), R"("Director")");
 
     // The chop counts characters, separators and tuples, not the opening quote.
     world.printChop = 5;
@@ -666,7 +653,7 @@ TEST_F(Print, CharacterStringsWithOctetsThatAreNotPrintable)
 TEST_F(Print, MultiOctetStrings)
 {
     auto text = [&](const void *data, QorLong count, int width) {
-        return textOf(&world, [&](QorGlobal *w) { _qor_prt_mbchar(w, data, count, width); });
+        return leafOf(_qor_prt_mbchar, data, count, width);
     };
     world.printChop = 0;
     EXPECT_EQ(text("h\xc3\xa9llo", 6, 1), R"({"h", {0, 0, 0, 233}, "llo"})");
@@ -693,9 +680,7 @@ TEST_F(Print, MultiOctetStrings)
 
 TEST_F(Print, DoubleReals)
 {
-    auto text = [&](double v) {
-        return textOf(&world, [&](QorGlobal *w) { _qor_prt_real(w, v); });
-    };
+    auto text = [&](double v) { return leafOf(_qor_prt_real, v); };
     EXPECT_EQ(text(0.5), "{ mantissa 1, base 2, exponent -1 }");
     EXPECT_EQ(text(-3.0), "{ mantissa -3, base 2, exponent 0 }");
     EXPECT_EQ(text(6.0), "{ mantissa 3, base 2, exponent 1 }");
@@ -712,9 +697,7 @@ TEST_F(Print, DoubleReals)
 
 TEST_F(Print, CharacterReals)
 {
-    auto text = [&](const char *v) {
-        return textOf(&world, [&](QorGlobal *w) { _qor_prt_creal(w, v); });
-    };
+    auto text = [&](const char *v) { return leafOf(_qor_prt_creal, v); };
     EXPECT_EQ(text("3.14E2"), "314E0");
     EXPECT_EQ(text("1.50"), "15E-1");
     EXPECT_EQ(text("-0.00125"), "-125E-5");
@@ -735,8 +718,8 @@ TEST_F(Print, CharacterReals)
 TEST_F(Print, TimesEnumeratorsAndIndentation)
 {
     GeneralizedTime t{2024, 1, 2, 3, 4, 5, 6, 0, 1};
-    auto gen = [&] { return textOf(&world, [&](QorGlobal *w) { _qor_prt_gentime(w, &t); }); };
-    auto utc = [&] { return textOf(&world, [&](QorGlobal *w) { _qor_prt_utctime(w, &t); }); };
+    auto gen = [&] { return leafOf(_qor_prt_gentime, &t); };
+    auto utc = [&] { return leafOf(_qor_prt_utctime, &t); };
     EXPECT_EQ(gen(), R"("20240102030405.006Z")");
     t.utc = 0;
     t.mindiff = 90;
@@ -752,7 +735,7 @@ TEST_F(Print, TimesEnumeratorsAndIndentation)
     static const QorEnumeratorName names[] = {
         {"red", {0, 0}, 0}, {"minus", {0, 0}, -1}, {"big", {0, 0}, 1000}};
     auto name = [&](QorLong low, QorLong high, QorLong count) {
-        return textOf(&world, [&](QorGlobal *w) { _qor_prt_enum(w, low, high, names, count); });
+        return leafOf(_qor_prt_enum, low, high, names, count);
     };
     EXPECT_EQ(name(1000, 0, 3), "big");
     EXPECT_EQ(name(0, 0, 3), "red");
@@ -777,7 +760,7 @@ TEST_F(Print, TimesEnumeratorsAndIndentation)
         << "a positive delta counts from the next new line";
     EXPECT_EQ(world.printIndent, 0);
     // Braces out of balance: a level below 0 indents by its size.
-    EXPECT_EQ(textOf(&world, [](QorGlobal *w) { _qor_indent(w, -1); }), "\n  ");
+    EXPECT_EQ(leafOf(_qor_indent, -1), "\n  ");
     world.printIndent = 0;
 }
 
@@ -886,14 +869,12 @@ TEST_F(Print, HexadecimalPlainAndAsADump)
     unsigned char data[40];
     for (int i = 0; i < 40; i++)
         data[i] = static_cast<unsigned char>(0x41 + i);
-    auto text = [&](QorLong n) {
-        return textOf(&world, [&](QorGlobal *w) { qorPrintHex(w, data, n); });
-    };
+    auto text = [&](QorLong n) { return leafOf(qorPrintHex, data, n); };
     EXPECT_EQ(text(9), "41424344 45464748 49\n");
     EXPECT_EQ(text(40), "41424344 45464748 494A4B4C 4D4E4F50 51525354 55565758 595A5B5C 5D5E5F60\n"
                         "61626364 65666768\n");
     EXPECT_EQ(text(0), "");
-    EXPECT_EQ(textOf(&world, [](QorGlobal *w) { qorPrintHex(w, nullptr, 4); }), "");
+    EXPECT_EQ(leafOf(qorPrintHex, nullptr, 4), "");
 
     ASSERT_EQ(qorSetDebugFlags(&world, QOR_DEBUG_HEX_HEADING), 0);
     data[2] = 0x00;
@@ -912,12 +893,8 @@ TEST_F(Print, HexadecimalPlainAndAsADump)
 
 TEST_F(Print, OctetsAsCharactersAndAsAnAddress)
 {
-    auto ascii = [&](const char *d) {
-        return textOf(&world, [&](QorGlobal *w) { qorPrintOctetAsASCII(w, d); });
-    };
-    auto address = [&](const char *d) {
-        return textOf(&world, [&](QorGlobal *w) { qorPrintOctetAsIPAddress(w, d); });
-    };
+    auto ascii = [&](const char *d) { return leafOf(qorPrintOctetAsASCII, d); };
+    auto address = [&](const char *d) { return leafOf(qorPrintOctetAsIPAddress, d); };
     EXPECT_EQ(ascii("'41427E0A'H"), "'AB~?'");
     EXPECT_EQ(ascii("''H"), "''");
     EXPECT_EQ(address("'C0A80001'H"), "192.168.0.1");
