@@ -48,7 +48,7 @@ QorLong _qor_write_bytes_d(QorGlobal *world, unsigned char **pos, QorLong *room,
 namespace qor {
 
 // Below this a run goes into blocks like any other output.
-constexpr QorLong kReferenceThreshold = 4 * QOR_BLOCK_SIZE;
+constexpr QorLong kReferenceThreshold = 2 * QOR_BLOCK_SIZE;
 
 QorLong writeValueOctets(QorGlobal *world, unsigned char **pos, QorLong *room, const void *data,
                          QorLong length)

@@ -73,7 +73,7 @@ static QorLong encodeOctets(QorGlobal *world, const void *value, unsigned char *
     QorLong n;
     if (raw->length > BAG_SIZE_LIMIT)
         _qor_enc_error(world, MSG_SIZE_EXCEEDED, raw->length);
-    n = _qor_write_bytes_d(world, pos, room, raw->data, raw->length);
+    n = _qor_encd_uoct_ia(world, pos, room, raw->data, raw->length, 0);
     return n + writeHeader(world, pos, room, TAG_OCTET_STRING, raw->length);
 }
 
@@ -275,7 +275,7 @@ static int berEncode(QorGlobal *world, int pdunum, void *value)
     switch (pdunum) {
     case PDU_Raw: {
         const Raw *raw = (const Raw *)value;
-        _qor_write_bytes_d(world, &pos, &room, raw->data, raw->length);
+        _qor_encd_uoct_ia(world, &pos, &room, raw->data, raw->length, 0);
         writeHeader(world, &pos, &room, TAG_OCTET_STRING, raw->length);
         break;
     }
