@@ -167,7 +167,9 @@ TEST_F(Integers, BooleansAndHugeIntegers)
               0);
     EXPECT_EQ(length, 100);
     // A needless leading octet, and an integer of length 0.
-    for (auto [bad, n] : {std::pair{"00 01", 2}, std::pair{"00", 0}}) {
+    for (const auto &row : {std::pair{"00 01", 2}, std::pair{"00", 0}}) {
+        const char *bad = row.first;
+        QorLong n = row.second;
         EXPECT_EQ(decoded(hex(bad), [&](unsigned char **pos, QorLong *room) {
                       _qor_dec_hint_ia(&world, pos, room, n, &data);
                   }),
