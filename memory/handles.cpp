@@ -1,6 +1,10 @@
-// Memory handles: a small first-fit heap per handle. While a handle is
-// active, the context's allocator hooks point at it, so decoded values land
-// in its blocks and can all be thrown away at once.
+// Memory handles: a small heap per handle. While a handle is active, the
+// context's allocator hooks point at it, so decoded values land in its
+// blocks and can all be thrown away at once.
+//
+// Allocation bumps a pointer through the tail, the last free fragment of a
+// block, as long as no freed fragment can serve the request; one that can is
+// reused first: the hint, else the first that fits.
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -22,19 +26,21 @@ struct Fragment {
 
 struct Block {
     Block *next;
-    size_t size; // usable octets, headers of fragments included
-    size_t freeBytes;
+    size_t size;      // usable octets, headers of fragments included
+    size_t freeBytes; // the lengths of its free fragments, added up
 
     Fragment *first() { return reinterpret_cast<Fragment *>(this + 1); }
     unsigned char *end() { return reinterpret_cast<unsigned char *>(this + 1) + size; }
 };
 
+// Five words, as the statistics count a handle: the block count and the total
+// size are worked out when asked for, which leaves room for the bump state.
 struct Handle {
     size_t blockSize;
-    size_t totalBytes;
-    size_t blockCount;
     Block *firstBlock;
-    Fragment *freeHint;
+    Fragment *freeHint; // null, or the longest freed fragment ('f') known
+    Fragment *tail;     // null, or the block end ('l') that allocation bumps through
+    size_t holeBound;   // no freed fragment is longer
 };
 
 constexpr size_t kHeader = sizeof(Fragment);
@@ -45,12 +51,18 @@ Fragment *following(Block *b, Fragment *f)
     return next < b->end() ? reinterpret_cast<Fragment *>(next) : nullptr;
 }
 
-bool isFree(const Fragment *f) { return f->status != 'a'; }
-
-void offerHint(Handle *h, Fragment *f)
+// A free fragment that is not the tail: a freed one may become the hint, a
+// longer block end the tail (a fresh block, or one emptied by a release).
+void noteFree(Handle *h, Fragment *f)
 {
-    if (h->freeHint == nullptr || h->freeHint->length < f->length)
-        h->freeHint = f;
+    if (f->status == 'f') {
+        if (h->holeBound < f->length)
+            h->holeBound = f->length;
+        if (h->freeHint == nullptr || h->freeHint->length < f->length)
+            h->freeHint = f;
+    } else if (h->tail == nullptr || h->tail->length <= f->length) {
+        h->tail = f;
+    }
 }
 
 // The whole space of a block as one last, free fragment.
@@ -75,19 +87,41 @@ Block *addBlock(QorGlobal *world, Handle *h, size_t size)
     emptyBlock(b);
     b->next = h->firstBlock;
     h->firstBlock = b;
-    h->totalBytes += sizeof(Block) + usable;
-    h->blockCount++;
-    offerHint(h, b->first());
     return b;
 }
 
-// Takes `size` octets at the front of the free fragment `f`; the rest stays
-// free when it can hold a header and some data.
+// The fast path: `size` octets at the front of the tail, which has them.
+void *bump(Handle *h, size_t size)
+{
+    Fragment *f = h->tail;
+    Block *b = f->block;
+    f->status = 'a';
+    if (f->length >= size + kHeader + 8) {
+        auto *rest = reinterpret_cast<Fragment *>(f->data() + size);
+        rest->status = 'l';
+        rest->length = f->length - size - kHeader;
+        rest->block = b;
+        rest->prev = f;
+        f->length = size;
+        b->freeBytes -= size + kHeader;
+        h->tail = rest;
+    } else {
+        b->freeBytes -= f->length;
+        h->tail = nullptr;
+    }
+    return f->data();
+}
+
+// Takes `size` octets at the front of the free fragment `f`, which is not the
+// tail; the rest stays free when it can hold a header and some data.
 void *take(Handle *h, Fragment *f, size_t size)
 {
     Block *b = f->block;
+    if (h->freeHint == f)
+        h->freeHint = nullptr;
+    Fragment *rest = nullptr;
     if (f->length >= size + kHeader + 8) {
-        auto *rest = reinterpret_cast<Fragment *>(f->data() + size);
+        rest = reinterpret_cast<Fragment *>(f->data() + size);
         rest->status = f->status;
         rest->length = f->length - size - kHeader;
         rest->block = b;
@@ -96,15 +130,58 @@ void *take(Handle *h, Fragment *f, size_t size)
             after->prev = rest;
         f->length = size;
         b->freeBytes -= size + kHeader;
-        if (h->freeHint == f)
-            h->freeHint = rest;
     } else {
         b->freeBytes -= f->length;
-        if (h->freeHint == f)
-            h->freeHint = nullptr;
     }
     f->status = 'a';
+    if (rest != nullptr)
+        noteFree(h, rest);
     return f->data();
+}
+
+// When a freed fragment may fit, the first that does; a walk that finds none
+// learns how long the longest is, so that the next requests bump again. Else
+// the tail, another block's end, or a new block. Out of line, so that the
+// fast path needs no stack frame.
+__attribute__((noinline)) void *allocateSlowly(QorGlobal *world, Handle *h, size_t size)
+{
+    const bool holes = size <= h->holeBound;
+    size_t longest = 0; // of the freed fragments, or more
+    Fragment *end = nullptr; // another block's end that fits
+    for (Block *b = h->firstBlock; b != nullptr; b = b->next) {
+        size_t room = b->freeBytes;
+        if (h->tail != nullptr && h->tail->block == b) {
+            if (!holes)
+                continue;
+            room -= h->tail->length;
+        }
+        if (room < size) {
+            longest = room > longest ? room : longest;
+            continue;
+        }
+        if (!holes && end != nullptr)
+            break;
+        for (Fragment *f = b->first(); f != nullptr; f = following(b, f)) {
+            if (f->status == 'f') {
+                if (f->length >= size)
+                    return take(h, f, size);
+                longest = f->length > longest ? f->length : longest;
+            } else if (f->status == 'l' && f != h->tail && end == nullptr && f->length >= size) {
+                end = f;
+            }
+        }
+    }
+    if (holes)
+        h->holeBound = longest;
+    if (h->tail != nullptr && h->tail->length >= size)
+        return bump(h, size);
+    if (end == nullptr) {
+        Block *b = addBlock(world, h, size);
+        if (b == nullptr)
+            return nullptr;
+        end = b->first();
+    }
+    return take(h, end, size);
 }
 
 Handle *activeHandle(QorGlobal *world)
@@ -123,30 +200,32 @@ void *allocate(QorGlobal *world, size_t size)
     if (h == nullptr || size > kLargestRequest)
         return nullptr;
     size = (size + 7) & ~size_t{7};
-    if (h->freeHint != nullptr && isFree(h->freeHint) && h->freeHint->length >= size)
+    if (size > h->holeBound) {
+        if (h->tail != nullptr && h->tail->length >= size)
+            return bump(h, size);
+    } else if (h->freeHint != nullptr && h->freeHint->length >= size) {
         return take(h, h->freeHint, size);
-    for (Block *b = h->firstBlock; b != nullptr; b = b->next) {
-        if (b->freeBytes < size)
-            continue;
-        for (Fragment *f = b->first(); f != nullptr; f = following(b, f)) {
-            if (isFree(f) && f->length >= size)
-                return take(h, f, size);
-        }
     }
-    Block *b = addBlock(world, h, size);
-    return b != nullptr ? take(h, b->first(), size) : nullptr;
+    return allocateSlowly(world, h, size);
 }
 
-// Merges the free fragment `later` into the free fragment before it.
-Fragment *merge(Block *b, Fragment *earlier, Fragment *later)
+// Merges the free fragment `later` into the free fragment before it, which
+// takes its status: a tail merged into stays the tail.
+Fragment *merge(Handle *h, Block *b, Fragment *earlier, Fragment *later)
 {
+    if (h->freeHint == earlier || h->freeHint == later)
+        h->freeHint = nullptr; // offered again once merged
+    if (h->tail == later)
+        h->tail = earlier;
     earlier->length += kHeader + later->length;
-    earlier->status = later->status; // 'l' stays at the end of the block
+    earlier->status = later->status;
     b->freeBytes += kHeader;
     if (Fragment *after = following(b, earlier))
         after->prev = earlier;
     return earlier;
 }
+
+bool lies(Block *b, const unsigned char *at) { return at >= b->first()->data() && at < b->end(); }
 
 // The allocated fragment of `p` when it lies in one of the handle's blocks;
 // null for memory the handle never gave out (a value decoded before it was
@@ -154,13 +233,16 @@ Fragment *merge(Block *b, Fragment *earlier, Fragment *later)
 Fragment *ownFragment(Handle *h, void *p)
 {
     auto *at = static_cast<unsigned char *>(p);
-    for (Block *b = h->firstBlock; b != nullptr; b = b->next) {
-        if (at < b->first()->data() || at >= b->end())
-            continue;
-        Fragment *f = Fragment::of(p);
-        return f->status == 'a' && f->block == b ? f : nullptr;
+    // The tail's block first: what goes back is mostly recent.
+    Block *b = h->tail != nullptr && lies(h->tail->block, at) ? h->tail->block : nullptr;
+    for (Block *c = h->firstBlock; b == nullptr && c != nullptr; c = c->next) {
+        if (lies(c, at))
+            b = c;
     }
-    return nullptr;
+    if (b == nullptr)
+        return nullptr;
+    Fragment *f = Fragment::of(p);
+    return f->status == 'a' && f->block == b ? f : nullptr;
 }
 
 // Memory the handle does not own is left alone: freeing it here could
@@ -177,16 +259,12 @@ void release(QorGlobal *world, void *p)
     Fragment *after = following(b, f);
     f->status = after == nullptr ? 'l' : 'f';
     b->freeBytes += f->length;
-    if (h->freeHint == after && after != nullptr && isFree(after))
-        h->freeHint = nullptr;
-    if (after != nullptr && isFree(after))
-        f = merge(b, f, after);
-    if (f->prev != nullptr && isFree(f->prev)) {
-        if (h->freeHint == f->prev)
-            h->freeHint = nullptr;
-        f = merge(b, f->prev, f);
-    }
-    offerHint(h, f);
+    if (after != nullptr && after->status != 'a')
+        f = merge(h, b, f, after);
+    if (f->prev != nullptr && f->prev->status != 'a')
+        f = merge(h, b, f->prev, f);
+    if (f != h->tail)
+        noteFree(h, f);
 }
 
 // Memory the handle does not own has no length it can trust: not moved.
@@ -248,7 +326,6 @@ void *qorCreateMemoryHandle(QorGlobal *world, QorLong blockSize)
         return nullptr;
     memset(h, 0, sizeof *h);
     h->blockSize = blockSize > 0 ? static_cast<size_t>(blockSize) : 0;
-    h->totalBytes = sizeof(Handle);
     qorSetActiveMemoryHandle(world, h);
     return h;
 }
@@ -259,10 +336,11 @@ int qorCleanMemoryHandle(QorGlobal *world, void *handle)
         return QOR_BAD_ARG;
     auto *h = static_cast<Handle *>(handle);
     h->freeHint = nullptr;
+    h->holeBound = 0;
+    h->tail = nullptr;
     for (Block *b = h->firstBlock; b != nullptr; b = b->next) {
         emptyBlock(b);
-        if (h->freeHint == nullptr)
-            h->freeHint = b->first();
+        noteFree(h, b->first());
     }
     return 0;
 }
@@ -291,8 +369,12 @@ int qorGetMemoryHandleStat(QorGlobal *world, void *handle, QorMemoryHandleStat *
         return QOR_BAD_ARG;
     auto *h = static_cast<Handle *>(handle);
     memset(stats, 0, sizeof *stats);
-    stats->blockCount = static_cast<QorULong>(h->blockCount);
-    stats->totalBytes = static_cast<QorULong>(h->totalBytes);
+    size_t total = sizeof(Handle);
+    for (Block *b = h->firstBlock; b != nullptr; b = b->next) {
+        stats->blockCount++;
+        total += sizeof(Block) + b->size;
+    }
+    stats->totalBytes = static_cast<QorULong>(total);
     const unsigned level = flags & 0x0F;
     const bool plain = (flags & 0x20) != 0; // no addresses
     if (level == 0)

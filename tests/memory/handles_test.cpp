@@ -161,3 +161,81 @@ TEST_F(Handles, TheAuditStopsAtADamagedLength)
     EXPECT_EQ(qorGetMemoryHandleStat(&world, handle, &s, 1), 0);
     EXPECT_EQ(qorDeleteMemoryHandle(&world, handle), 0);
 }
+
+// Each script: `+n` asks for n octets, `-i` gives piece i back, `c` cleans,
+// `=i,j` piece i lies where piece j did, `>i,j` right behind piece j, `#n`
+// the handle has n blocks. After every step the audit passes, the sizes add
+// up, and every live piece still holds what was written into it.
+TEST_F(Handles, AllocationBumpsUnlessAFreedFragmentFits)
+{
+    struct Row {
+        const char *name;
+        long blockSize;
+        const char *script;
+    };
+    const Row rows[] = {
+        {"a hole too small is passed over, then reused", 1024, "+16 +16 +16 -1 +24 >3,2 +16 =4,1 #1"},
+        {"a walk finds a hole once the hint is used up", 1024,
+         "+64 +8 +32 +8 -0 -2 +40 =4,0 +24 =5,2 +40 >6,3"},
+        {"the last pieces given back go back to the tail", 1024, "+16 +24 -1 +40 =2,1 -0 -2 +100 =3,0"},
+        {"the tail moves on to a new block", 256, "+64 +64 +64 #2 >1,0 +16 >3,2"},
+        {"a block of its own leaves the tail where it was", 1024, "+100 +2000 +100 #2 >2,0"},
+        {"a block emptied by a release becomes the tail", 512, "+400 +64 #2 -0 +200 =2,0"},
+        {"cleaning keeps the blocks for reuse", 256, "+64 +64 +64 +64 +64 +64 #3 c +64 +64 +64 +64 +64 +64 #3"},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        void *handle = qorCreateMemoryHandle(&world, row.blockSize);
+        std::vector<unsigned char *> pieces;
+        std::vector<size_t> sizes;
+        std::vector<bool> live;
+        for (const char *at = row.script; *at != '\0';) {
+            char op = *at++;
+            long i = strtol(at, const_cast<char **>(&at), 10), j = 0;
+            if (*at == ',')
+                j = strtol(at + 1, const_cast<char **>(&at), 10);
+            while (*at == ' ')
+                at++;
+            SCOPED_TRACE(std::string(1, op) + std::to_string(i));
+            switch (op) {
+            case '+':
+                pieces.push_back(static_cast<unsigned char *>(world.userMalloc(&world, size_t(i))));
+                ASSERT_NE(pieces.back(), nullptr);
+                sizes.push_back(size_t(i));
+                live.push_back(true);
+                memset(pieces.back(), int(pieces.size()), size_t(i));
+                break;
+            case '-':
+                world.userFree(&world, pieces[i]);
+                live[i] = false;
+                break;
+            case 'c':
+                EXPECT_EQ(qorCleanMemoryHandle(&world, handle), 0);
+                live.assign(live.size(), false);
+                break;
+            case '=':
+                EXPECT_EQ(pieces[i], pieces[j]);
+                break;
+            case '>':
+                EXPECT_EQ(pieces[i], pieces[j] + ((sizes[j] + 7) & ~size_t{7}) + 32);
+                break;
+            case '#':
+                EXPECT_EQ(stat(handle).blockCount, QorULong(i));
+                break;
+            }
+            QorMemoryHandleStat s = stat(handle);
+            EXPECT_EQ(s.totalBytes, s.usedInternally + s.allocated + s.free);
+            size_t held = 0;
+            for (size_t k = 0; k < pieces.size(); k++) {
+                if (!live[k])
+                    continue;
+                held += (sizes[k] + 7) & ~size_t{7};
+                for (size_t n = 0; n < sizes[k]; n++)
+                    ASSERT_EQ(pieces[k][n], (unsigned char)(k + 1)) << "piece " << k;
+            }
+            EXPECT_GE(s.allocated, held);
+            EXPECT_LT(s.allocated, held + 40 * pieces.size() + 1);
+        }
+        EXPECT_EQ(qorDeleteMemoryHandle(&world, handle), 0);
+    }
+}
