@@ -30,23 +30,15 @@ void releaseAddedRecords(QorGlobal *world, QorFreeFn release)
 
 } // namespace
 
-void *memQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size)
+QorMemBlockRecord *addQueueRecord(QorGlobal *world, QorMallocFn alloc)
 {
-    if (alloc == nullptr)
-        return nullptr;
-    QorMemBlockRecord *tail = world->blockQueueTail;
-    if (tail->count == QOR_BLOCK_SLOTS || tail->count == kReferenceRecord) {
-        auto *added = static_cast<QorMemBlockRecord *>(alloc(world, sizeof(QorMemBlockRecord)));
-        raiseIf(world, added == nullptr, Msg::kOutOfMemory, sizeof(QorMemBlockRecord));
-        added->count = 0;
-        added->next = nullptr;
-        tail->next = added;
-        world->blockQueueTail = tail = added;
-    }
-    void *piece = alloc(world, size);
-    if (piece != nullptr)
-        tail->slot[tail->count++] = piece;
-    return piece;
+    auto *added = static_cast<QorMemBlockRecord *>(alloc(world, sizeof(QorMemBlockRecord)));
+    raiseIf(world, added == nullptr, Msg::kOutOfMemory, sizeof(QorMemBlockRecord));
+    added->count = 0;
+    added->next = nullptr;
+    world->blockQueueTail->next = added;
+    world->blockQueueTail = added;
+    return added;
 }
 
 // Each piece leaves the list before it is released, so that a release hook

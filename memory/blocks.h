@@ -7,10 +7,25 @@
 
 namespace qor {
 
+// Adds an empty slot record at the tail of the queue (message 6 when it
+// cannot be had) and returns it.
+QorMemBlockRecord *addQueueRecord(QorGlobal *world, QorMallocFn alloc);
+
 // Allocates `size` octets with `alloc` and lists them at the tail of the
-// queue, adding a slot record when the current one is full (message 6 when
-// that fails). Returns null when the piece itself cannot be had.
-void *memQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size);
+// queue, adding a slot record when the current one is full or refers to
+// octets elsewhere. Returns null when the piece itself cannot be had.
+inline void *memQueuePush(QorGlobal *world, QorMallocFn alloc, size_t size)
+{
+    if (alloc == nullptr)
+        return nullptr;
+    QorMemBlockRecord *tail = world->blockQueueTail;
+    if (tail->count == QOR_BLOCK_SLOTS || tail->count < 0) [[unlikely]]
+        tail = addQueueRecord(world, alloc);
+    void *piece = alloc(world, size);
+    if (piece != nullptr)
+        tail->slot[tail->count++] = piece;
+    return piece;
+}
 // Releases every listed piece, newest first, and the added records.
 void memQueueFree(QorGlobal *world, QorFreeFn release);
 // Forgets the listed pieces (the caller owns them now) and releases the
