@@ -7,10 +7,9 @@ using namespace qor;
 
 extern "C" {
 
-// Each family links its own drivers where it lives. Until the PER, XER and
-// OER families are built, their links leave the words null and selecting
-// them reports "not linked".
-void qorLinkPer(QorGlobal *) {}
+// Each family links its own drivers where it lives. Until the XER and OER
+// families are built, their links leave the words null and selecting them
+// reports "not linked".
 void qorLinkXer(QorGlobal *) {}
 void qorLinkOerE(QorGlobal *) {}
 void qorLinkOerD(QorGlobal *) {}

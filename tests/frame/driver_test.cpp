@@ -122,10 +122,10 @@ TEST_F(Driver, RulesMustBeKnownAllowedAndLinked)
     }
     EXPECT_STREQ(world.errMsgBuffer, "E0100S: Unknown encoding rules were requested, use "
                                      "BER/DER/CER/PER/XER only.\n");
-    world.encRules = QOR_PER_UNALIGNED;
+    world.encRules = QOR_OER;
     EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_RULES_NOT_LINKED);
     EXPECT_STREQ(world.errMsgBuffer,
-                 "E0103S: The requested encoding rules were not linked: 'PER'.\n");
+                 "E0103S: The requested encoding rules were not linked: 'OER'.\n");
 
     world.encRules = QOR_DER;
     world.ruleBits &= ~QorULong{QOR_RULE_DER_ALLOWED};
