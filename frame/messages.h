@@ -14,9 +14,13 @@ enum class Msg : int {
     kOutOfMemory = 6,
     kTimeNotUtc = 8,
     kMemoryViolation = 9,
+    kValueOutOfBounds = 10,
     kFirstOctetNotZero = 12,
     kSerializationError = 13,
+    kRangeViolated = 22,         // a signed huge value
+    kUnsignedRangeViolated = 23, // an unsigned one: shown with a leading 0
     kSizeViolated = 27,
+    kNotAnEnumerator = 36,
     kNullTable = 37,
     kNullFunction = 38,
     kNegativeUnsigned = 40,

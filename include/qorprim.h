@@ -478,6 +478,95 @@ QorULong _qor_get_6bit_unaligned(QorGlobal *world);
 QorULong _qor_get_7bit_unaligned(QorGlobal *world);
 QorULong _qor_get_8bit_unaligned(QorGlobal *world);
 
+/* PER whole numbers, lengths and ENUMERATED. Encoders take values already
+ * offset by the lower bound unless they are given the bound; decoders check
+ * bounds because their input is untrusted. Fixed-width values here are
+ * right-justified, unlike the cursor's writers. */
+typedef struct QorEnumTable {
+    QorULong count;
+    const QorLong *values; /* in the order of the encoding indexes */
+} QorEnumTable;
+
+/* Bits of the flags of the huge constrained integers. */
+#define QOR_HUGE_WIDTH 0xFFFF       /* bits of the range; 256: exactly 256 values */
+#define QOR_HUGE_UNSIGNED 0x10000
+#define QOR_HUGE_AS_LENGTH 0x20000  /* too wide for a fixed field */
+#define QOR_HUGE_EXTENSIBLE 0x40000
+#define QOR_HUGE_IN_ROOT 0x80000    /* encoder only */
+
+void _qor_penc_nonneg_1int(QorGlobal *world, QorULong value); /* any non-zero value is 1 */
+void _qor_penc_nonneg_2int(QorGlobal *world, QorULong value);
+void _qor_penc_nonneg_3int(QorGlobal *world, QorULong value);
+void _qor_penc_nonneg_4int(QorGlobal *world, QorULong value);
+void _qor_penc_nonneg_5int(QorGlobal *world, QorULong value);
+void _qor_penc_nonneg_6int(QorGlobal *world, QorULong value);
+void _qor_penc_nonneg_7int(QorGlobal *world, QorULong value);
+void _qor_penc_nonneg_8int(QorGlobal *world, QorULong value);
+void _qor_penc_nonneg_int_l(QorGlobal *world, QorULong value, QorULong bits);
+void _qor_penc_nonneg_int(QorGlobal *world, uint64_t value, uint64_t bits);
+void _qor_penc_int16_aligned(QorGlobal *world, QorULong value);
+void _qor_penc_indeflen_int_l(QorGlobal *world, QorULong value, QorULong maxOctets);
+void _qor_penc_indeflen_int(QorGlobal *world, uint64_t value, uint64_t maxOctets);
+void _qor_penc_semicon_int_l(QorGlobal *world, QorLong value, QorLong lb);
+void _qor_penc_semicon_uint_l(QorGlobal *world, QorULong value, QorULong lb);
+void _qor_penc_semicon_int(QorGlobal *world, int64_t value, int64_t lb);
+void _qor_penc_semicon_uint(QorGlobal *world, uint64_t value, uint64_t lb);
+void _qor_penc_unconstr_int_l(QorGlobal *world, QorLong value);
+void _qor_penc_unconstr_int(QorGlobal *world, int64_t value);
+void _qor_penc_small_int_l(QorGlobal *world, QorULong value);
+QorULong _qor_penc_small_len_l(QorGlobal *world, QorULong value);
+/* A length determinant; returns the items the caller writes next: the whole
+ * length, or a fragment of a multiple of 16384 after which it calls again.
+ * `ub` 0, or 65536 and above, means no upper bound. */
+QorULong _qor_penc_length_l(QorGlobal *world, QorULong length, QorULong lb, QorULong ub,
+                            unsigned char extended);
+QorULong _qor_penc_lrang(QorGlobal *world, QorULong length, QorULong lb, QorULong ub);
+QorULong _qor_penc_lfrag(QorGlobal *world, QorULong length);
+void _qor_penc_semicon_huge_ia(QorGlobal *world, const unsigned char *bytes, QorULong count);
+void _qor_penc_unconstr_huge_ia(QorGlobal *world, const unsigned char *bytes, QorULong count);
+void _qor_penc_limited_huge(QorGlobal *world, const unsigned char *bytes, QorULong count,
+                            const unsigned char *lbBytes, QorULong lbCount, QorULong flags);
+/* `extension` null: not extensible. Its last entry is the base of values
+ * unknown to this version of the schema. */
+void _qor_penc_enum(QorGlobal *world, QorLong value, const QorEnumTable *root,
+                    const QorEnumTable *extension);
+void _qor_penc_uenum(QorGlobal *world, QorULong value, const QorEnumTable *root,
+                     const QorEnumTable *extension);
+
+QorULong _qor_pdec_nonneg_1int(QorGlobal *world);
+QorULong _qor_pdec_nonneg_2int(QorGlobal *world);
+QorULong _qor_pdec_nonneg_3int(QorGlobal *world);
+QorULong _qor_pdec_nonneg_4int(QorGlobal *world);
+QorULong _qor_pdec_nonneg_5int(QorGlobal *world);
+QorULong _qor_pdec_nonneg_6int(QorGlobal *world);
+QorULong _qor_pdec_nonneg_7int(QorGlobal *world);
+QorULong _qor_pdec_nonneg_8int(QorGlobal *world);
+QorULong _qor_pdec_nonneg_int_l(QorGlobal *world, QorULong bits);
+/* The offset from `lb`. */
+QorULong _qor_pdec_nonneg_limited_int_l(QorGlobal *world, QorULong bits, QorLong lb, QorLong ub);
+uint64_t _qor_pdec_nonneg_limited_int(QorGlobal *world, uint64_t bits, int64_t lb, int64_t ub);
+/* The value, `lb` added. `min` 0 compares the value unsigned with `max`. */
+QorLong _qor_pdec_indeflen_limited_int_l(QorGlobal *world, QorULong maxOctets, QorLong lb,
+                                         QorLong min, QorLong max);
+int64_t _qor_pdec_indeflen_limited_int(QorGlobal *world, uint64_t maxOctets, int64_t lb,
+                                       int64_t min, int64_t max);
+QorLong _qor_pdec_semicon_limited_int_l(QorGlobal *world, QorLong lb, QorLong min, QorLong max);
+int64_t _qor_pdec_semicon_limited_int(QorGlobal *world, int64_t lb, int64_t min, int64_t max);
+QorLong _qor_pdec_unconstr_limited_int_l(QorGlobal *world, QorLong min, QorLong max);
+int64_t _qor_pdec_unconstr_limited_int(QorGlobal *world, int64_t min, int64_t max);
+QorULong _qor_pdec_small_int_l(QorGlobal *world);
+/* `*done` 1: the last part of the value; 0: a fragment, more follow. The
+ * result isn't compared with `ub`: the caller bounds it. */
+QorULong _qor_pdec_length(QorGlobal *world, QorULong lb, QorULong ub, unsigned char *done);
+/* The octets in decoder memory; returns their count. */
+QorULong _qor_pdec_semicon_huge_ia(QorGlobal *world, unsigned char **result);
+QorULong _qor_pdec_unconstr_huge_ia(QorGlobal *world, unsigned char **result);
+QorULong _qor_pdec_limited_huge(QorGlobal *world, unsigned char **result,
+                                const unsigned char *lbBytes, QorULong lbCount, QorULong flags);
+QorLong _qor_pdec_enum(QorGlobal *world, const QorEnumTable *root, const QorEnumTable *extension);
+QorULong _qor_pdec_uenum(QorGlobal *world, const QorEnumTable *root,
+                         const QorEnumTable *extension);
+
 #ifdef __cplusplus
 }
 #endif

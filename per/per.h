@@ -1,0 +1,56 @@
+// What the PER primitives share: field widths, the octet reader, and the
+// 64-bit length form that huge values and linked identifiers use.
+#pragma once
+
+#include <cstdint>
+
+#include "frame/errors.h"
+#include "memory/blocks.h"
+
+namespace qor {
+
+// Bits that a field of `n` distinct values needs: 0 for 0 and 1 values.
+struct RangeBits {
+    unsigned char bits[256];
+};
+constexpr RangeBits makeRangeBits()
+{
+    RangeBits t{};
+    for (unsigned n = 2; n < 256; n++) {
+        unsigned b = 0;
+        while ((1u << b) < n)
+            b++;
+        t.bits[n] = static_cast<unsigned char>(b);
+    }
+    return t;
+}
+inline constexpr RangeBits kBitsForRange = makeRangeBits();
+
+// Bits needed to hold `v`: 0 for 0.
+inline unsigned bitLength(uint64_t v) { return v == 0 ? 0 : 64 - static_cast<unsigned>(__builtin_clzll(v)); }
+
+inline bool relaxed(const QorGlobal *world) { return (world->ruleBits & QOR_RULE_RELAXED) != 0; }
+
+// The next eight bits, after going to an octet boundary if `align` under
+// aligned PER. The whole octet must be in the input, so a value can't be
+// made of bits past its end.
+inline unsigned readOctet(QorGlobal *world, bool align)
+{
+    unsigned char octet;
+    _qor_get_bits(world, &octet, 8, align ? 1 : 0);
+    return octet;
+}
+
+// `count` (at most 8) octets, big-endian, at an octet boundary under aligned PER.
+uint64_t readOctets(QorGlobal *world, unsigned count);
+// The low `count` octets of `value`, big-endian, aligned as above.
+void writeOctets(QorGlobal *world, uint64_t value, unsigned count);
+
+// The length determinant of 64-bit values; the small forms go through the
+// general writer. Returns the items to write next.
+uint64_t encodeLength64(QorGlobal *world, uint64_t length, uint64_t lb, uint64_t ub,
+                        bool extended);
+// The normally small length: 1 to 64 in seven bits, else a general length.
+QorULong decodeSmallLength(QorGlobal *world, unsigned char *done);
+
+} // namespace qor

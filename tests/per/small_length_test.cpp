@@ -1,0 +1,45 @@
+// The normally small length, whose decoder is the family's own: written by
+// the exported encoder, read back by the internal reader.
+#include <gtest/gtest.h>
+
+#include "per/per.h"
+#include "per_support.h"
+
+namespace {
+
+using pertest::Bytes;
+using qortest::hex;
+
+class SmallLengthTest : public pertest::PerTest {};
+
+TEST_F(SmallLengthTest, NormallySmallLength)
+{
+    struct Row {
+        QorULong value;
+        const char *aligned, *unaligned;
+    } rows[] = {
+        {1, "00", "00"},
+        {64, "7E", "7E"},
+        {65, "80 41", "A0 80"},
+        {200, "80 80 C8", "C0 64 00"},
+        {16384, "80 C1", "E0 80"},
+    };
+    for (const Row &row : rows) {
+        for (bool aligned : {true, false}) {
+            SCOPED_TRACE(testing::Message() << row.value << (aligned ? " aligned" : " unaligned"));
+            Bytes out;
+            QorULong items = 0;
+            const QorULong value = row.value;
+            ASSERT_EQ(encode(aligned, [&] { items = _qor_penc_small_len_l(&world, value); }, &out), 0);
+            EXPECT_EQ(out, hex(aligned ? row.aligned : row.unaligned));
+            EXPECT_EQ(items, value);
+            unsigned char done = 0;
+            QorULong got = 0;
+            ASSERT_EQ(decode(aligned, out, [&] { got = qor::decodeSmallLength(&world, &done); }), 0);
+            EXPECT_EQ(got, value);
+            EXPECT_EQ(done, value >= 16384 ? 0 : 1); // a whole fragment: more follow
+        }
+    }
+}
+
+} // namespace
