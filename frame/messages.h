@@ -17,6 +17,7 @@ enum class Msg : int {
     kFirstOctetNotZero = 12,
     kSerializationError = 13,
     kSizeViolated = 27,
+    kBadCharacter = 29,
     kNullTable = 37,
     kNullFunction = 38,
     kNegativeUnsigned = 40,
@@ -76,6 +77,8 @@ enum class Msg : int {
     kTempBufferTooSmall = 145,
     kIntegerTooLong = 147,
     kConstructedTooDeep = 180,
+    kFragmentsNotGrouped = 254,
+    kTimeFragmented = 258,
 };
 
 } // namespace qor
