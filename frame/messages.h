@@ -20,6 +20,7 @@ enum class Msg : int {
     kRangeViolated = 22,         // a signed huge value
     kUnsignedRangeViolated = 23, // an unsigned one: shown with a leading 0
     kSizeViolated = 27,
+    kBadCharacter = 29,
     kNotAnEnumerator = 36,
     kNullTable = 37,
     kNullFunction = 38,
@@ -80,6 +81,8 @@ enum class Msg : int {
     kTempBufferTooSmall = 145,
     kIntegerTooLong = 147,
     kConstructedTooDeep = 180,
+    kFragmentsNotGrouped = 254,
+    kTimeFragmented = 258,
 };
 
 } // namespace qor

@@ -567,6 +567,57 @@ QorLong _qor_pdec_enum(QorGlobal *world, const QorEnumTable *root, const QorEnum
 QorULong _qor_pdec_uenum(QorGlobal *world, const QorEnumTable *root,
                          const QorEnumTable *extension);
 
+
+/* A permitted alphabet: `decodeTable` maps an index to its character,
+ * `encodeTable` a character to its index (255: not permitted). */
+typedef struct QorPermittedAlphabet {
+    QorULong count;
+    const void *decodeTable;
+    const unsigned char *encodeTable;
+    QorULong base;
+} QorPermittedAlphabet;
+
+/* A constrained character string type. `flags`: bits 0-6 the bits per
+ * character in aligned PER, 0x80 its code written as it is; bits 8-14 and
+ * 0x8000 the same for unaligned PER; 0x10000 a time string; 0x20000 an
+ * extensible size; 0x40000 a tree alphabet. `lowerSize` above `upperSize`:
+ * no usable size constraint. */
+typedef struct QorStringDescriptor {
+    const QorPermittedAlphabet *alphabet;
+    QorULong lowerSize;
+    QorULong upperSize;
+    QorULong capacity;
+    QorULong flags;
+} QorStringDescriptor;
+
+/* Known-multiplier strings, one octet a character. Only the top bit of
+ * `extensionMark` counts: set for a value outside the extension root. */
+void _qor_penc_kmstr(QorGlobal *world, const char *chars, QorULong count,
+                     const QorStringDescriptor *desc, unsigned char extensionMark);
+/* Into the caller's array of `capacity` + 1 characters, zero-ended. */
+void _qor_pdec_nt_kmstr(QorGlobal *world, char *target, const QorStringDescriptor *desc);
+/* Zero-ended, in new memory. */
+void _qor_pdec_ntp_kmstr(QorGlobal *world, char **result, const QorStringDescriptor *desc);
+/* Into an array of `upperSize` characters, the rest set to 0. */
+void _qor_pdec_pad_kmstr(QorGlobal *world, char *target, const QorStringDescriptor *desc);
+/* In new memory; an empty value gives null. Returns the count. */
+QorLong _qor_pdec_ub_kmstr(QorGlobal *world, char **result, const QorStringDescriptor *desc);
+/* Into an array of `upperSize` characters. Returns the count. */
+QorLong _qor_pdec_va_kmstr(QorGlobal *world, char *target, const QorStringDescriptor *desc);
+/* In new memory behind a header of `headerSize` octets that the caller fills. */
+QorLong _qor_pdec_vap_kmstr(QorGlobal *world, void **result, QorULong headerSize,
+                            const QorStringDescriptor *desc);
+
+/* A fragmented SEQUENCE OF: called before each part's items are decoded,
+ * with the array's size in octets with (`newBytes`) and without (`oldBytes`)
+ * the part and `done` as the length decoder gave it. Items stand at
+ * `headerSize` octets into `*array`. Non-final parts grow the array in
+ * temporary memory; the last one moves it to decoder memory. */
+void _qor_pdec_array_frg(QorGlobal *world, void **array, QorULong newBytes, QorULong oldBytes,
+                         QorULong headerSize, unsigned char *done);
+void _qor_pdec_unbnd_frg(QorGlobal *world, void **array, QorULong newBytes, QorULong oldBytes,
+                         unsigned char *done);
+
 #ifdef __cplusplus
 }
 #endif

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "frame/errors.h"
+#include "memory/bits.h"
 #include "memory/blocks.h"
 
 using namespace qor;
@@ -247,6 +248,18 @@ __attribute__((noinline)) void appendAcrossBlocks(QorGlobal *world, const unsign
 }
 
 } // namespace
+
+void qor::alignOutput(QorGlobal *world)
+{
+    if (!world->perAligned || world->bitOffset == 0)
+        return;
+    if (sizingOnly(world)) {
+        world->encLength++;
+        world->bitOffset = 0;
+        return;
+    }
+    padOutput(world, static_cast<unsigned>(world->bitOffset));
+}
 
 extern "C" {
 

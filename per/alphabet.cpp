@@ -1,0 +1,183 @@
+#include "per/alphabet.h"
+
+#include <cstring>
+
+#include "frame/errors.h"
+#include "memory/blocks.h"
+
+namespace qor {
+namespace {
+
+// Runs go through the cursor in chunks of this many octets, so a long string
+// costs one call per chunk, not one per character.
+constexpr unsigned kChunkOctets = 256;
+constexpr uint64_t kChunkBits = kChunkOctets * 8;
+
+inline bool mapped(CharCoding coding, const QorPermittedAlphabet *alphabet)
+{
+    return !coding.direct && alphabet != nullptr;
+}
+
+// The input has `bits` more bits at the cursor, after `pad` pad bits.
+inline void needInput(QorGlobal *world, uint64_t pad, uint64_t bits)
+{
+    const uint64_t wanted = static_cast<unsigned>(world->bitOffset) + pad + bits;
+    raiseIf(world, world->inRoom < 0 || uint64_t(world->inRoom) * 8 < wanted, Msg::kEndOfInput, 0);
+}
+
+inline uint64_t padBefore(const QorGlobal *world, bool align)
+{
+    return align && world->perAligned && world->bitOffset != 0 ? 8 - world->bitOffset : 0;
+}
+
+} // namespace
+
+CharCoding charCoding(const QorGlobal *world, const QorStringDescriptor *desc, bool extended,
+                      unsigned fullWidth)
+{
+    const QorULong flags = desc->flags;
+    CharCoding c;
+    if (world->perAligned) {
+        c.width = flags & kAlignedWidthMask;
+        c.direct = (flags & kAlignedDirect) != 0;
+    } else {
+        c.width = (flags >> kUnalignedShift) & kAlignedWidthMask;
+        c.direct = (flags & kUnalignedDirect) != 0;
+    }
+    const QorULong compat = world->privateArea != nullptr ? world->privateArea->compatFlags : 0;
+    if ((compat & kCompatFullWidthWhenExtended) && extended) {
+        // Outside the root the alphabet reduction is off.
+        c.width = fullWidth == 8 ? 8 : c.direct ? fullWidth : c.width;
+    }
+    if ((compat & kCompatTimeFullWidth) && (flags & kTimeString) && !(flags & kExtensibleSize))
+        c.width = 8;
+    if (c.width >= fullWidth) {
+        // Nothing is narrower than its whole character: a copy.
+        c.width = fullWidth;
+        c.direct = true;
+    }
+    return c;
+}
+
+void checkNarrowAlphabet(QorGlobal *world, const unsigned char *chars, uint64_t count,
+                         const QorPermittedAlphabet *alphabet)
+{
+    if (alphabet == nullptr)
+        return;
+    const unsigned char *table = alphabet->encodeTable;
+    for (uint64_t i = 0; i < count; i++) {
+        const unsigned char ch = chars[i];
+        // The table covers seven-bit characters only.
+        if (ch >= 0x80 || table[ch] == 0xFF) [[unlikely]]
+            raise(world, Msg::kBadCharacter, longValue(ch));
+    }
+}
+
+void writeNarrowChars(QorGlobal *world, const unsigned char *chars, uint64_t count,
+                      CharCoding coding, const QorPermittedAlphabet *alphabet)
+{
+    const unsigned w = coding.width;
+    if (w == 0 || count == 0)
+        return;
+    if (w == 8 || sizingOnly(world)) {
+        // Octets as they stand; sizing only counts the bits.
+        _qor_append(world, chars, static_cast<QorULong>(count * w), 0);
+        return;
+    }
+    const unsigned char *table = mapped(coding, alphabet) ? alphabet->encodeTable : nullptr;
+    const unsigned mask = (1u << w) - 1;
+    const uint64_t perChunk = kChunkBits / w;
+    unsigned char buf[kChunkOctets];
+    while (count > 0) {
+        const uint64_t n = count < perChunk ? count : perChunk;
+        uint32_t acc = 0;
+        unsigned held = 0;
+        unsigned o = 0;
+        for (uint64_t i = 0; i < n; i++) {
+            const unsigned ch = chars[i];
+            const unsigned code = table != nullptr ? table[ch & 0x7F] : ch;
+            acc = (acc << w) | (code & mask);
+            held += w;
+            if (held >= 8) {
+                held -= 8;
+                buf[o++] = static_cast<unsigned char>(acc >> held);
+                acc &= (1u << held) - 1;
+            }
+        }
+        if (held != 0)
+            buf[o] = static_cast<unsigned char>(acc << (8 - held));
+        _qor_append(world, buf, static_cast<QorULong>(n * w), 0);
+        chars += n;
+        count -= n;
+    }
+}
+
+void readNarrowChars(QorGlobal *world, unsigned char *out, uint64_t count, CharCoding coding,
+                     const QorPermittedAlphabet *alphabet, bool align)
+{
+    const unsigned w = coding.width;
+    if (count == 0)
+        return;
+    if (w == 0) {
+        // One character in the alphabet: nothing in the input.
+        const auto *decode = alphabet != nullptr
+                                 ? static_cast<const unsigned char *>(alphabet->decodeTable)
+                                 : nullptr;
+        memset(out, decode != nullptr ? decode[0] : 0, count);
+        return;
+    }
+    const uint64_t pad = padBefore(world, align);
+    needInput(world, pad, count * w);
+    const int alignArg = pad != 0 ? 1 : 0;
+    if (w == 8) {
+        _qor_get_bits(world, out, static_cast<QorULong>(count * 8), alignArg);
+        return;
+    }
+    const bool useTable = mapped(coding, alphabet);
+    const auto *decode =
+        useTable ? static_cast<const unsigned char *>(alphabet->decodeTable) : nullptr;
+    const QorULong size = useTable ? alphabet->count : 0;
+    const uint64_t perChunk = kChunkBits / w;
+    unsigned char buf[kChunkOctets];
+    bool first = true;
+    while (count > 0) {
+        const uint64_t n = count < perChunk ? count : perChunk;
+        _qor_get_bits(world, buf, static_cast<QorULong>(n * w), first ? alignArg : 0);
+        first = false;
+        uint32_t acc = 0;
+        unsigned held = 0;
+        unsigned o = 0;
+        for (uint64_t i = 0; i < n; i++) {
+            if (held < w) {
+                acc = (acc << 8) | buf[o++];
+                held += 8;
+            }
+            held -= w;
+            const unsigned code = (acc >> held) & ((1u << w) - 1);
+            acc &= (1u << held) - 1;
+            if (useTable) {
+                if (code >= size) [[unlikely]]
+                    raise(world, Msg::kBadCharacter, longValue('?'));
+                out[i] = decode[code];
+            } else {
+                out[i] = static_cast<unsigned char>(code);
+            }
+        }
+        out += n;
+        count -= n;
+    }
+}
+
+void skipChars(QorGlobal *world, uint64_t count, unsigned width, bool align)
+{
+    if (count == 0 || width == 0)
+        return;
+    const uint64_t pad = padBefore(world, align);
+    needInput(world, pad, count * width);
+    const uint64_t end = static_cast<unsigned>(world->bitOffset) + pad + count * width;
+    world->inPos += end >> 3;
+    world->inRoom -= static_cast<QorLong>(end >> 3);
+    world->bitOffset = static_cast<int>(end & 7);
+}
+
+} // namespace qor

@@ -1,0 +1,74 @@
+// Characters of constrained PER strings: how wide each one goes and whether
+// as its own code or as its index in the permitted alphabet, and the runs
+// that write and read them. One owner for every string family's alphabet.
+#pragma once
+
+#include <cstdint>
+
+#include "frame/world.h"
+#include "qorprim.h"
+
+namespace qor {
+
+// Descriptor flags.
+constexpr QorULong kAlignedWidthMask = 0x7F;
+constexpr QorULong kAlignedDirect = 0x80;
+constexpr unsigned kUnalignedShift = 8;
+constexpr QorULong kUnalignedDirect = 0x8000;
+constexpr QorULong kTimeString = 0x10000;
+constexpr QorULong kExtensibleSize = 0x20000;
+constexpr QorULong kTreeAlphabet = 0x40000;
+
+// Compatibility flags that bend the width.
+constexpr QorULong kCompatFullWidthWhenExtended = 0x1000;
+constexpr QorULong kCompatTimeFullWidth = 0x2000;
+
+// Lengths at or beyond this aren't size-constrained in PER.
+constexpr QorULong kConstrainedLimit = 65536;
+constexpr QorULong kFragmentUnit = 16384;
+
+struct CharCoding {
+    unsigned width; // bits a character; 0: the alphabet has one character
+    bool direct;    // the code itself goes, not the alphabet index
+};
+
+// The width and mapping of this PER variant; `extended` is the value's
+// extension bit; `fullWidth` the width of a character in memory.
+CharCoding charCoding(const QorGlobal *world, const QorStringDescriptor *desc, bool extended,
+                      unsigned fullWidth);
+
+// Only the top bit of a generated extension mark counts.
+inline bool markSet(unsigned char extensionMark) { return (extensionMark & 0x80) != 0; }
+
+// Alignment of the characters: a fixed size aligns from 17 bits on, a
+// varying one from 16 (so a 2-character string of 8 bits does only when it
+// varies). 64 bits: an upper size near 2^32 times a width would wrap.
+inline bool fixedRunAligns(unsigned width, QorULong upperSize)
+{
+    return uint64_t{width} * upperSize >= 17;
+}
+inline bool varyingRunAligns(unsigned width, QorULong upperSize, bool extended)
+{
+    return extended || uint64_t{width} * upperSize >= 16;
+}
+
+// Every character of a one-octet string is in the alphabet (message 29 with
+// the first that isn't); checked before any is written.
+void checkNarrowAlphabet(QorGlobal *world, const unsigned char *chars, uint64_t count,
+                         const QorPermittedAlphabet *alphabet);
+
+// Writes `count` characters at the cursor, without alignment.
+void writeNarrowChars(QorGlobal *world, const unsigned char *chars, uint64_t count,
+                      CharCoding coding, const QorPermittedAlphabet *alphabet);
+
+// Reads `count` characters into `out`, first going to an octet boundary when
+// `align` (aligned PER). The input is checked once for the whole run; an
+// index beyond the alphabet is message 29.
+void readNarrowChars(QorGlobal *world, unsigned char *out, uint64_t count, CharCoding coding,
+                     const QorPermittedAlphabet *alphabet, bool align);
+
+// Moves the input cursor past `count` characters as `readNarrowChars` would
+// read them, with the same end-of-input check, looking at none.
+void skipChars(QorGlobal *world, uint64_t count, unsigned width, bool align);
+
+} // namespace qor
