@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "support/roundtrip.h"
+#include "per/per_support.h"
 
 namespace {
 
@@ -45,33 +45,16 @@ const QorStringDescriptor kIa5Ext{nullptr, 1, 4, 10, 0x88 | (0x87 << 8) | 0x2000
 const QorStringDescriptor kOneChar{&kOnlyX.record, 1, 0, 100, 0};
 const QorStringDescriptor kTime{&kNumeric.record, 1, 0, 30, 4 | (4 << 8) | 0x10000};
 
-class KmstrTest : public qortest::ContextTest {
+class KmstrTest : public pertest::PerTest {
 protected:
-    void TearDown() override
-    {
-        qortest::releaseBlocks(&world);
-        ContextTest::TearDown();
-    }
-
     // Encodes into library blocks; returns the code, the octets in `out`.
     int encode(const QorStringDescriptor &desc, bool aligned, const std::string &text,
                Bytes &out, unsigned char mark = 0)
     {
-        qortest::releaseBlocks(&world);
-        world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
-        world.perAligned = aligned ? 1 : 0;
-        world.bitOffset = 0;
-        world.outPos = nullptr;
-        world.outRoom = 0;
-        world.userBuffer = 0;
-        world.totalBytes = 0;
         const char *chars = text.data();
         const auto count = static_cast<QorULong>(text.size());
-        int code = qortest::inFrame(&world, QOR_OP_ENCODE,
-                                    [&] { _qor_penc_kmstr(&world, chars, count, &desc, mark); });
-        out = qortest::forwardOutput(&world);
-        if (code == 0 && world.bitOffset != 0)
-            out.push_back(*world.outPos);
+        int code = PerTest::encode(
+            aligned, [&] { _qor_penc_kmstr(&world, chars, count, &desc, mark); }, &out);
         qortest::releaseBlocks(&world);
         return code;
     }
@@ -80,26 +63,15 @@ protected:
     long sized(const QorStringDescriptor &desc, bool aligned, const std::string &text,
                unsigned char mark)
     {
-        world.encodingFlags |= DETERMINE_ENC_LENGTH;
-        world.perAligned = aligned ? 1 : 0;
-        world.bitOffset = 0;
-        world.encLength = 0;
         const char *chars = text.data();
         const auto count = static_cast<QorULong>(text.size());
-        EXPECT_EQ(qortest::inFrame(&world, QOR_OP_ENCODE,
-                                   [&] { _qor_penc_kmstr(&world, chars, count, &desc, mark); }),
-                  0);
-        world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
-        return world.encLength + (world.bitOffset != 0 ? 1 : 0);
+        return PerTest::sized(aligned,
+                              [&] { _qor_penc_kmstr(&world, chars, count, &desc, mark); });
     }
 
     template <class Body> int decode(const Bytes &input, bool aligned, Body body)
     {
-        world.perAligned = aligned ? 1 : 0;
-        world.bitOffset = 0;
-        world.inPos = const_cast<unsigned char *>(input.data());
-        world.inRoom = static_cast<QorLong>(input.size());
-        return qortest::inFrame(&world, QOR_OP_DECODE, body);
+        return PerTest::decode(aligned, input, body);
     }
 
     // Decodes `input` by every memory form that can hold `text`, expecting it.
