@@ -1,6 +1,7 @@
 // The PER driver pair: pad bits, the one zero octet of an empty encoding,
 // and how much input a decode took, through entries that write and read a
 // given number of bits.
+#include <algorithm>
 #include <cstring>
 
 #include "support/roundtrip.h"
@@ -71,7 +72,7 @@ TEST_F(PerDriver, PadBitsAndTheEmptyEncoding)
     for (const Row &row : rows) {
         SCOPED_TRACE(row.count);
         BitsValue value = {row.count, {}};
-        memcpy(value.bits, row.bits.data(), row.bits.size());
+        std::copy(row.bits.begin(), row.bits.end(), value.bits);
         for (int rules : {QOR_PER_ALIGNED, QOR_PER_UNALIGNED}) {
             world.encRules = rules;
             EXPECT_EQ(qorDetermineEncodingLength(&world, 1, &value),
