@@ -71,7 +71,8 @@ TEST_F(PerDriver, PadBitsAndTheEmptyEncoding)
     for (const Row &row : rows) {
         SCOPED_TRACE(row.count);
         BitsValue value = {row.count, {}};
-        memcpy(value.bits, row.bits.data(), row.bits.size());
+        if (!row.bits.empty())
+            memcpy(value.bits, row.bits.data(), row.bits.size());
         for (int rules : {QOR_PER_ALIGNED, QOR_PER_UNALIGNED}) {
             world.encRules = rules;
             EXPECT_EQ(qorDetermineEncodingLength(&world, 1, &value),
