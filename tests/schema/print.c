@@ -259,6 +259,7 @@ int testSchemaPrint(QorGlobal *world, int pdunum, void *value)
         printRecord(world, (const Record *)value);
         break;
     case PDU_PersonnelRecord:
+    case PDU_PersonnelConstrained:
         printPersonnel(world, (const PersonnelRecord *)value);
         break;
     case PDU_Envelope:

@@ -32,7 +32,7 @@ enum { BAG_SIZE_LIMIT = 4000 };
 const char *const testSchemaPduNames[PDU_COUNT][2] = {
     {"Raw", "OCTET STRING"}, {"Fault", "Fault"},   {"Bag", "Bag"},
     {"Bags", "Bags"},        {"Record", "Record"}, {"PersonnelRecord", "PersonnelRecord"},
-    {"Envelope", "Envelope"}, {"Chain", "Chain"}};
+    {"Envelope", "Envelope"}, {"Chain", "Chain"}, {"PersonnelRecord", "PersonnelRecord"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -293,6 +293,7 @@ static int berEncode(QorGlobal *world, int pdunum, void *value)
         encodeRecord(world, (const Record *)value, &pos, &room);
         break;
     case PDU_PersonnelRecord:
+    case PDU_PersonnelConstrained:
         personnelEncode(world, (const PersonnelRecord *)value, &pos, &room);
         break;
     case PDU_Envelope:
@@ -342,7 +343,7 @@ static QorLong packedTagOfPdu(int pdunum)
 {
     static const unsigned char tags[PDU_COUNT] = {TAG_OCTET_STRING, TAG_SEQUENCE, TAG_SET,
                                                   TAG_BAGS,         TAG_RECORD,   TAG_PERSONNEL,
-                                                  TAG_ENVELOPE,     TAG_CHAIN};
+                                                  TAG_ENVELOPE,     TAG_CHAIN,    TAG_PERSONNEL};
     return packedTag(tags[pdunum - 1]);
 }
 
@@ -535,7 +536,8 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
         if (found == 0)
             _qor_enc_error(world, MSG_PDU_TAG_UNKNOWN, packedTag(tag));
         *pdunum = found;
-    } else if (found != *pdunum) {
+    } else if (found != *pdunum &&
+               !(found == PDU_PersonnelRecord && *pdunum == PDU_PersonnelConstrained)) {
         _qor_enc_error(world, MSG_PDU_TAG_MISMATCH, (packedTagOfPdu(*pdunum) << 16) | packedTag(tag));
     }
     world->pduNumber = *pdunum;
@@ -558,6 +560,7 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
         decodeRecord(world, &pos, &room, (Record *)value);
         break;
     case PDU_PersonnelRecord:
+    case PDU_PersonnelConstrained:
         value = personnelDecode(world, &pos, &room);
         break;
     case PDU_Envelope:
@@ -624,6 +627,7 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
         _qor_dec_free(world, value);
         return 0;
     case PDU_PersonnelRecord:
+    case PDU_PersonnelConstrained:
         personnelFree(world, (PersonnelRecord *)value);
         return 0;
     case PDU_Envelope: {
@@ -648,13 +652,56 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
     }
 }
 
-/* The rules this table carries: BER (bit 0), DER (3) and CER (7). */
-static QorULong featureBits = 0x89;
+/* Aligned and unaligned PER: only the PersonnelRecord PDUs have entries.
+ * The input holds no PDU number, so the caller gives one. */
+static int perEncode(QorGlobal *world, int pdunum, void *value)
+{
+    if (pdunum < 1 || pdunum > PDU_COUNT)
+        _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
+    world->pduNumber = pdunum;
+    world->pduNames = testSchemaPduNames[pdunum - 1];
+    world->perAligned = world->encRules == QOR_PER_ALIGNED;
+    switch (pdunum) {
+    case PDU_PersonnelRecord:
+    case PDU_PersonnelConstrained:
+        personnelPerEncode(world, (const PersonnelRecord *)value,
+                           pdunum == PDU_PersonnelConstrained);
+        break;
+    default:
+        _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
+    }
+    return 0;
+}
+
+static int perDecode(QorGlobal *world, int *pdunum, void **output)
+{
+    void *value = NULL; /* the caller's output is set on success only */
+    if (*pdunum < 1 || *pdunum > PDU_COUNT)
+        _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);
+    world->pduNumber = *pdunum;
+    world->pduNames = testSchemaPduNames[*pdunum - 1];
+    world->perAligned = world->encRules == QOR_PER_ALIGNED;
+    switch (*pdunum) {
+    case PDU_PersonnelRecord:
+    case PDU_PersonnelConstrained:
+        value = personnelPerDecode(world, *pdunum == PDU_PersonnelConstrained);
+        break;
+    default:
+        _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);
+    }
+    *output = value;
+    return 0;
+}
+
+/* The rules this table carries: BER (bit 0), aligned (1) and unaligned (2)
+ * PER, DER (3) and CER (7). */
+static QorULong featureBits = 0x8F;
 
 static int initEntry(QorGlobal *world)
 {
     qorPrivateSetMoreFlags(world, 8, &featureBits);
     qorLinkBer(world);
+    qorLinkPer(world);
     qorInitXAPIentries(world, &testSchemaXapi);
     world->ruleBits |= QOR_RULE_DER_ALLOWED;
     return 0;
@@ -662,5 +709,6 @@ static int initEntry(QorGlobal *world)
 
 QorXapiEntries testSchemaXapi = {26, NULL, NULL, NULL, NULL, 0, NULL, 0, NULL, NULL, 0, 0, NULL, NULL};
 
-QorControlTable testSchemaTable = {initEntry, berEncode, berDecode, freeValue,      QOR_BER_VERSION,
-                                   NULL,      NULL,      0,         {0, 0},         testSchemaPrint};
+QorControlTable testSchemaTable = {initEntry,       berEncode, berDecode, freeValue,
+                                   QOR_BER_VERSION, perEncode, perDecode, QOR_PER_VERSION,
+                                   {0, 0},          testSchemaPrint};

@@ -19,7 +19,8 @@ enum {
     PDU_PersonnelRecord = 6, /* the classic example of the encoding rules */
     PDU_Envelope = 7, /* an open type, encoded and decoded automatically when asked */
     PDU_Chain = 8,    /* a recursive SEQUENCE, nested as deep as its value */
-    PDU_COUNT = 8
+    PDU_PersonnelConstrained = 9, /* the same with permitted alphabets and sizes */
+    PDU_COUNT = 9
 };
 
 /* Raw ::= OCTET STRING */
@@ -138,6 +139,14 @@ void personnelEncode(QorGlobal *world, const PersonnelRecord *value, unsigned ch
                      QorLong *room);
 void *personnelDecode(QorGlobal *world, unsigned char **pos, QorLong *room);
 void personnelFree(QorGlobal *world, PersonnelRecord *value);
+
+/* The same value type in a second module whose strings are constrained:
+ * NameString ::= VisibleString (FROM("a".."z" | "A".."Z" | "-.") ^ SIZE(1..64)),
+ * the initial a NameString (SIZE(1)), Date ::= VisibleString (FROM("0".."9")
+ * ^ SIZE(8)). Its BER is the same; PER differs. The PER entries take the
+ * module: 0 unconstrained, 1 constrained. */
+void personnelPerEncode(QorGlobal *world, const PersonnelRecord *value, int constrained);
+void *personnelPerDecode(QorGlobal *world, int constrained);
 
 /* Envelope ::= [APPLICATION 3] IMPLICIT SEQUENCE { kind [0] INTEGER,
  *     content [1] OPEN TYPE }  -- content: any PDU of this module.

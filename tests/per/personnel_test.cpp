@@ -1,0 +1,180 @@
+// PersonnelRecord in aligned and unaligned PER, for the module with
+// unconstrained strings and the one with permitted alphabets and sizes,
+// against the encodings that independent tools made of the same value.
+#include <string>
+
+#include "support/vectors.h"
+
+using namespace qortest;
+
+namespace {
+
+void expectName(const Name &a, const Name &b)
+{
+    EXPECT_STREQ(a.givenName, b.givenName);
+    EXPECT_STREQ(a.initial, b.initial);
+    EXPECT_STREQ(a.familyName, b.familyName);
+}
+
+void expectExample(const void *decoded)
+{
+    const auto &got = *static_cast<const PersonnelRecord *>(decoded);
+    const PersonnelRecord &want = personnelExample;
+    expectName(got.name, want.name);
+    EXPECT_STREQ(got.title, want.title);
+    EXPECT_EQ(got.number, want.number);
+    EXPECT_STREQ(got.dateOfHire, want.dateOfHire);
+    expectName(got.nameOfSpouse, want.nameOfSpouse);
+    ASSERT_EQ(got.children.count, want.children.count);
+    for (QorLong i = 0; i < got.children.count; i++) {
+        expectName(got.children.value[i].name, want.children.value[i].name);
+        EXPECT_STREQ(got.children.value[i].dateOfBirth, want.children.value[i].dateOfBirth);
+    }
+}
+
+struct Row {
+    const char *schema;
+    const char *rule; // as the vectors name it
+    int rules;
+    int pdu;
+    size_t octets;
+    int padBits;
+};
+
+// Unaligned, unconstrained: 671 bits.
+const Row kRows[] = {
+    {"personnel.asn", "PER", QOR_PER_ALIGNED, PDU_PersonnelRecord, 94, 0},
+    {"personnel.asn", "UPER", QOR_PER_UNALIGNED, PDU_PersonnelRecord, 84, 1},
+    {"personnel-constrained.asn", "PER", QOR_PER_ALIGNED, PDU_PersonnelConstrained, 74, 0},
+    {"personnel-constrained.asn", "UPER", QOR_PER_UNALIGNED, PDU_PersonnelConstrained, 61, 3},
+};
+
+class PerPersonnel : public ContextTest {
+protected:
+    // The one reference encoding of a row, or null when the vectors are missing.
+    const Vector *reference(const Row &row)
+    {
+        found = vectorsFor(row.schema, row.rule);
+        if (found.empty())
+            return nullptr;
+        EXPECT_EQ(found.size(), 1u);
+        return &found[0];
+    }
+    std::vector<Vector> found;
+};
+
+} // namespace
+
+TEST_F(PerPersonnel, EncodesExactlyTheReferenceAndDecodesBack)
+{
+    int seen = 0;
+    for (const Row &row : kRows) {
+        SCOPED_TRACE(std::string(row.schema) + " " + row.rule);
+        const Vector *v = reference(row);
+        if (v == nullptr)
+            continue;
+        seen++;
+        ASSERT_EQ(v->encoding.size(), row.octets);
+        world.encRules = row.rules;
+        expectRoundTrip(&world, row.pdu, &personnelExample, v->encoding, expectExample);
+        EXPECT_EQ(encodePdu(&world, row.pdu, &personnelExample), v->encoding);
+        EXPECT_EQ(qorDetermineNumberOfPadBits(&world), row.padBits);
+        EXPECT_EQ(qorDetermineEncodingLength(&world, row.pdu, &personnelExample),
+                  static_cast<QorLong>(row.octets));
+        EXPECT_EQ(qorDetermineNumberOfPadBits(&world), row.padBits) << "sizing mode";
+    }
+    if (seen == 0)
+        GTEST_SKIP() << "reference vectors not found";
+}
+
+TEST_F(PerPersonnel, EveryAllocationMayFail)
+{
+    for (const Row &row : kRows) {
+        SCOPED_TRACE(std::string(row.schema) + " " + row.rule);
+        world.encRules = row.rules;
+        expectEveryAllocationMayFail(&world, row.pdu, &personnelExample);
+    }
+}
+
+// Every prefix ends in a return code, with no value and nothing leaked; so
+// does an octet changed anywhere, or else the value decodes and is freed.
+TEST_F(PerPersonnel, TruncatedAndMutatedFormsEndCleanly)
+{
+    for (const Row &row : kRows) {
+        SCOPED_TRACE(std::string(row.schema) + " " + row.rule);
+        world.encRules = row.rules;
+        const Bytes encoding = encodePdu(&world, row.pdu, &personnelExample);
+        for (size_t n = 0; n < encoding.size(); n++)
+            EXPECT_NE(decodePdu(&world, Bytes(encoding.begin(), encoding.begin() + static_cast<long>(n)), row.pdu), 0) << n;
+        for (size_t i = 0; i < encoding.size(); i++) {
+            for (unsigned char lie : {0x00, 0x7F, 0x80, 0xC4, 0xFF}) {
+                Bytes mutated = encoding;
+                mutated[i] = lie;
+                decodePdu(&world, mutated, row.pdu);
+            }
+        }
+        EXPECT_EQ(CountingAllocator::outstanding, 0);
+    }
+}
+
+// The constraints are checked on encoding: a character outside the
+// alphabet, a size outside the bounds.
+TEST_F(PerPersonnel, TheConstrainedModuleChecksItsStrings)
+{
+    char digit[] = "J0hn", empty[] = "", twoInitials[] = "PQ", shortDate[] = "1971091";
+    struct Case {
+        const char *name;
+        char **field;
+        char *text;
+    } cases[] = {
+        {"digit in a name", &personnelExample.name.givenName, digit},
+        {"empty name", &personnelExample.name.familyName, empty},
+        {"two initials", &personnelExample.name.initial, twoInitials},
+        {"short date", &personnelExample.dateOfHire, shortDate},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        char *kept = *c.field;
+        *c.field = c.text;
+        for (int rules : {QOR_PER_ALIGNED, QOR_PER_UNALIGNED}) {
+            world.encRules = rules;
+            QorBuf out = {0, nullptr};
+            EXPECT_NE(qorEncode(&world, PDU_PersonnelConstrained, &personnelExample, &out), 0);
+            EXPECT_EQ(out.value, nullptr);
+            // The unconstrained module takes any VisibleString.
+            Bytes plain = encodePdu(&world, PDU_PersonnelRecord, &personnelExample);
+            EXPECT_FALSE(plain.empty());
+        }
+        *c.field = kept;
+    }
+}
+
+// Both modules have the same BER; the constrained one is found by number.
+TEST_F(PerPersonnel, BothModulesShareTheirBer)
+{
+    const Bytes der = encodePdu(&world, PDU_PersonnelRecord, &personnelExample);
+    world.encRules = QOR_DER;
+    expectRoundTrip(&world, PDU_PersonnelRecord, &personnelExample,
+                    encodePdu(&world, PDU_PersonnelRecord, &personnelExample), expectExample);
+    EXPECT_EQ(encodePdu(&world, PDU_PersonnelConstrained, &personnelExample),
+              encodePdu(&world, PDU_PersonnelRecord, &personnelExample));
+    void *out = nullptr;
+    int pdu = 0;
+    ASSERT_EQ(decodePdu(&world, der, PDU_PersonnelConstrained, &out, &pdu), 0);
+    EXPECT_EQ(pdu, PDU_PersonnelConstrained);
+    expectExample(out);
+    EXPECT_EQ(qorFreePDU(&world, pdu, out), 0);
+}
+
+// PER input names no PDU, and only PersonnelRecord has PER entries.
+TEST_F(PerPersonnel, APduNumberIsNeeded)
+{
+    world.encRules = QOR_PER_UNALIGNED;
+    const Bytes encoding = encodePdu(&world, PDU_PersonnelRecord, &personnelExample);
+    EXPECT_NE(decodePdu(&world, encoding, 0), 0);
+    EXPECT_NE(decodePdu(&world, encoding, PDU_Raw), 0);
+    Raw raw = rawText("a");
+    QorBuf out = {0, nullptr};
+    EXPECT_NE(qorEncode(&world, PDU_Raw, &raw, &out), 0);
+    EXPECT_EQ(out.value, nullptr);
+}
