@@ -56,7 +56,7 @@ static int roundTrip(QorGlobal *world, int rules, const char *name, const char *
     QorBuf encoded = {0, NULL};
     QorBuf input;
     PersonnelRecord *decoded = NULL;
-    int pdu = 0;
+    int pdu = PDU_PersonnelRecord; /* PER does not name its PDU; BER would find it */
     int rc;
     qorSetEncodingRules(world, rules);
     printf("%s (%s)\n", name, about);
@@ -89,8 +89,11 @@ struct Rule {
     const char *name;
 };
 
-static const struct Rule knownRules[] = {
-    {"ber", QOR_BER, "BER"}, {"der", QOR_DER, "DER"}, {"cer", QOR_CER, "CER"}};
+static const struct Rule knownRules[] = {{"ber", QOR_BER, "BER"},
+                                         {"der", QOR_DER, "DER"},
+                                         {"cer", QOR_CER, "CER"},
+                                         {"per", QOR_PER_ALIGNED, "aligned PER"},
+                                         {"uper", QOR_PER_UNALIGNED, "unaligned PER"}};
 
 enum { LARGEST_FILE = 16 << 20 };
 
@@ -148,7 +151,8 @@ static int decodeFile(QorGlobal *world, const struct Rule *rule, const char *pat
 static int usage(void)
 {
     printf("usage: qordemo                      show PersonnelRecord under every rule\n"
-           "       qordemo [ber|der|cer] FILE   decode FILE as a PersonnelRecord (BER if no rule)\n");
+           "       qordemo [ber|der|cer|per|uper] FILE\n"
+           "                                    decode FILE as a PersonnelRecord (BER if no rule)\n");
     return 2;
 }
 
@@ -185,6 +189,8 @@ int main(int argc, char **argv)
     failures += roundTrip(&world, QOR_BER, "BER", "Basic Encoding Rules");
     failures += roundTrip(&world, QOR_DER, "DER", "Distinguished Encoding Rules: one encoding per value");
     failures += roundTrip(&world, QOR_CER, "CER", "Canonical Encoding Rules");
+    failures += roundTrip(&world, QOR_PER_ALIGNED, "PER", "Packed Encoding Rules, aligned");
+    failures += roundTrip(&world, QOR_PER_UNALIGNED, "UPER", "Packed Encoding Rules, unaligned");
     printf("%s\n", failures == 0 ? "Round trip exact under every rule." : "Some round trips failed.");
     qorterm(&world);
     return failures == 0 ? 0 : 1;
