@@ -56,16 +56,10 @@ inline unsigned char *putLength(unsigned char *out, QorLong length)
 }
 
 // Input checks shared by the decoders.
-
 inline void needInput(QorGlobal *world, const QorLong *room, QorLong n)
 {
     if (n > *room) [[unlikely]]
         raise(world, Msg::kEndOfInput, longValue(0));
-}
-
-inline bool relaxed(const QorGlobal *world)
-{
-    return (world->ruleBits & QOR_RULE_RELAXED) != 0 && world->encRules != QOR_DER;
 }
 
 // DER has the definite form alone. The message's text is whole: it shows no

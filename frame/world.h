@@ -109,6 +109,12 @@ inline void userRelease(QorGlobal *world, void *p)
         world->userFree(world, p);
 }
 
+// Whether the running decode accepts what the rules only tolerate; DER never does.
+inline bool relaxed(const QorGlobal *world)
+{
+    return (world->ruleBits & QOR_RULE_RELAXED) != 0 && world->encRules != QOR_DER;
+}
+
 inline QorGlobal *outermost(QorGlobal *world)
 {
     while (world->parentWorld)

@@ -29,8 +29,6 @@ inline constexpr RangeBits kBitsForRange = makeRangeBits();
 // Bits needed to hold `v`: 0 for 0.
 inline unsigned bitLength(uint64_t v) { return v == 0 ? 0 : 64 - static_cast<unsigned>(__builtin_clzll(v)); }
 
-inline bool relaxed(const QorGlobal *world) { return (world->ruleBits & QOR_RULE_RELAXED) != 0; }
-
 // The next eight bits, after going to an octet boundary if `align` under
 // aligned PER. The whole octet must be in the input, so a value can't be
 // made of bits past its end.
