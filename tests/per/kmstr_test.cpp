@@ -59,16 +59,6 @@ protected:
         return code;
     }
 
-    // Counts in sizing mode: the octets an encoding takes.
-    long sized(const QorStringDescriptor &desc, bool aligned, const std::string &text,
-               unsigned char mark)
-    {
-        const char *chars = text.data();
-        const auto count = static_cast<QorULong>(text.size());
-        return PerTest::sized(aligned,
-                              [&] { _qor_penc_kmstr(&world, chars, count, &desc, mark); });
-    }
-
     template <class Body> int decode(const Bytes &input, bool aligned, Body body)
     {
         return PerTest::decode(aligned, input, body);
@@ -152,7 +142,9 @@ TEST_F(KmstrTest, ReferenceEncodingsAndEveryDecoderForm)
         Bytes out;
         ASSERT_EQ(encode(*row.desc, row.aligned, row.text, out, row.mark), 0) << world.errMsgBuffer;
         EXPECT_EQ(out, hex(row.expected));
-        EXPECT_EQ(sized(*row.desc, row.aligned, row.text, row.mark), static_cast<long>(out.size()));
+        EXPECT_EQ(sized(row.aligned, [&] {
+                      _qor_penc_kmstr(&world, row.text.data(), static_cast<QorULong>(row.text.size()), row.desc, row.mark);
+                  }), static_cast<long>(out.size()));
         expectEveryForm(*row.desc, row.aligned, out, row.text);
     }
 }
@@ -248,19 +240,19 @@ TEST_F(KmstrTest, TruncationAtEveryOctet)
         {"ia5", &kIa5, true, std::string(300, 'q'), nullptr},
     };
     for (const Row &row : rows) {
-        for (bool aligned : {true, false}) {
+        pertest::bothVariants([&](bool aligned) {
             Bytes full;
             ASSERT_EQ(encode(*row.desc, aligned, row.text, full), 0);
             for (size_t n = 0; n < full.size(); n++) {
                 SCOPED_TRACE(std::string(row.name) + " cut at " + std::to_string(n));
                 // A copy of exactly the octets left, so that a read beyond is caught.
-                Bytes cut(full.begin(), full.begin() + static_cast<long>(n));
+                Bytes cut = prefix(full, n);
                 char *ptr = nullptr;
                 EXPECT_EQ(decode(cut, aligned, [&] { _qor_pdec_ub_kmstr(&world, &ptr, row.desc); }), 4);
                 EXPECT_TRUE(messageHas("0081S"));
                 EXPECT_EQ(qortest::blocksListed(&world), 0) << "nothing allocated before the input is known";
             }
-        }
+        });
     }
 }
 

@@ -9,29 +9,6 @@ using namespace qortest;
 
 namespace {
 
-void expectName(const Name &a, const Name &b)
-{
-    EXPECT_STREQ(a.givenName, b.givenName);
-    EXPECT_STREQ(a.initial, b.initial);
-    EXPECT_STREQ(a.familyName, b.familyName);
-}
-
-void expectExample(const void *decoded)
-{
-    const auto &got = *static_cast<const PersonnelRecord *>(decoded);
-    const PersonnelRecord &want = personnelExample;
-    expectName(got.name, want.name);
-    EXPECT_STREQ(got.title, want.title);
-    EXPECT_EQ(got.number, want.number);
-    EXPECT_STREQ(got.dateOfHire, want.dateOfHire);
-    expectName(got.nameOfSpouse, want.nameOfSpouse);
-    ASSERT_EQ(got.children.count, want.children.count);
-    for (QorLong i = 0; i < got.children.count; i++) {
-        expectName(got.children.value[i].name, want.children.value[i].name);
-        EXPECT_STREQ(got.children.value[i].dateOfBirth, want.children.value[i].dateOfBirth);
-    }
-}
-
 struct Row {
     const char *schema;
     const char *rule; // as the vectors name it
@@ -76,7 +53,7 @@ TEST_F(PerPersonnel, EncodesExactlyTheReferenceAndDecodesBack)
         seen++;
         ASSERT_EQ(v->encoding.size(), row.octets);
         world.encRules = row.rules;
-        expectRoundTrip(&world, row.pdu, &personnelExample, v->encoding, expectExample);
+        expectRoundTrip(&world, row.pdu, &personnelExample, v->encoding, expectPersonnelExample);
         EXPECT_EQ(encodePdu(&world, row.pdu, &personnelExample), v->encoding);
         EXPECT_EQ(qorDetermineNumberOfPadBits(&world), row.padBits);
         EXPECT_EQ(qorDetermineEncodingLength(&world, row.pdu, &personnelExample),
@@ -105,7 +82,7 @@ TEST_F(PerPersonnel, TruncatedAndMutatedFormsEndCleanly)
         world.encRules = row.rules;
         const Bytes encoding = encodePdu(&world, row.pdu, &personnelExample);
         for (size_t n = 0; n < encoding.size(); n++)
-            EXPECT_NE(decodePdu(&world, Bytes(encoding.begin(), encoding.begin() + static_cast<long>(n)), row.pdu), 0) << n;
+            EXPECT_NE(decodePdu(&world, Bytes(encoding.data(), encoding.data() + n), row.pdu), 0) << n;
         for (size_t i = 0; i < encoding.size(); i++) {
             for (unsigned char lie : {0x00, 0x7F, 0x80, 0xC4, 0xFF}) {
                 Bytes mutated = encoding;
@@ -155,14 +132,14 @@ TEST_F(PerPersonnel, BothModulesShareTheirBer)
     const Bytes der = encodePdu(&world, PDU_PersonnelRecord, &personnelExample);
     world.encRules = QOR_DER;
     expectRoundTrip(&world, PDU_PersonnelRecord, &personnelExample,
-                    encodePdu(&world, PDU_PersonnelRecord, &personnelExample), expectExample);
+                    encodePdu(&world, PDU_PersonnelRecord, &personnelExample), expectPersonnelExample);
     EXPECT_EQ(encodePdu(&world, PDU_PersonnelConstrained, &personnelExample),
               encodePdu(&world, PDU_PersonnelRecord, &personnelExample));
     void *out = nullptr;
     int pdu = 0;
     ASSERT_EQ(decodePdu(&world, der, PDU_PersonnelConstrained, &out, &pdu), 0);
     EXPECT_EQ(pdu, PDU_PersonnelConstrained);
-    expectExample(out);
+    expectPersonnelExample(out);
     EXPECT_EQ(qorFreePDU(&world, pdu, out), 0);
 }
 
