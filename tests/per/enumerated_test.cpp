@@ -74,14 +74,9 @@ TEST_F(EnumTest, RootWidths)
                         bits.push_back(0);
                 if (octetAligned && count > 256)
                     width = 16;
-                for (unsigned b = width; b-- > 0;)
-                    bits.push_back(static_cast<int>((last >> b) & 1));
-                Bytes expected((bits.size() + 7) / 8, 0);
-                for (size_t i = 0; i < bits.size(); i++)
-                    if (bits[i])
-                        expected[i / 8] |= static_cast<unsigned char>(0x80 >> (i % 8));
+                pertest::appendBits(bits, last, width);
                 QorLong got = 0;
-                expectCoded(aligned, expected, [&] {
+                expectCoded(aligned, pertest::packBits(bits), [&] {
                     _qor_penc_nonneg_1int(&world, 1);
                     _qor_penc_enum(&world, values[last], &root, ext);
                 }, [&] {

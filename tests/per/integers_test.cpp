@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <vector>
 
 #include "per_support.h"
 
@@ -213,13 +214,10 @@ TEST_F(IntegerTest, NarrowFieldsAreRightJustified)
                           _qor_penc_nonneg_1int(&world, 1);
                       }, &out), 0);
             // `lead` ones, the value, a one.
-            uint64_t bits = ((((uint64_t{1} << lead) - 1) << n | value) << 1) | 1;
-            const unsigned total = lead + n + 1;
-            Bytes expected((total + 7) / 8);
-            bits <<= expected.size() * 8 - total;
-            for (size_t i = 0; i < expected.size(); i++)
-                expected[i] = static_cast<unsigned char>(bits >> (8 * (expected.size() - 1 - i)));
-            EXPECT_EQ(out, expected);
+            std::vector<int> bits(lead, 1);
+            pertest::appendBits(bits, value, n);
+            bits.push_back(1);
+            EXPECT_EQ(out, pertest::packBits(bits));
             QorULong got = 0, last = 0;
             ASSERT_EQ(decode(false, out, [&] {
                           _qor_pdec_nonneg_int_l(&world, lead);

@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <functional>
+#include <vector>
 
 #include "support/roundtrip.h"
 
@@ -95,15 +97,33 @@ protected:
             SCOPED_TRACE(testing::Message() << input << (lenient ? " relaxed" : " strict"));
             const int code = decode(true, qortest::hex(input), get, lenient);
             EXPECT_EQ(code, lenient ? relaxed : strict);
-            if (code == 0)
+            if (code == 0) {
                 check();
-            else if (code == kOutOfBoundsCode)
+            } else if (code == kOutOfBoundsCode) {
                 EXPECT_TRUE(messageHas("Integer or enumerated value too long")) << world.errMsgBuffer;
+            }
         }
     }
 
     static Bytes prefix(const Bytes &bytes, size_t n) { return {bytes.begin(), bytes.begin() + static_cast<long>(n)}; }
 };
+
+// Appends the low `width` bits of `value` to `bits`, one entry a bit.
+inline void appendBits(std::vector<int> &bits, uint64_t value, unsigned width)
+{
+    while (width-- > 0)
+        bits.push_back(static_cast<int>((value >> width) & 1));
+}
+
+// The octets of `bits`, first bit first, a last partial octet padded with 0.
+inline Bytes packBits(const std::vector<int> &bits)
+{
+    Bytes octets((bits.size() + 7) / 8, 0);
+    for (size_t i = 0; i < bits.size(); i++)
+        if (bits[i])
+            octets[i / 8] |= static_cast<unsigned char>(0x80 >> (i % 8));
+    return octets;
+}
 
 // Runs `body` in both variants, aligned first, each traced.
 inline void bothVariants(const std::function<void(bool)> &body)

@@ -1,6 +1,7 @@
 // PersonnelRecord in aligned and unaligned PER, for the module with
 // unconstrained strings and the one with permitted alphabets and sizes,
 // against the encodings that independent tools made of the same value.
+#include <functional>
 #include <string>
 
 #include "support/vectors.h"
@@ -38,6 +39,16 @@ protected:
         return &found[0];
     }
     std::vector<Vector> found;
+
+    // Runs `body` for each row, under its rules.
+    void eachRow(const std::function<void(const Row &)> &body)
+    {
+        for (const Row &row : kRows) {
+            SCOPED_TRACE(std::string(row.schema) + " " + row.rule);
+            world.encRules = row.rules;
+            body(row);
+        }
+    }
 };
 
 } // namespace
@@ -45,41 +56,33 @@ protected:
 TEST_F(PerPersonnel, EncodesExactlyTheReferenceAndDecodesBack)
 {
     int seen = 0;
-    for (const Row &row : kRows) {
-        SCOPED_TRACE(std::string(row.schema) + " " + row.rule);
+    eachRow([&](const Row &row) {
         const Vector *v = reference(row);
         if (v == nullptr)
-            continue;
+            return;
         seen++;
         ASSERT_EQ(v->encoding.size(), row.octets);
-        world.encRules = row.rules;
         expectRoundTrip(&world, row.pdu, &personnelExample, v->encoding, expectPersonnelExample);
         EXPECT_EQ(encodePdu(&world, row.pdu, &personnelExample), v->encoding);
         EXPECT_EQ(qorDetermineNumberOfPadBits(&world), row.padBits);
         EXPECT_EQ(qorDetermineEncodingLength(&world, row.pdu, &personnelExample),
                   static_cast<QorLong>(row.octets));
         EXPECT_EQ(qorDetermineNumberOfPadBits(&world), row.padBits) << "sizing mode";
-    }
+    });
     if (seen == 0)
         GTEST_SKIP() << "reference vectors not found";
 }
 
 TEST_F(PerPersonnel, EveryAllocationMayFail)
 {
-    for (const Row &row : kRows) {
-        SCOPED_TRACE(std::string(row.schema) + " " + row.rule);
-        world.encRules = row.rules;
-        expectEveryAllocationMayFail(&world, row.pdu, &personnelExample);
-    }
+    eachRow([&](const Row &row) { expectEveryAllocationMayFail(&world, row.pdu, &personnelExample); });
 }
 
 // Every prefix ends in a return code, with no value and nothing leaked; so
 // does an octet changed anywhere, or else the value decodes and is freed.
 TEST_F(PerPersonnel, TruncatedAndMutatedFormsEndCleanly)
 {
-    for (const Row &row : kRows) {
-        SCOPED_TRACE(std::string(row.schema) + " " + row.rule);
-        world.encRules = row.rules;
+    eachRow([&](const Row &row) {
         const Bytes encoding = encodePdu(&world, row.pdu, &personnelExample);
         for (size_t n = 0; n < encoding.size(); n++)
             EXPECT_NE(decodePdu(&world, Bytes(encoding.data(), encoding.data() + n), row.pdu), 0) << n;
@@ -91,7 +94,7 @@ TEST_F(PerPersonnel, TruncatedAndMutatedFormsEndCleanly)
             }
         }
         EXPECT_EQ(CountingAllocator::outstanding, 0);
-    }
+    });
 }
 
 // The constraints are checked on encoding: a character outside the
