@@ -9,31 +9,7 @@ using namespace qortest;
 
 namespace {
 
-class Personnel : public ContextTest {
-protected:
-    static void expectName(const Name &a, const Name &b)
-    {
-        EXPECT_STREQ(a.givenName, b.givenName);
-        EXPECT_STREQ(a.initial, b.initial);
-        EXPECT_STREQ(a.familyName, b.familyName);
-    }
-
-    static void expectExample(const void *decoded)
-    {
-        const auto &got = *static_cast<const PersonnelRecord *>(decoded);
-        const PersonnelRecord &want = personnelExample;
-        expectName(got.name, want.name);
-        EXPECT_STREQ(got.title, want.title);
-        EXPECT_EQ(got.number, want.number);
-        EXPECT_STREQ(got.dateOfHire, want.dateOfHire);
-        expectName(got.nameOfSpouse, want.nameOfSpouse);
-        ASSERT_EQ(got.children.count, want.children.count);
-        for (QorLong i = 0; i < got.children.count; i++) {
-            expectName(got.children.value[i].name, want.children.value[i].name);
-            EXPECT_STREQ(got.children.value[i].dateOfBirth, want.children.value[i].dateOfBirth);
-        }
-    }
-};
+using Personnel = ContextTest;
 
 } // namespace
 
@@ -47,7 +23,7 @@ TEST_F(Personnel, EveryRuleEncodesExactlyTheReferenceDerEncoding)
     for (int rules : {QOR_DER, QOR_BER, QOR_CER}) {
         world.encRules = rules;
         expectRoundTrip(&world, PDU_PersonnelRecord, &personnelExample, der[0].encoding,
-                        expectExample);
+                        expectPersonnelExample);
     }
 }
 
@@ -64,7 +40,7 @@ TEST_F(Personnel, EveryReferenceFormDecodesToTheSameValue)
                 ASSERT_EQ(decodePdu(&world, v.encoding, 0, &out, &pdu), 0);
                 EXPECT_EQ(pdu, PDU_PersonnelRecord);
                 EXPECT_EQ(qorGetBytesReadByDecoder(&world), static_cast<QorLong>(v.encoding.size()));
-                expectExample(out);
+                expectPersonnelExample(out);
                 EXPECT_EQ(qorFreePDU(&world, pdu, out), 0);
                 seen++;
             }

@@ -170,20 +170,7 @@ protected:
     }
 
     // Output into the library's blocks (or only counted), or into a caller's buffer.
-    void startWriting(bool aligned, bool sizing = false)
-    {
-        qortest::releaseBlocks(&world);
-        world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
-        if (sizing)
-            world.encodingFlags |= DETERMINE_ENC_LENGTH;
-        world.perAligned = aligned ? 1 : 0;
-        world.bitOffset = 0;
-        world.outPos = nullptr;
-        world.outRoom = 0;
-        world.userBuffer = 0;
-        world.totalBytes = 0;
-        world.encLength = 0;
-    }
+    void startWriting(bool aligned, bool sizing = false) { qortest::startWriting(&world, aligned, sizing); }
     void startWritingInto(unsigned char *buffer, QorLong size, bool aligned)
     {
         startWriting(aligned);

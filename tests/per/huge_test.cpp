@@ -43,25 +43,17 @@ TEST_F(HugeTest, TrimmedAndReadBack)
         {true, "00 00 01", "01 01", "01"},
     };
     for (const Row &row : rows) {
-        for (bool aligned : {true, false}) {
-            SCOPED_TRACE(testing::Message() << row.value << (row.semi ? " semi" : "") << (aligned ? " aligned" : ""));
+        SCOPED_TRACE(testing::Message() << row.value << (row.semi ? " semi" : ""));
+        pertest::bothVariants([&](bool aligned) {
             const Bytes value = hex(row.value);
-            Bytes out;
-            ASSERT_EQ(encode(aligned, [&] {
-                          (row.semi ? _qor_penc_semicon_huge_ia : _qor_penc_unconstr_huge_ia)(
-                              &world, value.data(), static_cast<QorULong>(value.size()));
-                      }, &out), 0);
-            EXPECT_EQ(out, hex(row.encoding));
-            int code = -1;
-            EXPECT_EQ(read(aligned, out, row.semi ? _qor_pdec_semicon_huge_ia : _qor_pdec_unconstr_huge_ia, &code),
-                      hex(row.decoded));
-            EXPECT_EQ(code, 0);
-            for (size_t n = 0; n < out.size(); n++) {
-                read(aligned, Bytes(out.begin(), out.begin() + static_cast<long>(n)),
-                     row.semi ? _qor_pdec_semicon_huge_ia : _qor_pdec_unconstr_huge_ia, &code);
-                EXPECT_EQ(code, pertest::kEndOfInputCode) << n;
-            }
-        }
+            unsigned char *p = nullptr;
+            QorULong n = 0;
+            expectCoded(aligned, hex(row.encoding), [&] {
+                (row.semi ? _qor_penc_semicon_huge_ia : _qor_penc_unconstr_huge_ia)(
+                    &world, value.data(), static_cast<QorULong>(value.size()));
+            }, [&] { n = (row.semi ? _qor_pdec_semicon_huge_ia : _qor_pdec_unconstr_huge_ia)(&world, &p); });
+            EXPECT_EQ(Bytes(p, p + n), hex(row.decoded));
+        });
     }
 }
 
@@ -83,7 +75,7 @@ TEST_F(HugeTest, Limits)
     EXPECT_EQ(code, 0);
     // The semi-constrained reader has no limit: fragments are gathered.
     const Bytes items = qortest::pattern(16384 + 3);
-    for (bool aligned : {true, false}) {
+    pertest::bothVariants([&](bool aligned) {
         Bytes input = hex("C1");
         input.insert(input.end(), items.begin(), items.begin() + 16384);
         input.push_back(3);
@@ -91,12 +83,12 @@ TEST_F(HugeTest, Limits)
         EXPECT_EQ(read(aligned, input, _qor_pdec_semicon_huge_ia, &code), items);
         EXPECT_EQ(code, 0);
         for (size_t n : {size_t{1}, size_t{100}, size_t{16384}, size_t{16385}, input.size() - 1}) {
-            read(aligned, Bytes(input.begin(), input.begin() + static_cast<long>(n)), _qor_pdec_semicon_huge_ia, &code);
+            read(aligned, prefix(input, n), _qor_pdec_semicon_huge_ia, &code);
             EXPECT_EQ(code, pertest::kEndOfInputCode) << n;
         }
         read(aligned, hex("C4 00"), _qor_pdec_semicon_huge_ia, &code); // a fragment with short data
         EXPECT_EQ(code, pertest::kEndOfInputCode);
-    }
+    });
 }
 
 } // namespace

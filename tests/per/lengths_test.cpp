@@ -7,6 +7,7 @@
 namespace {
 
 using pertest::Bytes;
+using pertest::bothVariants;
 using qortest::hex;
 
 class LengthTest : public pertest::PerTest {};
@@ -41,31 +42,18 @@ TEST_F(LengthTest, EncodedFormsAndReadBack)
         {0xFFFFFFFF, 0, 0, 0, "C4", "C4", 65536},
     };
     for (const LengthRow &row : rows) {
-        for (bool aligned : {true, false}) {
-            SCOPED_TRACE(testing::Message() << row.length << " (" << row.lb << ".." << row.ub
-                                            << ") " << (aligned ? "aligned" : "unaligned"));
-            const Bytes expected = hex(aligned ? row.aligned : row.unaligned);
-            Bytes out;
-            QorULong items = 0;
-            const QorULong length = row.length, lb = row.lb, ub = row.ub;
-            const unsigned char extended = row.extended;
-            ASSERT_EQ(encode(aligned, [&] { items = _qor_penc_length_l(&world, length, lb, ub, extended); },
-                             &out),
-                      0);
-            EXPECT_EQ(out, expected);
-            EXPECT_EQ(items, row.items);
-            EXPECT_EQ(sized(aligned, [&] { _qor_penc_length_l(&world, length, lb, ub, extended); }),
-                      static_cast<long>(expected.size()));
-
+        SCOPED_TRACE(testing::Message() << row.length << " (" << row.lb << ".." << row.ub << ")");
+        bothVariants([&](bool aligned) {
+            QorULong items = 0, got = 0;
             unsigned char done = 9;
-            QorULong got = 0;
-            const QorULong readUb = extended ? 0 : ub;
-            ASSERT_EQ(decode(aligned, expected, [&] { got = _qor_pdec_length(&world, lb, readUb, &done); }), 0);
+            expectCoded(aligned, hex(aligned ? row.aligned : row.unaligned),
+                        [&] { items = _qor_penc_length_l(&world, row.length, row.lb, row.ub, row.extended); },
+                        [&] { got = _qor_pdec_length(&world, row.lb, row.extended ? 0 : row.ub, &done); });
+            EXPECT_EQ(items, row.items);
             EXPECT_EQ(got, row.items);
-            const bool fragment = row.items >= 16384 && (extended || ub == 0 || ub >= 65536);
+            const bool fragment = row.items >= 16384 && (row.extended || row.ub == 0 || row.ub >= 65536);
             EXPECT_EQ(done, fragment ? 0 : 1);
-            EXPECT_LT(bitsLeft(), 8);
-        }
+        });
     }
 }
 
@@ -83,24 +71,20 @@ TEST_F(LengthTest, AlignmentAfterABit)
         {0, 1000, "80 00 05", "80 A0"}, // two aligned octets, or 10 bits
     };
     for (const Row &row : rows) {
-        for (bool aligned : {true, false}) {
-            SCOPED_TRACE(testing::Message() << row.ub << (aligned ? " aligned" : " unaligned"));
-            Bytes out;
-            const QorULong lb = row.lb, ub = row.ub;
-            ASSERT_EQ(encode(aligned, [&] {
-                          _qor_penc_nonneg_1int(&world, 1);
-                          _qor_penc_length_l(&world, 5, lb, ub, 0);
-                      }, &out), 0);
-            EXPECT_EQ(out, hex(aligned ? row.aligned : row.unaligned));
+        SCOPED_TRACE(row.ub);
+        bothVariants([&](bool aligned) {
             unsigned char done = 0;
             QorULong got = 0, bit = 0;
-            ASSERT_EQ(decode(aligned, out, [&] {
-                          bit = _qor_pdec_nonneg_1int(&world);
-                          got = _qor_pdec_length(&world, lb, ub, &done);
-                      }), 0);
+            expectCoded(aligned, hex(aligned ? row.aligned : row.unaligned), [&] {
+                _qor_penc_nonneg_1int(&world, 1);
+                _qor_penc_length_l(&world, 5, row.lb, row.ub, 0);
+            }, [&] {
+                bit = _qor_pdec_nonneg_1int(&world);
+                got = _qor_pdec_length(&world, row.lb, row.ub, &done);
+            });
             EXPECT_EQ(bit, 1u);
             EXPECT_EQ(got, 5u);
-        }
+        });
     }
 }
 
@@ -196,19 +180,13 @@ TEST_F(LengthTest, HostileAndLenientInput)
         {"01", 0, 1000, pertest::kEndOfInputCode, 0, pertest::kEndOfInputCode, 0},
     };
     for (const HostileRow &row : rows) {
-        for (bool lenient : {false, true}) {
-            SCOPED_TRACE(testing::Message() << row.input << (lenient ? " relaxed" : " strict"));
-            const Bytes input = hex(row.input);
-            unsigned char done = 9;
-            QorULong got = 0;
-            const QorULong lb = row.lb, ub = row.ub;
-            int code = decode(true, input, [&] { got = _qor_pdec_length(&world, lb, ub, &done); }, lenient);
-            EXPECT_EQ(code, lenient ? row.relaxedCode : row.code);
-            if (code == 0) {
-                EXPECT_EQ(got, row.relaxedValue);
-                EXPECT_EQ(done, row.done);
-            }
-        }
+        unsigned char done = 9;
+        QorULong got = 0;
+        expectLenience(row.input, row.code, row.relaxedCode, [&] { got = _qor_pdec_length(&world, row.lb, row.ub, &done); },
+                       [&] {
+                           EXPECT_EQ(got, row.relaxedValue);
+                           EXPECT_EQ(done, row.done);
+                       });
     }
 }
 

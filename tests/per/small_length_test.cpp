@@ -25,20 +25,17 @@ TEST_F(SmallLengthTest, NormallySmallLength)
         {16384, "80 C1", "E0 80"},
     };
     for (const Row &row : rows) {
-        for (bool aligned : {true, false}) {
-            SCOPED_TRACE(testing::Message() << row.value << (aligned ? " aligned" : " unaligned"));
-            Bytes out;
-            QorULong items = 0;
-            const QorULong value = row.value;
-            ASSERT_EQ(encode(aligned, [&] { items = _qor_penc_small_len_l(&world, value); }, &out), 0);
-            EXPECT_EQ(out, hex(aligned ? row.aligned : row.unaligned));
-            EXPECT_EQ(items, value);
+        SCOPED_TRACE(row.value);
+        pertest::bothVariants([&](bool aligned) {
+            QorULong items = 0, got = 0;
             unsigned char done = 0;
-            QorULong got = 0;
-            ASSERT_EQ(decode(aligned, out, [&] { got = qor::decodeSmallLength(&world, &done); }), 0);
-            EXPECT_EQ(got, value);
-            EXPECT_EQ(done, value >= 16384 ? 0 : 1); // a whole fragment: more follow
-        }
+            expectCoded(aligned, hex(aligned ? row.aligned : row.unaligned),
+                        [&] { items = _qor_penc_small_len_l(&world, row.value); },
+                        [&] { got = qor::decodeSmallLength(&world, &done); });
+            EXPECT_EQ(items, row.value);
+            EXPECT_EQ(got, row.value);
+            EXPECT_EQ(done, row.value >= 16384 ? 0 : 1); // a whole fragment: more follow
+        });
     }
 }
 

@@ -257,4 +257,17 @@ void expectEveryAllocationMayFail(QorGlobal *world, int pdu, void *value, const 
     CountingAllocator::reset();
 }
 
+void startWriting(QorGlobal *world, bool aligned, bool sizing)
+{
+    releaseBlocks(world);
+    setFlag(world->encodingFlags, DETERMINE_ENC_LENGTH, sizing);
+    world->perAligned = aligned ? 1 : 0;
+    world->bitOffset = 0;
+    world->outPos = nullptr;
+    world->outRoom = 0;
+    world->userBuffer = 0;
+    world->totalBytes = 0;
+    world->encLength = 0;
+}
+
 } // namespace qortest

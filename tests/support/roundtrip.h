@@ -86,6 +86,10 @@ template <class Word> void setFlag(Word &word, QorULong flag, bool on)
     word = static_cast<Word>(on ? word | flag : word & ~flag);
 }
 
+// Fresh output for a PER primitive: into the library's blocks, or only
+// counted when `sizing`.
+void startWriting(QorGlobal *world, bool aligned, bool sizing = false);
+
 // Output blocks listed in the context; given back, as the driver does after a call.
 long blocksListed(const QorGlobal *world);
 void releaseBlocks(QorGlobal *world);

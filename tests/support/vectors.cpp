@@ -2,6 +2,8 @@
 // fields are strings or lists of strings; that is all it understands.
 #include "support/vectors.h"
 
+#include <gtest/gtest.h>
+
 #include <fstream>
 #include <sstream>
 
@@ -88,6 +90,33 @@ std::vector<Vector> vectorsFor(const std::string &schema, const std::string &rul
         if (v.schema == schema && v.rule == rule)
             out.push_back(v);
     return out;
+}
+
+namespace {
+
+void expectName(const Name &a, const Name &b)
+{
+    EXPECT_STREQ(a.givenName, b.givenName);
+    EXPECT_STREQ(a.initial, b.initial);
+    EXPECT_STREQ(a.familyName, b.familyName);
+}
+
+} // namespace
+
+void expectPersonnelExample(const void *decoded)
+{
+    const auto &got = *static_cast<const PersonnelRecord *>(decoded);
+    const PersonnelRecord &want = personnelExample;
+    expectName(got.name, want.name);
+    EXPECT_STREQ(got.title, want.title);
+    EXPECT_EQ(got.number, want.number);
+    EXPECT_STREQ(got.dateOfHire, want.dateOfHire);
+    expectName(got.nameOfSpouse, want.nameOfSpouse);
+    ASSERT_EQ(got.children.count, want.children.count);
+    for (QorLong i = 0; i < got.children.count; i++) {
+        expectName(got.children.value[i].name, want.children.value[i].name);
+        EXPECT_STREQ(got.children.value[i].dateOfBirth, want.children.value[i].dateOfBirth);
+    }
 }
 
 } // namespace qortest

@@ -23,4 +23,7 @@ const std::vector<Vector> &referenceVectors();
 // The vectors of one schema and rule.
 std::vector<Vector> vectorsFor(const std::string &schema, const std::string &rule);
 
+// Expects a decoded PersonnelRecord to hold the values of personnelExample.
+void expectPersonnelExample(const void *decoded);
+
 } // namespace qortest
