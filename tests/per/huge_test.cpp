@@ -1,6 +1,8 @@
 // Whole numbers as octet arrays: the trim of redundant octets, the limits,
-// and the semi-constrained reader's fragments.
+// the semi-constrained reader's fragments, and constrained ranges.
 #include <gtest/gtest.h>
+
+#include <string>
 
 #include "per_support.h"
 
@@ -89,6 +91,75 @@ TEST_F(HugeTest, Limits)
         read(aligned, hex("C4 00"), _qor_pdec_semicon_huge_ia, &code); // a fragment with short data
         EXPECT_EQ(code, pertest::kEndOfInputCode);
     });
+}
+
+// A constrained range: the offset from the bound in the range's field.
+TEST_F(HugeTest, LimitedRanges)
+{
+    constexpr QorULong kRoot = QOR_HUGE_IN_ROOT, kUnsigned = QOR_HUGE_UNSIGNED;
+    std::string wideValue = "01", wideOffset = "13";
+    for (int i = 0; i < 19; i++) {
+        wideValue += " 00";
+        wideOffset += " FF";
+    }
+    struct Row {
+        QorULong flags;
+        const char *lb; // null: no bound
+        std::string value, aligned, unaligned, decoded;
+    } rows[] = {
+        {kRoot | 16, "FC 18", "05", "03 ED", "03 ED", "05"},     // (-1000..60000) as 16 bits
+        {kRoot | kUnsigned | 5, "10", "1F", "78", "78", "1F"},   // 5 bits, no alignment
+        {kRoot | kUnsigned | 256, "00", "00 FF", "FF", "FF", "FF"},
+        {kRoot | kUnsigned | 40, "00", "01 00", "20 01 00", "00 00 00 01 00", "01 00"},
+        {kRoot | QOR_HUGE_EXTENSIBLE | kUnsigned | 3, "00", "05", "50", "50", "05"},
+        {QOR_HUGE_EXTENSIBLE | kUnsigned | 3, "00", "01 00", "80 02 01 00", "81 00 80 00", "01 00"},
+        {kRoot | QOR_HUGE_AS_LENGTH, "FF", "7F", "01 80", "01 80", "7F"}, // an unsigned offset
+        {kRoot, "2A", "2A", "", "", "2A"},                                // one value: no bits
+        {kRoot | 5, nullptr, "00 00 80", "02 00 80", "02 00 80", "00 80"},
+        {kRoot | kUnsigned | QOR_HUGE_AS_LENGTH, "01", wideValue, wideOffset, wideOffset, wideValue},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(testing::Message() << row.value << " flags " << std::hex << row.flags);
+        const Bytes value = hex(row.value.c_str());
+        const Bytes lb = row.lb != nullptr ? hex(row.lb) : Bytes{};
+        const unsigned char *lbBytes = row.lb != nullptr ? lb.data() : nullptr;
+        const QorULong decodeFlags = row.flags | kRoot;
+        pertest::bothVariants([&](bool aligned) {
+            unsigned char *p = nullptr;
+            QorULong n = 0;
+            expectCoded(aligned, hex((aligned ? row.aligned : row.unaligned).c_str()), [&] {
+                _qor_penc_limited_huge(&world, value.data(), static_cast<QorULong>(value.size()), lbBytes,
+                                       static_cast<QorULong>(lb.size()), row.flags);
+            }, [&] { n = _qor_pdec_limited_huge(&world, &p, lbBytes, static_cast<QorULong>(lb.size()), decodeFlags); });
+            EXPECT_EQ(Bytes(p, p + n), hex(row.decoded.c_str()));
+        });
+    }
+}
+
+TEST_F(HugeTest, LimitedRefusals)
+{
+    const Bytes zero = hex("00"), two = hex("01 00"), top = hex("80"), big = qortest::pattern(4097);
+    const auto put = [&](const Bytes &v, QorULong flags) {
+        return encode(true, [&] {
+            _qor_penc_limited_huge(&world, v.data(), static_cast<QorULong>(v.size()), zero.data(), 1, flags);
+        });
+    };
+    EXPECT_EQ(put(Bytes{}, QOR_HUGE_IN_ROOT), pertest::kMisencodedCode);
+    EXPECT_EQ(put(big, QOR_HUGE_IN_ROOT), pertest::kOutOfBoundsCode);
+    EXPECT_EQ(put(hex("20"), QOR_HUGE_IN_ROOT | QOR_HUGE_UNSIGNED | 5), pertest::kOutOfBoundsCode);
+    // Outside an inextensible root: the value in hexadecimal, an unsigned one
+    // with a 0 in front of a set top bit.
+    EXPECT_EQ(put(two, 5), pertest::kConstraintCode);
+    EXPECT_TRUE(messageHas("0062S: Value range constraint violated, value = '0x0100'")) << world.errMsgBuffer;
+    EXPECT_EQ(put(top, QOR_HUGE_UNSIGNED | 5), pertest::kConstraintCode);
+    EXPECT_TRUE(messageHas("value = '0x080'")) << world.errMsgBuffer;
+    const auto get = [&](const char *input, QorULong flags) {
+        unsigned char *p = nullptr;
+        return decode(true, hex(input), [&] { _qor_pdec_limited_huge(&world, &p, zero.data(), 1, flags); });
+    };
+    EXPECT_EQ(get("00", QOR_HUGE_AS_LENGTH), pertest::kMisencodedCode);
+    EXPECT_EQ(get("C1", QOR_HUGE_AS_LENGTH), pertest::kOutOfBoundsCode); // a fragment
+    EXPECT_EQ(get("E0 00 00 00 00 00 00 00 00", 40), pertest::kOutOfBoundsCode); // 8 octets for 40 bits
 }
 
 } // namespace

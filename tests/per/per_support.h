@@ -20,6 +20,7 @@ constexpr int kEndOfInputCode = 4;    // message 45
 constexpr int kMisencodedCode = 5;    // message 106
 constexpr int kOutOfBoundsCode = 10;  // messages 10 and 147
 constexpr int kNotEnumeratedCode = 17; // message 36
+constexpr int kConstraintCode = 17;    // messages 22 and 23
 
 class PerTest : public qortest::ContextTest {
 protected:
@@ -29,13 +30,23 @@ protected:
         ContextTest::TearDown();
     }
 
+    // Runs `body` in a frame; temporary memory taken in it is given back
+    // afterwards, as the drivers do, whether it finished or raised.
+    int framed(int operation, const std::function<void()> &body)
+    {
+        void *mark = _qor_dec_gettempmem(&world, 1);
+        int code = qortest::inFrame(&world, operation, [&] { body(); });
+        _qor_dec_freetempmem(&world, mark);
+        return code;
+    }
+
     // Runs `body` as an encoder under the given variant from an empty
     // output; returns 0 or the code raised. The octets go to `out`, a last
     // partial octet included.
     int encode(bool aligned, const std::function<void()> &body, Bytes *out = nullptr)
     {
         qortest::startWriting(&world, aligned);
-        int code = qortest::inFrame(&world, QOR_OP_ENCODE, [&] { body(); });
+        int code = framed(QOR_OP_ENCODE, body);
         if (out != nullptr) {
             *out = qortest::forwardOutput(&world);
             if (world.bitOffset != 0)
@@ -48,7 +59,7 @@ protected:
     long sized(bool aligned, const std::function<void()> &body)
     {
         qortest::startWriting(&world, aligned, true);
-        int code = qortest::inFrame(&world, QOR_OP_ENCODE, [&] { body(); });
+        int code = framed(QOR_OP_ENCODE, body);
         world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
         EXPECT_EQ(code, 0);
         return world.encLength + (world.bitOffset != 0 ? 1 : 0);
@@ -63,7 +74,7 @@ protected:
         world.inPos = const_cast<unsigned char *>(input.data());
         world.inRoom = static_cast<QorLong>(input.size());
         qortest::setFlag(world.ruleBits, QOR_RULE_RELAXED, lenient);
-        int code = qortest::inFrame(&world, QOR_OP_DECODE, [&] { body(); });
+        int code = framed(QOR_OP_DECODE, body);
         world.ruleBits &= ~QorULong{QOR_RULE_RELAXED};
         return code;
     }
