@@ -29,22 +29,6 @@ constexpr uint64_t kBlockBits = uint64_t{QOR_BLOCK_SIZE} * 8;
 // The bits of an octet above `offset`, the ones already written.
 inline unsigned keptBits(unsigned offset) { return (0xFFu << (8 - offset)) & 0xFFu; }
 
-inline uint64_t loadBig(const unsigned char *p)
-{
-    uint64_t v;
-    memcpy(&v, p, sizeof v);
-    if constexpr (std::endian::native == std::endian::little)
-        v = __builtin_bswap64(v);
-    return v;
-}
-
-inline void storeBig(unsigned char *p, uint64_t v)
-{
-    if constexpr (std::endian::native == std::endian::little)
-        v = __builtin_bswap64(v);
-    memcpy(p, &v, sizeof v);
-}
-
 // Copies `n` bits that start `shift` bits into `src` to the octet boundary at
 // `dst`. Only the octets of `src` that hold those bits are read, so a reader
 // can hand in the last octets of its input; the last partial octet of `dst`

@@ -32,38 +32,22 @@ inline uint64_t padBefore(const QorGlobal *world, bool align)
 
 } // namespace
 
-CharCoding charCoding(const QorGlobal *world, const QorStringDescriptor *desc, bool extended,
-                      unsigned fullWidth)
+CharCoding bentCoding(const QorGlobal *world, const QorStringDescriptor *desc, bool extended,
+                      unsigned fullWidth, CharCoding c)
 {
-    const QorULong flags = desc->flags;
-    CharCoding c;
-    if (world->perAligned) {
-        c.width = flags & kAlignedWidthMask;
-        c.direct = (flags & kAlignedDirect) != 0;
-    } else {
-        c.width = (flags >> kUnalignedShift) & kAlignedWidthMask;
-        c.direct = (flags & kUnalignedDirect) != 0;
-    }
-    const QorULong compat = world->privateArea != nullptr ? world->privateArea->compatFlags : 0;
+    const QorULong compat = world->privateArea->compatFlags;
     if ((compat & kCompatFullWidthWhenExtended) && extended) {
         // Outside the root the alphabet reduction is off.
         c.width = fullWidth == 8 ? 8 : c.direct ? fullWidth : c.width;
     }
-    if ((compat & kCompatTimeFullWidth) && (flags & kTimeString) && !(flags & kExtensibleSize))
+    if ((compat & kCompatTimeFullWidth) && (desc->flags & kTimeString) && !(desc->flags & kExtensibleSize))
         c.width = 8;
-    if (c.width >= fullWidth) {
-        // Nothing is narrower than its whole character: a copy.
-        c.width = fullWidth;
-        c.direct = true;
-    }
     return c;
 }
 
-void checkNarrowAlphabet(QorGlobal *world, const unsigned char *chars, uint64_t count,
-                         const QorPermittedAlphabet *alphabet)
+void checkAlphabetChars(QorGlobal *world, const unsigned char *chars, uint64_t count,
+                        const QorPermittedAlphabet *alphabet)
 {
-    if (alphabet == nullptr)
-        return;
     const unsigned char *table = alphabet->encodeTable;
     for (uint64_t i = 0; i < count; i++) {
         const unsigned char ch = chars[i];
@@ -128,44 +112,50 @@ void readNarrowChars(QorGlobal *world, unsigned char *out, uint64_t count, CharC
     }
     const uint64_t pad = padBefore(world, align);
     needInput(world, pad, count * w);
-    const int alignArg = pad != 0 ? 1 : 0;
-    if (w == 8) {
-        _qor_get_bits(world, out, static_cast<QorULong>(count * 8), alignArg);
+    if (w == 8 && (world->bitOffset == 0 || pad != 0)) {
+        // Whole octets at a boundary: a copy.
+        const uint64_t skip = pad != 0 ? 1 : 0;
+        memcpy(out, world->inPos + skip, count);
+        world->inPos += skip + count;
+        world->inRoom -= static_cast<QorLong>(skip + count);
+        world->bitOffset = 0;
         return;
     }
+    // Each character from the two octets it can touch; the second is read
+    // only when the character reaches into it, so nothing past the input
+    // checked above is looked at.
     const bool useTable = mapped(coding, alphabet);
     const auto *decode =
         useTable ? static_cast<const unsigned char *>(alphabet->decodeTable) : nullptr;
     const QorULong size = useTable ? alphabet->count : 0;
-    const uint64_t perChunk = kChunkBits / w;
-    unsigned char buf[kChunkOctets];
-    bool first = true;
-    while (count > 0) {
-        const uint64_t n = count < perChunk ? count : perChunk;
-        _qor_get_bits(world, buf, static_cast<QorULong>(n * w), first ? alignArg : 0);
-        first = false;
-        uint32_t acc = 0;
-        unsigned held = 0;
-        unsigned o = 0;
-        for (uint64_t i = 0; i < n; i++) {
-            if (held < w) {
-                acc = (acc << 8) | buf[o++];
-                held += 8;
-            }
-            held -= w;
-            const unsigned code = (acc >> held) & ((1u << w) - 1);
-            acc &= (1u << held) - 1;
-            if (useTable) {
-                if (code >= size) [[unlikely]]
-                    raise(world, Msg::kBadCharacter, longValue('?'));
-                out[i] = decode[code];
-            } else {
-                out[i] = static_cast<unsigned char>(code);
-            }
+    const unsigned char *in = world->inPos + (pad != 0 ? 1 : 0);
+    uint64_t at = pad != 0 ? 0 : static_cast<unsigned>(world->bitOffset);
+    const unsigned mask = (1u << w) - 1;
+    for (uint64_t i = 0; i < count; i++, at += w) {
+        const unsigned char *p = in + (at >> 3);
+        const unsigned shift = at & 7;
+        unsigned window = unsigned{p[0]} << 8;
+        if (shift + w > 8)
+            window |= p[1];
+        const unsigned code = (window >> (16 - shift - w)) & mask;
+        if (useTable) {
+            if (code >= size) [[unlikely]]
+                raise(world, Msg::kBadCharacter, longValue('?'));
+            out[i] = decode[code];
+        } else {
+            out[i] = static_cast<unsigned char>(code);
         }
-        out += n;
-        count -= n;
     }
+    const uint64_t moved = (pad != 0 ? 1 : 0) + (at >> 3);
+    world->inPos += moved;
+    world->inRoom -= static_cast<QorLong>(moved);
+    world->bitOffset = static_cast<int>(at & 7);
+}
+
+void needChars(QorGlobal *world, uint64_t count, unsigned width, bool align)
+{
+    if (count != 0 && width != 0)
+        needInput(world, padBefore(world, align), count * width);
 }
 
 void skipChars(QorGlobal *world, uint64_t count, unsigned width, bool align)

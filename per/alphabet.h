@@ -32,10 +32,34 @@ struct CharCoding {
     bool direct;    // the code itself goes, not the alphabet index
 };
 
+// The width as the compatibility flags bend it.
+CharCoding bentCoding(const QorGlobal *world, const QorStringDescriptor *desc, bool extended,
+                      unsigned fullWidth, CharCoding c);
+
 // The width and mapping of this PER variant; `extended` is the value's
 // extension bit; `fullWidth` the width of a character in memory.
-CharCoding charCoding(const QorGlobal *world, const QorStringDescriptor *desc, bool extended,
-                      unsigned fullWidth);
+inline CharCoding charCoding(const QorGlobal *world, const QorStringDescriptor *desc,
+                             bool extended, unsigned fullWidth)
+{
+    const QorULong flags = desc->flags;
+    CharCoding c;
+    if (world->perAligned) {
+        c.width = flags & kAlignedWidthMask;
+        c.direct = (flags & kAlignedDirect) != 0;
+    } else {
+        c.width = (flags >> kUnalignedShift) & kAlignedWidthMask;
+        c.direct = (flags & kUnalignedDirect) != 0;
+    }
+    if (world->privateArea != nullptr &&
+        (world->privateArea->compatFlags & (kCompatFullWidthWhenExtended | kCompatTimeFullWidth)) != 0)
+        c = bentCoding(world, desc, extended, fullWidth, c);
+    if (c.width >= fullWidth) {
+        // Nothing is narrower than its whole character: a copy.
+        c.width = fullWidth;
+        c.direct = true;
+    }
+    return c;
+}
 
 // Only the top bit of a generated extension mark counts.
 inline bool markSet(unsigned char extensionMark) { return (extensionMark & 0x80) != 0; }
@@ -54,8 +78,14 @@ inline bool varyingRunAligns(unsigned width, QorULong upperSize, bool extended)
 
 // Every character of a one-octet string is in the alphabet (message 29 with
 // the first that isn't); checked before any is written.
-void checkNarrowAlphabet(QorGlobal *world, const unsigned char *chars, uint64_t count,
-                         const QorPermittedAlphabet *alphabet);
+void checkAlphabetChars(QorGlobal *world, const unsigned char *chars, uint64_t count,
+                        const QorPermittedAlphabet *alphabet);
+inline void checkNarrowAlphabet(QorGlobal *world, const unsigned char *chars, uint64_t count,
+                                const QorPermittedAlphabet *alphabet)
+{
+    if (alphabet != nullptr)
+        checkAlphabetChars(world, chars, count, alphabet);
+}
 
 // Writes `count` characters at the cursor, without alignment.
 void writeNarrowChars(QorGlobal *world, const unsigned char *chars, uint64_t count,
@@ -66,6 +96,10 @@ void writeNarrowChars(QorGlobal *world, const unsigned char *chars, uint64_t cou
 // index beyond the alphabet is message 29.
 void readNarrowChars(QorGlobal *world, unsigned char *out, uint64_t count, CharCoding coding,
                      const QorPermittedAlphabet *alphabet, bool align);
+
+// Checks the input holds `count` characters at the cursor, after the pad
+// bits that `align` asks for, before memory is taken for them.
+void needChars(QorGlobal *world, uint64_t count, unsigned width, bool align);
 
 // Moves the input cursor past `count` characters as `readNarrowChars` would
 // read them, with the same end-of-input check, looking at none.

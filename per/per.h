@@ -34,6 +34,25 @@ inline unsigned bitLength(uint64_t v) { return v == 0 ? 0 : 64 - static_cast<uns
 // made of bits past its end.
 inline unsigned readOctet(QorGlobal *world, bool align)
 {
+    // At a boundary, or going to one: the octet itself.
+    const unsigned step = world->bitOffset != 0 ? 1 : 0;
+    if ((step == 0 || (align && world->perAligned)) && world->inRoom > static_cast<QorLong>(step)) {
+        const unsigned char *pos = world->inPos + step;
+        world->inPos += step + 1;
+        world->inRoom -= static_cast<QorLong>(step + 1);
+        world->bitOffset = 0;
+        return *pos;
+    }
+    if (!align || !world->perAligned) {
+        // Across two octets, both in the input.
+        if (world->inRoom >= 2) {
+            const unsigned char *pos = world->inPos;
+            const unsigned offset = static_cast<unsigned>(world->bitOffset);
+            world->inPos++;
+            world->inRoom--;
+            return ((unsigned{pos[0]} << offset) | (pos[1] >> (8 - offset))) & 0xFF;
+        }
+    }
     unsigned char octet;
     _qor_get_bits(world, &octet, 8, align ? 1 : 0);
     return octet;

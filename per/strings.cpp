@@ -14,6 +14,7 @@
 #include "memory/bits.h"
 #include "memory/blocks.h"
 #include "per/alphabet.h"
+#include "per/per.h"
 
 using namespace qor;
 
@@ -140,22 +141,107 @@ uint64_t decodeInto(QorGlobal *world, const KmValue &v, uint64_t limit, Msg limi
         readFixed(world, v, obtain(total));
         return total;
     }
+    // The usual value is one part: checked, its memory taken and read in
+    // one pass. Fragments go back to the first length for the two walks.
+    const Cursor saved{world->inPos, world->inRoom, world->bitOffset};
+    unsigned char done = 1;
+    const QorULong n = _qor_pdec_length(world, v.lb, v.ub, &done);
+    if (done) {
+        raiseIf(world, n > kMaxTotal, Msg::kSizeTooLong, 0);
+        raiseIf(world, n > limit, limitMsg, static_cast<QorLong>(n));
+        needChars(world, n, v.coding.width, v.alignRuns);
+        readNarrowChars(world, obtain(n), n, v.coding, v.desc->alphabet, v.alignRuns);
+        return n;
+    }
+    world->inPos = saved.pos;
+    world->inRoom = saved.room;
+    world->bitOffset = saved.bitOffset;
     const uint64_t total = measure(world, v, limit, limitMsg);
     readParts(world, v, obtain(total));
     return total;
 }
 
-unsigned char *decoderMemory(QorGlobal *world, uint64_t size)
+// Characters straight at the cursor, packed a word at a time; the caller
+// has checked the room.
+void putCharsAt(QorGlobal *world, const unsigned char *chars, QorULong count, CharCoding coding,
+                const QorPermittedAlphabet *alphabet)
 {
-    return static_cast<unsigned char *>(_qor_dec_getmem(world, static_cast<QorLong>(size)));
+    const unsigned w = coding.width;
+    if (w == 0)
+        return;
+    if (w == 8 && world->bitOffset == 0) {
+        memcpy(world->outPos, chars, count);
+        world->outPos += count;
+        world->outRoom -= static_cast<QorLong>(count);
+        return;
+    }
+    // Whole characters to a word of at most 56 bits, one store a word.
+    const unsigned char *table = !coding.direct && alphabet != nullptr ? alphabet->encodeTable : nullptr;
+    const uint64_t mask = (1u << w) - 1;
+    const QorULong perWord = 56 / w;
+    for (QorULong i = 0; i < count;) {
+        const QorULong n = count - i < perWord ? count - i : perWord;
+        uint64_t acc = 0;
+        if (table != nullptr) {
+            for (QorULong j = 0; j < n; j++)
+                acc = (acc << w) | (table[chars[i + j] & 0x7F] & mask);
+        } else {
+            for (QorULong j = 0; j < n; j++)
+                acc = (acc << w) | (chars[i + j] & mask);
+        }
+        const unsigned bits = static_cast<unsigned>(n) * w;
+        putBitsAt(world, acc << (64 - bits), bits);
+        i += n;
+    }
 }
 
-} // namespace
+// The usual value, with no extension bit or time rules, one part that fits
+// the current block: its length and characters straight at the cursor.
+inline void putUsual(QorGlobal *world, const unsigned char *text, QorULong count,
+                     const QorStringDescriptor *desc)
+{
+    const QorULong lower = desc->lowerSize;
+    const QorULong upper = desc->upperSize;
+    const bool sized = lower <= upper;
+    if (sized)
+        raiseIf(world, count < lower || count > upper, Msg::kSizeViolated, static_cast<QorLong>(count));
+    const CharCoding coding = charCoding(world, desc, false, 8);
+    checkNarrowAlphabet(world, text, count, desc->alphabet);
+    const bool alignRuns = count != 0 && varyingRunAligns(coding.width, upper, false);
+    if (sized && upper < kConstrainedLimit) {
+        if (const uint64_t range = uint64_t{upper} - lower + 1; range == 1) {
+            if (fixedRunAligns(coding.width, upper))
+                alignAt(world);
+        } else {
+            unsigned bits;
+            if (range <= 255) {
+                bits = kBitsForRange.bits[range];
+            } else if (range == 256 || world->perAligned) {
+                alignAt(world);
+                bits = range == 256 ? 8 : 16;
+            } else {
+                bits = bitLength(range - 1);
+            }
+            putBitsAt(world, uint64_t{count - lower} << (64 - bits), bits);
+            if (alignRuns)
+                alignAt(world);
+        }
+    } else {
+        alignAt(world);
+        if (count < 128)
+            putBitsAt(world, uint64_t{count} << 56, 8);
+        else
+            putBitsAt(world, uint64_t{count | 0x8000} << 48, 16);
+        if (alignRuns)
+            alignAt(world);
+    }
+    putCharsAt(world, text, count, coding, desc->alphabet);
+}
 
-extern "C" {
-
-void _qor_penc_kmstr(QorGlobal *world, const char *chars, QorULong count,
-                     const QorStringDescriptor *desc, unsigned char extensionMark)
+// Every other value: an extension bit, time strings, fragments, a sizing
+// pass or a block too full, through the general writers.
+[[gnu::noinline]] void encodeKmstr(QorGlobal *world, const unsigned char *text, QorULong count,
+                                   const QorStringDescriptor *desc, unsigned char extensionMark)
 {
     const bool extended = markSet(extensionMark);
     const QorULong flags = desc->flags;
@@ -168,7 +254,6 @@ void _qor_penc_kmstr(QorGlobal *world, const char *chars, QorULong count,
     if (flags & kExtensibleSize)
         _qor_append_1bit_unaligned(world, extended ? 0x80 : 0);
     const CharCoding coding = charCoding(world, desc, extended, 8);
-    const auto *text = reinterpret_cast<const unsigned char *>(chars);
     checkNarrowAlphabet(world, text, count, desc->alphabet);
 
     if (lower == upper && upper < kConstrainedLimit && !extended) {
@@ -202,6 +287,28 @@ void _qor_penc_kmstr(QorGlobal *world, const char *chars, QorULong count,
     // A last fragment of whole units needs a zero length after it.
     if (needsClose && (last & (kFragmentUnit - 1)) == 0)
         _qor_append_8bit_aligned(world, 0);
+}
+
+unsigned char *decoderMemory(QorGlobal *world, uint64_t size)
+{
+    return static_cast<unsigned char *>(_qor_dec_getmem(world, static_cast<QorLong>(size)));
+}
+
+} // namespace
+
+extern "C" {
+
+void _qor_penc_kmstr(QorGlobal *world, const char *chars, QorULong count,
+                     const QorStringDescriptor *desc, unsigned char extensionMark)
+{
+    const auto *text = reinterpret_cast<const unsigned char *>(chars);
+    // Pad, two length octets and pad again, then the characters.
+    if ((desc->flags & (kTimeString | kExtensibleSize)) == 0 && count < kFragmentUnit &&
+        outputHasRoom(world, uint64_t{count} + 4)) {
+        putUsual(world, text, count, desc);
+        return;
+    }
+    encodeKmstr(world, text, count, desc, extensionMark);
 }
 
 void _qor_pdec_nt_kmstr(QorGlobal *world, char *target, const QorStringDescriptor *desc)
