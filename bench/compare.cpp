@@ -5,9 +5,10 @@
 // gives a ratio; the table shows the medians and the spread of the ratios.
 //
 // Peers: asn1c's DER encode and BER decode + ASN_STRUCT_FREE of the same
-// PersonnelRecord; memcpy of N octets for an OCTET STRING of N; for a
-// SEQUENCE OF INTEGER, the time an element at 1000 elements, so that the
-// ratio is the growth with size (1.0 for linear).
+// PersonnelRecord, and its unaligned PER encode and decode + free, which
+// stand for our aligned PER too (asn1c has none); memcpy of N octets for an
+// OCTET STRING of N; for a SEQUENCE OF INTEGER, the time an element at 1000
+// elements, so that the ratio is the growth with size (1.0 for linear).
 #include "compare.h"
 
 #include <benchmark/benchmark.h>
@@ -21,6 +22,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support.h"
@@ -32,6 +34,13 @@ namespace {
 constexpr bool kAsn1c = true;
 #else
 constexpr bool kAsn1c = false;
+#endif
+
+// The unaligned PER of PersonnelRecord in the shared vectors, in hex.
+#ifdef QOR_PERSONNEL_UPER
+constexpr const char *kUper = QOR_PERSONNEL_UPER;
+#else
+constexpr const char *kUper = nullptr;
 #endif
 
 // Runs the timed operation n times.
@@ -56,6 +65,7 @@ struct Options {
     double sliceNs = 25e6;
     bool wall = false;
     std::string filter;
+    int width = 0; // of the case column
 };
 
 [[noreturn]] void fail(const char *what, QorGlobal *world)
@@ -136,12 +146,12 @@ void measure(const Row &row, const Options &o)
         const auto [lo, hi] = std::minmax_element(ratio.begin(), ratio.end());
         char spread[32];
         snprintf(spread, sizeof spread, "%.3g-%.3g", *lo, *hi);
-        printf("%-49s %12s  %-24s %12s %8.3g  %s\n", row.name.c_str(),
+        printf("%-*s %12s  %-24s %12s %8.3g  %s\n", o.width, row.name.c_str(),
                duration(median(ours), row.unit).c_str(), row.peerName.c_str(),
                duration(median(peer), row.unit).c_str(), median(ratio), spread);
     } else {
-        printf("%-49s %12s  %-24s\n", row.name.c_str(), duration(median(ours), row.unit).c_str(),
-               row.peerName.c_str());
+        printf("%-*s %12s  %-24s\n", o.width, row.name.c_str(),
+               duration(median(ours), row.unit).c_str(), row.peerName.c_str());
     }
     fflush(stdout);
 }
@@ -252,29 +262,31 @@ Loop copyFloor(size_t size)
 
 #ifdef QOR_BENCH_ASN1C
 struct Asn1cValue {
-    Asn1cValue() : value(asn1c::example()), buffer(1024)
+    explicit Asn1cValue(asn1c::Rules rules)
+        : rules(rules), value(asn1c::example(rules)), buffer(1024)
     {
-        const long length = asn1c::encode(value, buffer.data(), buffer.size());
+        const long length = asn1c::encode(rules, value, buffer.data(), buffer.size());
         if (length < 0)
             fail("asn1c encode", nullptr);
         buffer.resize(static_cast<size_t>(length));
     }
-    ~Asn1cValue() { asn1c::release(value); }
+    ~Asn1cValue() { asn1c::release(rules, value); }
     Asn1cValue(const Asn1cValue &) = delete;
     Asn1cValue &operator=(const Asn1cValue &) = delete;
+    asn1c::Rules rules;
     void *value;
-    std::vector<unsigned char> buffer; // its DER encoding
+    std::vector<unsigned char> buffer; // its encoding
 };
 #endif
 
-Loop asn1cEncode()
+Loop asn1cEncode([[maybe_unused]] asn1c::Rules rules)
 {
 #ifdef QOR_BENCH_ASN1C
-    auto v = std::make_shared<Asn1cValue>();
+    auto v = std::make_shared<Asn1cValue>(rules);
     auto room = std::make_shared<std::vector<unsigned char>>(1024);
     return [v, room](long n) {
         for (long i = 0; i < n; i++) {
-            if (asn1c::encode(v->value, room->data(), room->size()) < 0)
+            if (asn1c::encode(v->rules, v->value, room->data(), room->size()) < 0)
                 fail("asn1c encode", nullptr);
             benchmark::DoNotOptimize(room->data());
         }
@@ -284,13 +296,13 @@ Loop asn1cEncode()
 #endif
 }
 
-Loop asn1cDecode()
+Loop asn1cDecode([[maybe_unused]] asn1c::Rules rules)
 {
 #ifdef QOR_BENCH_ASN1C
-    auto v = std::make_shared<Asn1cValue>();
+    auto v = std::make_shared<Asn1cValue>(rules);
     return [v](long n) {
         for (long i = 0; i < n; i++)
-            if (!asn1c::decodeAndFree(v->buffer.data(), v->buffer.size()))
+            if (!asn1c::decodeAndFree(v->rules, v->buffer.data(), v->buffer.size()))
                 fail("asn1c decode", nullptr);
     };
 #else
@@ -310,11 +322,25 @@ struct Sized {
     size_t size;
 };
 
+// PersonnelRecord under one of our rules, and asn1c's peer for it.
+struct PersonnelRules {
+    const char *label;
+    int rules;
+    asn1c::Rules peer;
+    const char *encodePeer;
+    const char *decodePeer;
+};
+
 std::vector<Row> rows()
 {
     std::vector<Row> all;
-    const char *encodePeer = kAsn1c ? "asn1c DER encode" : "(asn1c not built)";
-    const char *decodePeer = kAsn1c ? "asn1c BER decode + free" : "(asn1c not built)";
+    const PersonnelRules personnelRules[] = {
+        {"BER", QOR_BER, asn1c::Rules::ber, "asn1c DER encode", "asn1c BER decode + free"},
+        {"PER (vs UPER)", QOR_PER_ALIGNED, asn1c::Rules::uper, "asn1c UPER encode",
+         "asn1c UPER decode + free"},
+        {"UPER", QOR_PER_UNALIGNED, asn1c::Rules::uper, "asn1c UPER encode",
+         "asn1c UPER decode + free"},
+    };
     const Named personnel[] = {
         {"encode, library memory", encodeLibraryMemory},
         {"encode, caller's buffer", encodeCallersBuffer},
@@ -322,16 +348,21 @@ std::vector<Row> rows()
         {"decode, caller's buffer", decodeCallersBuffer},
         {"decode, memory handle + clean", decodeIntoHandle},
     };
-    for (const Named &p : personnel) {
-        const bool encodes = strncmp(p.what, "encode", 6) == 0;
-        const Way way = p.way;
-        all.push_back({std::string("PersonnelRecord BER ") + p.what,
-                       encodes ? encodePeer : decodePeer, 1, 1, "", [way, encodes] {
-                           return Pair{way(std::make_shared<Setup>(QOR_BER), PDU_PersonnelRecord,
-                                           &personnelExample),
-                                       encodes ? asn1cEncode() : asn1cDecode()};
-                       }});
-    }
+    for (const PersonnelRules &r : personnelRules)
+        for (const Named &p : personnel) {
+            const bool encodes = strncmp(p.what, "encode", 6) == 0;
+            const Way way = p.way;
+            const int rules = r.rules;
+            const asn1c::Rules peer = r.peer;
+            const char *peerName = encodes ? r.encodePeer : r.decodePeer;
+            all.push_back({std::string("PersonnelRecord ") + r.label + " " + p.what,
+                           kAsn1c ? peerName : "(asn1c not built)", 1, 1, "",
+                           [way, encodes, rules, peer] {
+                               return Pair{way(std::make_shared<Setup>(rules), PDU_PersonnelRecord,
+                                               &personnelExample),
+                                           encodes ? asn1cEncode(peer) : asn1cDecode(peer)};
+                           }});
+        }
     const Named octets[] = {
         {"encode, library memory", encodeLibraryMemory},
         {"encode, caller's buffer", encodeCallersBuffer},
@@ -398,7 +429,41 @@ bool parse(int argc, char **argv, Options &o)
     return true;
 }
 
+std::string hex(const std::vector<unsigned char> &bytes)
+{
+    std::string text;
+    char pair[3];
+    for (unsigned char b : bytes) {
+        snprintf(pair, sizeof pair, "%02x", b);
+        text += pair;
+    }
+    return text;
+}
+
+void checkOctets(const char *who, const std::vector<unsigned char> &got, const char *want)
+{
+    if (hex(got) == want)
+        return;
+    fprintf(stderr,
+            "qor_bench: %s unaligned PER of PersonnelRecord is not the UPER vector of "
+            "personnel.json, so the two sides would not time the same octets\n"
+            "  got  %s\n  want %s\n",
+            who, hex(got).c_str(), want);
+    exit(1);
+}
+
 } // namespace
+
+void checkSameOctets()
+{
+    if (kUper == nullptr)
+        return;
+    Context world(QOR_PER_UNALIGNED);
+    checkOctets("our", encodingOf(world.get(), PDU_PersonnelRecord, &personnelExample), kUper);
+#ifdef QOR_BENCH_ASN1C
+    checkOctets("asn1c's", Asn1cValue(asn1c::Rules::uper).buffer, kUper);
+#endif
+}
 
 int compare(int argc, char **argv)
 {
@@ -407,11 +472,16 @@ int compare(int argc, char **argv)
         return 2;
     printf("%d rounds of %.0f ms slices, %s time; medians; ratio = ours / peer, with its range\n",
            o.rounds, o.sliceNs / 1e6, o.wall ? "wall" : "thread CPU");
-    printf("%-49s %12s  %-24s %12s %8s  %s\n", "case", "ours", "peer or floor", "peer", "ratio",
-           "range");
-    for (const Row &row : rows())
-        if (row.name.find(o.filter) != std::string::npos)
-            measure(row, o);
+    std::vector<Row> chosen;
+    for (Row &row : rows())
+        if (row.name.find(o.filter) != std::string::npos) {
+            o.width = std::max(o.width, static_cast<int>(row.name.size()));
+            chosen.push_back(std::move(row));
+        }
+    printf("%-*s %12s  %-24s %12s %8s  %s\n", o.width, "case", "ours", "peer or floor", "peer",
+           "ratio", "range");
+    for (const Row &row : chosen)
+        measure(row, o);
     return 0;
 }
 

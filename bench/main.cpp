@@ -15,6 +15,7 @@ int main(int argc, char **argv)
     mallopt(M_TRIM_THRESHOLD, 256 << 20);
     mallopt(M_TOP_PAD, 64 << 20);
     mallopt(M_MMAP_THRESHOLD, 64 << 20); // large results from the warm heap too
+    qorbench::checkSameOctets(); // both sides of the PER rows time the same octets
     for (int i = 1; i < argc; i++)
         if (strcmp(argv[i], "--compare") == 0)
             return qorbench::compare(argc, argv);

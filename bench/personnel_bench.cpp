@@ -1,6 +1,7 @@
-// PersonnelRecord, the classic example value, encoded and decoded under BER
-// and DER: nanoseconds a PDU and bytes a second, with the library's memory
-// and with a caller's buffer; and the scaling of large values against memcpy.
+// PersonnelRecord, the classic example value, encoded and decoded under BER,
+// DER, aligned and unaligned PER: nanoseconds a PDU and bytes a second, with
+// the library's memory and with a caller's buffer; and the scaling of large
+// values against memcpy.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -138,6 +139,22 @@ BENCHMARK_CAPTURE(personnel, BER_decode_buffer, decodeCallersBuffer, QOR_BER)
 BENCHMARK_CAPTURE(personnel, DER_encode, encodeLibraryMemory, QOR_DER)->Name("Personnel/DER/encode");
 BENCHMARK_CAPTURE(personnel, DER_decode, decodeLibraryMemory, QOR_DER)
     ->Name("Personnel/DER/decode_and_free");
+BENCHMARK_CAPTURE(personnel, PER_encode, encodeLibraryMemory, QOR_PER_ALIGNED)
+    ->Name("Personnel/PER/encode");
+BENCHMARK_CAPTURE(personnel, PER_encode_buffer, encodeCallersBuffer, QOR_PER_ALIGNED)
+    ->Name("Personnel/PER/encode_callers_buffer");
+BENCHMARK_CAPTURE(personnel, PER_decode, decodeLibraryMemory, QOR_PER_ALIGNED)
+    ->Name("Personnel/PER/decode_and_free");
+BENCHMARK_CAPTURE(personnel, PER_decode_buffer, decodeCallersBuffer, QOR_PER_ALIGNED)
+    ->Name("Personnel/PER/decode_callers_buffer");
+BENCHMARK_CAPTURE(personnel, UPER_encode, encodeLibraryMemory, QOR_PER_UNALIGNED)
+    ->Name("Personnel/UPER/encode");
+BENCHMARK_CAPTURE(personnel, UPER_encode_buffer, encodeCallersBuffer, QOR_PER_UNALIGNED)
+    ->Name("Personnel/UPER/encode_callers_buffer");
+BENCHMARK_CAPTURE(personnel, UPER_decode, decodeLibraryMemory, QOR_PER_UNALIGNED)
+    ->Name("Personnel/UPER/decode_and_free");
+BENCHMARK_CAPTURE(personnel, UPER_decode_buffer, decodeCallersBuffer, QOR_PER_UNALIGNED)
+    ->Name("Personnel/UPER/decode_callers_buffer");
 BENCHMARK(copyFloor)->Name("Scaling/memcpy")->Arg(1 << 10)->Arg(1 << 16)->Arg(1 << 20);
 BENCHMARK_CAPTURE(octets, encode, encodeLibraryMemory)
     ->Name("Scaling/OCTET_STRING/encode")->Arg(1 << 10)->Arg(1 << 16)->Arg(1 << 20);
