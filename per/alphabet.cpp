@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "frame/errors.h"
+#include "memory/bits.h"
 #include "memory/blocks.h"
 
 namespace qor {
@@ -16,18 +17,6 @@ constexpr uint64_t kChunkBits = kChunkOctets * 8;
 inline bool mapped(CharCoding coding, const QorPermittedAlphabet *alphabet)
 {
     return !coding.direct && alphabet != nullptr;
-}
-
-// The input has `bits` more bits at the cursor, after `pad` pad bits.
-inline void needInput(QorGlobal *world, uint64_t pad, uint64_t bits)
-{
-    const uint64_t wanted = static_cast<unsigned>(world->bitOffset) + pad + bits;
-    raiseIf(world, world->inRoom < 0 || uint64_t(world->inRoom) * 8 < wanted, Msg::kEndOfInput, 0);
-}
-
-inline uint64_t padBefore(const QorGlobal *world, bool align)
-{
-    return align && world->perAligned && world->bitOffset != 0 ? 8 - world->bitOffset : 0;
 }
 
 } // namespace
@@ -121,23 +110,19 @@ void readNarrowChars(QorGlobal *world, unsigned char *out, uint64_t count, CharC
         world->bitOffset = 0;
         return;
     }
-    // Each character from the two octets it can touch; the second is read
-    // only when the character reaches into it, so nothing past the input
-    // checked above is looked at.
+    // A word of input at a time while eight octets are left, else each
+    // character from the two octets it can touch; the second is read only
+    // when the character reaches into it, so nothing past the input checked
+    // above is looked at.
     const bool useTable = mapped(coding, alphabet);
     const auto *decode =
         useTable ? static_cast<const unsigned char *>(alphabet->decodeTable) : nullptr;
     const QorULong size = useTable ? alphabet->count : 0;
     const unsigned char *in = world->inPos + (pad != 0 ? 1 : 0);
+    const unsigned char *end = world->inPos + world->inRoom;
     uint64_t at = pad != 0 ? 0 : static_cast<unsigned>(world->bitOffset);
-    const unsigned mask = (1u << w) - 1;
-    for (uint64_t i = 0; i < count; i++, at += w) {
-        const unsigned char *p = in + (at >> 3);
-        const unsigned shift = at & 7;
-        unsigned window = unsigned{p[0]} << 8;
-        if (shift + w > 8)
-            window |= p[1];
-        const unsigned code = (window >> (16 - shift - w)) & mask;
+    const unsigned perWord = 57 / w;
+    auto put = [&](uint64_t i, unsigned code) {
         if (useTable) {
             if (code >= size) [[unlikely]]
                 raise(world, Msg::kBadCharacter, longValue('?'));
@@ -145,17 +130,30 @@ void readNarrowChars(QorGlobal *world, unsigned char *out, uint64_t count, CharC
         } else {
             out[i] = static_cast<unsigned char>(code);
         }
+    };
+    for (uint64_t i = 0; i < count;) {
+        const unsigned char *p = in + (at >> 3);
+        if (end - p >= 8) {
+            uint64_t word = loadBig(p) << (at & 7);
+            const uint64_t n = count - i < perWord ? count - i : perWord;
+            for (uint64_t j = 0; j < n; j++, word <<= w)
+                put(i + j, static_cast<unsigned>(word >> (64 - w)));
+            i += n;
+            at += n * w;
+            continue;
+        }
+        const unsigned shift = at & 7;
+        unsigned window = unsigned{p[0]} << 8;
+        if (shift + w > 8)
+            window |= p[1];
+        put(i, (window >> (16 - shift - w)) & ((1u << w) - 1));
+        i++;
+        at += w;
     }
     const uint64_t moved = (pad != 0 ? 1 : 0) + (at >> 3);
     world->inPos += moved;
     world->inRoom -= static_cast<QorLong>(moved);
     world->bitOffset = static_cast<int>(at & 7);
-}
-
-void needChars(QorGlobal *world, uint64_t count, unsigned width, bool align)
-{
-    if (count != 0 && width != 0)
-        needInput(world, padBefore(world, align), count * width);
 }
 
 void skipChars(QorGlobal *world, uint64_t count, unsigned width, bool align)

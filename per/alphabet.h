@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "frame/errors.h"
 #include "frame/world.h"
 #include "qorprim.h"
 
@@ -97,9 +98,25 @@ void writeNarrowChars(QorGlobal *world, const unsigned char *chars, uint64_t cou
 void readNarrowChars(QorGlobal *world, unsigned char *out, uint64_t count, CharCoding coding,
                      const QorPermittedAlphabet *alphabet, bool align);
 
+// The input has `bits` more bits at the cursor, after `pad` pad bits.
+inline void needInput(QorGlobal *world, uint64_t pad, uint64_t bits)
+{
+    const uint64_t wanted = static_cast<unsigned>(world->bitOffset) + pad + bits;
+    raiseIf(world, world->inRoom < 0 || uint64_t(world->inRoom) * 8 < wanted, Msg::kEndOfInput, 0);
+}
+
+inline uint64_t padBefore(const QorGlobal *world, bool align)
+{
+    return align && world->perAligned && world->bitOffset != 0 ? 8 - world->bitOffset : 0;
+}
+
 // Checks the input holds `count` characters at the cursor, after the pad
 // bits that `align` asks for, before memory is taken for them.
-void needChars(QorGlobal *world, uint64_t count, unsigned width, bool align);
+inline void needChars(QorGlobal *world, uint64_t count, unsigned width, bool align)
+{
+    if (count != 0 && width != 0)
+        needInput(world, padBefore(world, align), count * width);
+}
 
 // Moves the input cursor past `count` characters as `readNarrowChars` would
 // read them, with the same end-of-input check, looking at none.

@@ -34,7 +34,7 @@ struct KmValue {
     bool alignRuns;
 };
 
-KmValue startValue(QorGlobal *world, const QorStringDescriptor *desc)
+[[gnu::always_inline]] inline KmValue startValue(QorGlobal *world, const QorStringDescriptor *desc)
 {
     KmValue v{};
     v.desc = desc;
@@ -150,7 +150,17 @@ uint64_t decodeInto(QorGlobal *world, const KmValue &v, uint64_t limit, Msg limi
         raiseIf(world, n > kMaxTotal, Msg::kSizeTooLong, 0);
         raiseIf(world, n > limit, limitMsg, static_cast<QorLong>(n));
         needChars(world, n, v.coding.width, v.alignRuns);
-        readNarrowChars(world, obtain(n), n, v.coding, v.desc->alphabet, v.alignRuns);
+        unsigned char *out = obtain(n);
+        if (n != 0 && v.coding.width == 8 && (world->bitOffset == 0 || padBefore(world, v.alignRuns) != 0)) {
+            // Octets at a boundary, checked above: a copy.
+            const unsigned skip = world->bitOffset != 0 ? 1 : 0;
+            memcpy(out, world->inPos + skip, n);
+            world->inPos += skip + n;
+            world->inRoom -= static_cast<QorLong>(skip + n);
+            world->bitOffset = 0;
+            return n;
+        }
+        readNarrowChars(world, out, n, v.coding, v.desc->alphabet, v.alignRuns);
         return n;
     }
     world->inPos = saved.pos;
