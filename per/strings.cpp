@@ -50,6 +50,15 @@ struct KmValue {
     return v;
 }
 
+// A length, held to the upper bound when its field can say more than that.
+inline QorULong readLength(QorGlobal *world, const KmValue &v, unsigned char *done)
+{
+    const QorULong n = _qor_pdec_length(world, v.lb, v.ub, done);
+    if (v.ub != 0 && v.ub < kConstrainedLimit && n > v.ub) [[unlikely]]
+        raise(world, Msg::kSizeViolated, longValue(static_cast<QorLong>(n)));
+    return n;
+}
+
 struct Cursor {
     unsigned char *pos;
     QorLong room;
@@ -69,7 +78,7 @@ uint64_t walkParts(QorGlobal *world, const KmValue &v, uint64_t limit, Msg limit
     const bool strict = (world->decodingFlags & STRICT_ENCODING_DECODING_RULES) != 0;
     for (;;) {
         unsigned char done = 1;
-        const QorULong n = _qor_pdec_length(world, v.lb, v.ub, &done);
+        const QorULong n = readLength(world, v, &done);
         if (!done) {
             raiseIf(world, (v.desc->flags & kTimeString) != 0, Msg::kTimeFragmented, 0);
             raiseIf(world, strict && havePrevious && previous < kGroupedFragment,
@@ -145,7 +154,7 @@ uint64_t decodeInto(QorGlobal *world, const KmValue &v, uint64_t limit, Msg limi
     // one pass. Fragments go back to the first length for the two walks.
     const Cursor saved{world->inPos, world->inRoom, world->bitOffset};
     unsigned char done = 1;
-    const QorULong n = _qor_pdec_length(world, v.lb, v.ub, &done);
+    const QorULong n = readLength(world, v, &done);
     if (done) {
         raiseIf(world, n > kMaxTotal, Msg::kSizeTooLong, 0);
         raiseIf(world, n > limit, limitMsg, static_cast<QorLong>(n));
