@@ -16,7 +16,9 @@ enum {
 enum { WORD_LB = -1000, WORD_UB = 60000 };
 /* offset: -100..MAX. */
 enum { OFFSET_LB = -100 };
-/* list: SIZE (0..100000); an upper bound from 64K on gives the general length. */
+/* list: SIZE (0..100000). An upper bound from 64K on gives the general
+ * length, in fragments from 16K items on; this one lets a list of 70000
+ * be a value. */
 enum { LIST_MAX = 100000, FRAGMENT_UNIT = 16384 };
 
 /* wide: 0..4294967295, all of QorULong. */
@@ -112,7 +114,7 @@ void gaugesPerEncode(QorGlobal *world, const Gauges *v)
 
     if (v->word < WORD_LB || v->word > WORD_UB)
         _qor_enc_error(world, MSG_RANGE_VIOLATED, v->word);
-    if (aligned) /* up to 64K values: two octets */
+    if (aligned) /* up to 64K values: two octets; unaligned, as many bits as the range needs */
         _qor_penc_int16_aligned(world, (QorULong)(v->word - WORD_LB));
     else
         _qor_penc_nonneg_int_l(world, (QorULong)(v->word - WORD_LB), 16);
