@@ -46,7 +46,7 @@ void encodeRow(QorGlobal *w, const Row &r)
     case kIndef32:
         _qor_penc_indeflen_int_l(w, static_cast<QorULong>(r.value - r.lb), static_cast<QorULong>(r.width));
         break;
-    case kIndef64: _qor_penc_indeflen_int(w, static_cast<uint64_t>(r.value - r.lb), r.width); break;
+    case kIndef64: _qor_penc_indeflen_int(w, static_cast<uint64_t>(r.value) - static_cast<uint64_t>(r.lb), r.width); break;
     case kField32:
         _qor_penc_nonneg_int_l(w, static_cast<QorULong>(r.value - r.lb), static_cast<QorULong>(r.width));
         break;
@@ -126,6 +126,12 @@ TEST_F(IntegerTest, EncodedFormsReadBackAndCutShort)
         {kIndef32, 5, -5, -5, 100000, 3, "00 0A", "02 80"},
         {kIndef64, 0x10000000000, 0, 0, -1, 8, "A0 01 00 00 00 00 00", "A0 20 00 00 00 00 00"},
         {kIndef64, 300, 0, 0, -1, 4, "40 01 2C", "40 4B 00"}, // two bits for up to four octets
+        // The whole of int64_t: up to eight octets, counted in three bits.
+        {kIndef64, -2, INT64_MIN, INT64_MIN, INT64_MAX, 8, "E0 7F FF FF FF FF FF FF FE",
+         "EF FF FF FF FF FF FF FF C0"},
+        {kIndef64, INT64_MIN, INT64_MIN, INT64_MIN, INT64_MAX, 8, "00 00", "00 00"},
+        {kIndef64, INT64_MAX, INT64_MIN, INT64_MIN, INT64_MAX, 8, "E0 FF FF FF FF FF FF FF FF",
+         "FF FF FF FF FF FF FF FF E0"},
         {kField32, 256, 0, 0, kMaxU32, 32, "00 00 01 00", "00 00 01 00"},
         {kField32, 70000, 0, 0, 65536 * 2, 17, "88 B8 00", "88 B8 00"},
         {kField32, 5, 3, 3, 10, 3, "40", "40"},

@@ -32,7 +32,8 @@ enum { BAG_SIZE_LIMIT = 4000 };
 const char *const testSchemaPduNames[PDU_COUNT][2] = {
     {"Raw", "OCTET STRING"}, {"Fault", "Fault"},   {"Bag", "Bag"},
     {"Bags", "Bags"},        {"Record", "Record"}, {"PersonnelRecord", "PersonnelRecord"},
-    {"Envelope", "Envelope"}, {"Chain", "Chain"}, {"PersonnelRecord", "PersonnelRecord"}};
+    {"Envelope", "Envelope"}, {"Chain", "Chain"}, {"PersonnelRecord", "PersonnelRecord"},
+    {"Gauges", "Gauges"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -303,6 +304,8 @@ static int berEncode(QorGlobal *world, int pdunum, void *value)
         encodeChain(world, (const Chain *)value, TAG_CHAIN, 1, qorGetSeqSetNestingLimit(world), &pos,
                     &room);
         break;
+    default: /* a PDU with PER entries only */
+        _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
     }
     if (world->userBuffer) {
         /* The encoding ends the caller's buffer; outRoom was the buffer's size. */
@@ -339,12 +342,13 @@ static int pduOfTag(unsigned char tag)
     }
 }
 
-static QorLong packedTagOfPdu(int pdunum)
+/* 0: the PDU has no BER entries. */
+static unsigned char tagOfPdu(int pdunum)
 {
-    static const unsigned char tags[PDU_COUNT] = {TAG_OCTET_STRING, TAG_SEQUENCE, TAG_SET,
-                                                  TAG_BAGS,         TAG_RECORD,   TAG_PERSONNEL,
-                                                  TAG_ENVELOPE,     TAG_CHAIN,    TAG_PERSONNEL};
-    return packedTag(tags[pdunum - 1]);
+    static const unsigned char tags[PDU_COUNT] = {
+        TAG_OCTET_STRING, TAG_SEQUENCE, TAG_SET,   TAG_BAGS,      TAG_RECORD,
+        TAG_PERSONNEL,    TAG_ENVELOPE, TAG_CHAIN, TAG_PERSONNEL, 0};
+    return tags[pdunum - 1];
 }
 
 /* Record, decoded with the library's primitives as generated code does. */
@@ -526,7 +530,7 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
     unsigned char tag;
     int found;
     void *value = NULL; /* the caller's output is set on success only */
-    if (*pdunum < 0 || *pdunum > PDU_COUNT)
+    if (*pdunum < 0 || *pdunum > PDU_COUNT || (*pdunum != 0 && tagOfPdu(*pdunum) == 0))
         _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);
     if (room < 1)
         _qor_enc_error(world, MSG_END_OF_INPUT, 0);
@@ -538,7 +542,8 @@ static int berDecode(QorGlobal *world, int *pdunum, void **output)
         *pdunum = found;
     } else if (found != *pdunum &&
                !(found == PDU_PersonnelRecord && *pdunum == PDU_PersonnelConstrained)) {
-        _qor_enc_error(world, MSG_PDU_TAG_MISMATCH, (packedTagOfPdu(*pdunum) << 16) | packedTag(tag));
+        _qor_enc_error(world, MSG_PDU_TAG_MISMATCH,
+                       (packedTag(tagOfPdu(*pdunum)) << 16) | packedTag(tag));
     }
     world->pduNumber = *pdunum;
     world->pduNames = testSchemaPduNames[*pdunum - 1];
@@ -638,6 +643,9 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
         _qor_dec_free(world, envelope);
         return 0;
     }
+    case PDU_Gauges:
+        gaugesFree(world, (Gauges *)value);
+        return 0;
     case PDU_Chain: {
         Chain *link = (Chain *)value;
         while (link != NULL) {
@@ -652,7 +660,7 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
     }
 }
 
-/* Aligned and unaligned PER: only the PersonnelRecord PDUs have entries.
+/* Aligned and unaligned PER: only the PersonnelRecord PDUs and Gauges have entries.
  * The input holds no PDU number, so the caller gives one. */
 static int perEncode(QorGlobal *world, int pdunum, void *value)
 {
@@ -666,6 +674,9 @@ static int perEncode(QorGlobal *world, int pdunum, void *value)
     case PDU_PersonnelConstrained:
         personnelPerEncode(world, (const PersonnelRecord *)value,
                            pdunum == PDU_PersonnelConstrained);
+        break;
+    case PDU_Gauges:
+        gaugesPerEncode(world, (const Gauges *)value);
         break;
     default:
         _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
@@ -685,6 +696,9 @@ static int perDecode(QorGlobal *world, int *pdunum, void **output)
     case PDU_PersonnelRecord:
     case PDU_PersonnelConstrained:
         value = personnelPerDecode(world, *pdunum == PDU_PersonnelConstrained);
+        break;
+    case PDU_Gauges:
+        value = gaugesPerDecode(world);
         break;
     default:
         _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);

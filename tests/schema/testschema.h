@@ -20,7 +20,8 @@ enum {
     PDU_Envelope = 7, /* an open type, encoded and decoded automatically when asked */
     PDU_Chain = 8,    /* a recursive SEQUENCE, nested as deep as its value */
     PDU_PersonnelConstrained = 9, /* the same with permitted alphabets and sizes */
-    PDU_COUNT = 9
+    PDU_Gauges = 10, /* constrained whole numbers, ENUMERATED, strings: PER only */
+    PDU_COUNT = 10
 };
 
 /* Raw ::= OCTET STRING */
@@ -147,6 +148,70 @@ void personnelFree(QorGlobal *world, PersonnelRecord *value);
  * module: 0 unconstrained, 1 constrained. */
 void personnelPerEncode(QorGlobal *world, const PersonnelRecord *value, int constrained);
 void *personnelPerDecode(QorGlobal *world, int constrained);
+
+/* Gauges ::= SEQUENCE {
+ *     tiny   INTEGER (0..7),
+ *     octet  INTEGER (0..255),
+ *     word   INTEGER (-1000..60000),
+ *     wide   INTEGER (0..4294967295),
+ *     offset INTEGER (-100..MAX),
+ *     any    INTEGER,
+ *     ext    INTEGER (0..7, ...),
+ *     big    INTEGER (-9223372036854775808..9223372036854775807),
+ *     huge   INTEGER,                 -- an octet array, unconstrained huge form
+ *     level  ENUMERATED { a, b, c, ..., d, e },
+ *     code   IA5String (FROM ("A".."Z")) (SIZE (1..8)),
+ *     digits NumericString (SIZE (1..10)),
+ *     note   VisibleString OPTIONAL,
+ *     list   SEQUENCE (SIZE (0..100000)) OF INTEGER (0..255)
+ * }
+ * A PDU with PER entries only: BER refuses it. Whole numbers of a small
+ * range take the smallest type that holds them; `huge` is two's complement,
+ * most significant octet first; strings are null-terminated. A decoded
+ * `level` that this version doesn't know comes back as -1 less its index
+ * among the additions (-3 for the first after `e`). */
+enum GaugeLevel {
+    GaugeLevel_a = 0,
+    GaugeLevel_b = 1,
+    GaugeLevel_c = 2,
+    GaugeLevel_d = 3,
+    GaugeLevel_e = 4
+};
+
+typedef struct Gauges {
+    unsigned char bit_mask;
+#define Gauges_note_present 0x80
+    unsigned char tiny;
+    unsigned char octet;
+    QorLong word;
+    QorULong wide;
+    QorLong offset;
+    QorLong any;
+    QorLong ext;
+    int64_t big;
+    struct {
+        QorULong length;
+        unsigned char *value;
+    } huge;
+    int level;
+    char *code;
+    char *digits;
+    char *note;
+    struct {
+        QorULong count;
+        unsigned char *value;
+    } list;
+} Gauges;
+
+/* The value of the tests: note "Hi", level d, `ext` 8 outside its root,
+ * `huge` 2^64 and a list of three. */
+extern Gauges gaugesExample;
+
+/* The Gauges entries, called by the schema's switch; the variant is
+ * `world->perAligned`. */
+void gaugesPerEncode(QorGlobal *world, const Gauges *value);
+void *gaugesPerDecode(QorGlobal *world);
+void gaugesFree(QorGlobal *world, Gauges *value);
 
 /* Envelope ::= [APPLICATION 3] IMPLICIT SEQUENCE { kind [0] INTEGER,
  *     content [1] OPEN TYPE }  -- content: any PDU of this module.
