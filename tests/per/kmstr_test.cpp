@@ -207,9 +207,8 @@ TEST_F(KmstrTest, SizeAndAlphabetViolations)
 }
 
 // Four bits for SIZE (1..10) can say up to 16: every decoder form refuses
-// a length past the upper bound, the ones into new memory too. Disabled
-// while the ntp, ub and vap forms still take all 16 characters.
-TEST_F(KmstrTest, DISABLED_LengthPastTheUpperBound)
+// a length past the upper bound, the ones into new memory too.
+TEST_F(KmstrTest, LengthPastTheUpperBound)
 {
     const Bytes input = hex("F0 11 11 11 11 11 11 11 11"); // 16 times "0"
     char array[32];
