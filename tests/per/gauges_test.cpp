@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "per_support.h"
@@ -104,6 +105,12 @@ TEST_F(PerGauges, WorkedOctetsAndRoundTrips)
         encodePdu(&world, PDU_Gauges, &gaugesExample);
         EXPECT_EQ(qorDetermineNumberOfPadBits(&world), row.padBits);
     }
+    QorBuf text = {0, nullptr};
+    ASSERT_EQ(qorPrintPDUToBuffer(&world, PDU_Gauges, &gaugesExample, &text), 0);
+    const std::string printed(reinterpret_cast<char *>(text.value));
+    qorFreeBuf(&world, text.value);
+    for (const char *part : {"ext 8", "huge '010000000000000000'H", "level d", "digits \"12345\""})
+        EXPECT_NE(printed.find(part), std::string::npos) << part << " in " << printed;
 }
 
 TEST_F(PerGauges, AListInFragments)

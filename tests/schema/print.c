@@ -218,6 +218,56 @@ static void printEnvelope(QorGlobal *world, const Envelope *v)
     endValue(world);
 }
 
+static const QorEnumeratorName gaugeLevelNames[5] = {
+    {"a", {0, 0}, GaugeLevel_a}, {"b", {0, 0}, GaugeLevel_b}, {"c", {0, 0}, GaugeLevel_c},
+    {"d", {0, 0}, GaugeLevel_d}, {"e", {0, 0}, GaugeLevel_e}};
+
+static void printSmallNumber(QorGlobal *world, const void *value)
+{
+    qorPrint(world, "%d", (int)*(const unsigned char *)value);
+}
+
+/* The huge INTEGER as its octets in hexadecimal. */
+static void printGauges(QorGlobal *world, const Gauges *v)
+{
+    beginValue(world);
+    qorPrint(world, "tiny %d", (int)v->tiny);
+    nextComponent(world);
+    qorPrint(world, "octet %d", (int)v->octet);
+    nextComponent(world);
+    qorPrint(world, "word %ld", (long)v->word);
+    nextComponent(world);
+    qorPrint(world, "wide %lu", (unsigned long)v->wide);
+    nextComponent(world);
+    qorPrint(world, "offset %ld", (long)v->offset);
+    nextComponent(world);
+    qorPrint(world, "any %ld", (long)v->any);
+    nextComponent(world);
+    qorPrint(world, "ext %ld", (long)v->ext);
+    nextComponent(world);
+    qorPrint(world, "big %lld", (long long)v->big);
+    nextComponent(world);
+    _qor_prt_hex(world, "huge '", v->huge.value, (QorLong)v->huge.length, "'H");
+    nextComponent(world);
+    qorPrint(world, "level ");
+    _qor_prt_enum(world, (QorLong)v->level, v->level < 0 ? -1 : 0, gaugeLevelNames, 5);
+    nextComponent(world);
+    qorPrint(world, "code ");
+    _qor_prt_nchar(world, v->code);
+    nextComponent(world);
+    qorPrint(world, "digits ");
+    _qor_prt_nchar(world, v->digits);
+    if (v->bit_mask & Gauges_note_present) {
+        nextComponent(world);
+        qorPrint(world, "note ");
+        _qor_prt_nchar(world, v->note);
+    }
+    nextComponent(world);
+    qorPrint(world, "list ");
+    printList(world, (QorLong)v->list.count, v->list.value, 1, printSmallNumber);
+    endValue(world);
+}
+
 static void printChain(QorGlobal *world, const Chain *v)
 {
     beginValue(world);
@@ -267,6 +317,9 @@ int testSchemaPrint(QorGlobal *world, int pdunum, void *value)
         break;
     case PDU_Chain:
         printChain(world, (const Chain *)value);
+        break;
+    case PDU_Gauges:
+        printGauges(world, (const Gauges *)value);
         break;
     }
     if (!nested)
