@@ -195,18 +195,22 @@ Loop encodeCallersBuffer(std::shared_ptr<Setup> s, int pdu, void *value)
     };
 }
 
+// One decode of the setup's encoding; `decoded` null asks for new memory.
+void *decodeOnce(Setup &s, int pdu, void *decoded)
+{
+    QorBuf in = {static_cast<QorLong>(s.encoding.size()), s.encoding.data()};
+    int found = pdu;
+    if (qorDecode(s.world.get(), &found, &in, &decoded) != 0)
+        fail("decode", s.world.get());
+    return decoded;
+}
+
 Loop decodeAndFree(std::shared_ptr<Setup> s, int pdu, void *value)
 {
     s->encoding = encodingOf(s->world.get(), pdu, value);
     return [s, pdu](long n) {
-        for (long i = 0; i < n; i++) {
-            QorBuf in = {static_cast<QorLong>(s->encoding.size()), s->encoding.data()};
-            void *decoded = nullptr;
-            int found = pdu;
-            if (qorDecode(s->world.get(), &found, &in, &decoded) != 0)
-                fail("decode", s->world.get());
-            qorFreePDU(s->world.get(), found, decoded);
-        }
+        for (long i = 0; i < n; i++)
+            qorFreePDU(s->world.get(), pdu, decodeOnce(*s, pdu, nullptr));
     };
 }
 
@@ -216,13 +220,8 @@ Loop decodeCallersBuffer(std::shared_ptr<Setup> s, int pdu, void *value)
     s->room.resize(s->encoding.size() * 4 + 4096);
     return [s, pdu](long n) {
         for (long i = 0; i < n; i++) {
-            QorBuf in = {static_cast<QorLong>(s->encoding.size()), s->encoding.data()};
-            void *decoded = s->room.data();
-            int found = pdu;
             qorSetDecodingLength(s->world.get(), static_cast<QorLong>(s->room.size()));
-            if (qorDecode(s->world.get(), &found, &in, &decoded) != 0)
-                fail("decode", s->world.get());
-            benchmark::DoNotOptimize(decoded);
+            benchmark::DoNotOptimize(decodeOnce(*s, pdu, s->room.data()));
         }
     };
 }
@@ -236,12 +235,7 @@ Loop decodeIntoHandle(std::shared_ptr<Setup> s, int pdu, void *value)
         fail("qorCreateMemoryHandle", s->world.get());
     return [s, pdu](long n) {
         for (long i = 0; i < n; i++) {
-            QorBuf in = {static_cast<QorLong>(s->encoding.size()), s->encoding.data()};
-            void *decoded = nullptr;
-            int found = pdu;
-            if (qorDecode(s->world.get(), &found, &in, &decoded) != 0)
-                fail("decode", s->world.get());
-            benchmark::DoNotOptimize(decoded);
+            benchmark::DoNotOptimize(decodeOnce(*s, pdu, nullptr));
             if (qorCleanMemoryHandle(s->world.get(), s->handle) != 0)
                 fail("qorCleanMemoryHandle", s->world.get());
         }

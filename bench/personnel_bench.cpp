@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "support.h"
@@ -129,32 +130,29 @@ void copyFloor(benchmark::State &state)
 
 } // namespace
 
-BENCHMARK_CAPTURE(personnel, BER_encode, encodeLibraryMemory, QOR_BER)->Name("Personnel/BER/encode");
-BENCHMARK_CAPTURE(personnel, BER_encode_buffer, encodeCallersBuffer, QOR_BER)
-    ->Name("Personnel/BER/encode_callers_buffer");
-BENCHMARK_CAPTURE(personnel, BER_decode, decodeLibraryMemory, QOR_BER)
-    ->Name("Personnel/BER/decode_and_free");
-BENCHMARK_CAPTURE(personnel, BER_decode_buffer, decodeCallersBuffer, QOR_BER)
-    ->Name("Personnel/BER/decode_callers_buffer");
-BENCHMARK_CAPTURE(personnel, DER_encode, encodeLibraryMemory, QOR_DER)->Name("Personnel/DER/encode");
-BENCHMARK_CAPTURE(personnel, DER_decode, decodeLibraryMemory, QOR_DER)
-    ->Name("Personnel/DER/decode_and_free");
-BENCHMARK_CAPTURE(personnel, PER_encode, encodeLibraryMemory, QOR_PER_ALIGNED)
-    ->Name("Personnel/PER/encode");
-BENCHMARK_CAPTURE(personnel, PER_encode_buffer, encodeCallersBuffer, QOR_PER_ALIGNED)
-    ->Name("Personnel/PER/encode_callers_buffer");
-BENCHMARK_CAPTURE(personnel, PER_decode, decodeLibraryMemory, QOR_PER_ALIGNED)
-    ->Name("Personnel/PER/decode_and_free");
-BENCHMARK_CAPTURE(personnel, PER_decode_buffer, decodeCallersBuffer, QOR_PER_ALIGNED)
-    ->Name("Personnel/PER/decode_callers_buffer");
-BENCHMARK_CAPTURE(personnel, UPER_encode, encodeLibraryMemory, QOR_PER_UNALIGNED)
-    ->Name("Personnel/UPER/encode");
-BENCHMARK_CAPTURE(personnel, UPER_encode_buffer, encodeCallersBuffer, QOR_PER_UNALIGNED)
-    ->Name("Personnel/UPER/encode_callers_buffer");
-BENCHMARK_CAPTURE(personnel, UPER_decode, decodeLibraryMemory, QOR_PER_UNALIGNED)
-    ->Name("Personnel/UPER/decode_and_free");
-BENCHMARK_CAPTURE(personnel, UPER_decode_buffer, decodeCallersBuffer, QOR_PER_UNALIGNED)
-    ->Name("Personnel/UPER/decode_callers_buffer");
+// Personnel/<rules>/<way>: the four ways for each family, and DER's two.
+const bool personnelRegistered = [] {
+    using Runner = void (*)(benchmark::State &, int, int, void *);
+    const struct {
+        const char *name;
+        int rules;
+        int ways; // how many of the ways below
+    } rules[] = {{"BER", QOR_BER, 4}, {"DER", QOR_DER, 2}, {"PER", QOR_PER_ALIGNED, 4},
+                 {"UPER", QOR_PER_UNALIGNED, 4}};
+    const struct {
+        const char *name;
+        Runner run;
+    } ways[] = {{"encode", encodeLibraryMemory}, {"decode_and_free", decodeLibraryMemory},
+                {"encode_callers_buffer", encodeCallersBuffer},
+                {"decode_callers_buffer", decodeCallersBuffer}};
+    for (const auto &r : rules)
+        for (int w = 0; w < r.ways; w++)
+            benchmark::RegisterBenchmark(
+                (std::string("Personnel/") + r.name + "/" + ways[w].name).c_str(), personnel,
+                ways[w].run, r.rules);
+    return true;
+}();
+
 BENCHMARK(copyFloor)->Name("Scaling/memcpy")->Arg(1 << 10)->Arg(1 << 16)->Arg(1 << 20);
 BENCHMARK_CAPTURE(octets, encode, encodeLibraryMemory)
     ->Name("Scaling/OCTET_STRING/encode")->Arg(1 << 10)->Arg(1 << 16)->Arg(1 << 20);

@@ -85,7 +85,7 @@ void writeNarrowChars(QorGlobal *world, const unsigned char *chars, uint64_t cou
     }
 }
 
-void readNarrowChars(QorGlobal *world, unsigned char *out, uint64_t count, CharCoding coding,
+void readPackedChars(QorGlobal *world, unsigned char *out, uint64_t count, CharCoding coding,
                      const QorPermittedAlphabet *alphabet, bool align)
 {
     const unsigned w = coding.width;
@@ -100,16 +100,6 @@ void readNarrowChars(QorGlobal *world, unsigned char *out, uint64_t count, CharC
         return;
     }
     const uint64_t pad = padBefore(world, align);
-    needInput(world, pad, count * w);
-    if (w == 8 && (world->bitOffset == 0 || pad != 0)) {
-        // Whole octets at a boundary: a copy.
-        const uint64_t skip = pad != 0 ? 1 : 0;
-        memcpy(out, world->inPos + skip, count);
-        world->inPos += skip + count;
-        world->inRoom -= static_cast<QorLong>(skip + count);
-        world->bitOffset = 0;
-        return;
-    }
     // A word of input at a time while eight octets are left, else each
     // character from the two octets it can touch; the second is read only
     // when the character reaches into it, so nothing past the input checked

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "frame/errors.h"
 #include "frame/world.h"
@@ -92,12 +93,6 @@ inline void checkNarrowAlphabet(QorGlobal *world, const unsigned char *chars, ui
 void writeNarrowChars(QorGlobal *world, const unsigned char *chars, uint64_t count,
                       CharCoding coding, const QorPermittedAlphabet *alphabet);
 
-// Reads `count` characters into `out`, first going to an octet boundary when
-// `align` (aligned PER). The input is checked once for the whole run; an
-// index beyond the alphabet is message 29.
-void readNarrowChars(QorGlobal *world, unsigned char *out, uint64_t count, CharCoding coding,
-                     const QorPermittedAlphabet *alphabet, bool align);
-
 // The input has `bits` more bits at the cursor, after `pad` pad bits.
 inline void needInput(QorGlobal *world, uint64_t pad, uint64_t bits)
 {
@@ -108,6 +103,28 @@ inline void needInput(QorGlobal *world, uint64_t pad, uint64_t bits)
 inline uint64_t padBefore(const QorGlobal *world, bool align)
 {
     return align && world->perAligned && world->bitOffset != 0 ? 8 - world->bitOffset : 0;
+}
+
+// Reads `count` characters into `out`, first going to an octet boundary when
+// `align` (aligned PER). The caller has checked the input holds them
+// (`needChars`, or `skipChars` over the same run), as it must before taking
+// memory for them; an index beyond the alphabet is message 29. Whole octets
+// at a boundary are a copy; anything else is unpacked out of line.
+void readPackedChars(QorGlobal *world, unsigned char *out, uint64_t count, CharCoding coding,
+                     const QorPermittedAlphabet *alphabet, bool align);
+inline void readNarrowChars(QorGlobal *world, unsigned char *out, uint64_t count, CharCoding coding,
+                            const QorPermittedAlphabet *alphabet, bool align)
+{
+    const uint64_t pad = padBefore(world, align);
+    if (coding.width != 8 || count == 0 || (world->bitOffset != 0 && pad == 0)) {
+        readPackedChars(world, out, count, coding, alphabet, align);
+        return;
+    }
+    const uint64_t skip = pad != 0 ? 1 : 0;
+    memcpy(out, world->inPos + skip, count);
+    world->inPos += skip + count;
+    world->inRoom -= static_cast<QorLong>(skip + count);
+    world->bitOffset = 0;
 }
 
 // Checks the input holds `count` characters at the cursor, after the pad

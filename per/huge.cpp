@@ -29,14 +29,6 @@ QorULong trimmed(const unsigned char **bytes, QorULong count, Trim trim)
     return count;
 }
 
-void encodeHuge(QorGlobal *world, const unsigned char *bytes, QorULong count, Trim trim)
-{
-    raiseIf(world, count == 0 || count > kHugeLimit, Msg::kMisencoded, static_cast<QorLong>(count));
-    count = trimmed(&bytes, count, trim);
-    _qor_penc_length_l(world, count, 0, 0, 0);
-    _qor_append(world, bytes, count * 8, 1);
-}
-
 // Steps over `octets` whole octets at the cursor, checked against the input.
 void skipOctets(QorGlobal *world, QorULong octets)
 {
@@ -109,15 +101,30 @@ void putLimited(QorGlobal *world, const unsigned char *v, QorULong n, unsigned w
     }
 }
 
+// The unconstrained and semi-constrained forms: a general length and octets.
+void encodeHuge(QorGlobal *world, const unsigned char *bytes, QorULong count, Trim trim)
+{
+    raiseIf(world, count == 0 || count > kHugeLimit, Msg::kMisencoded, static_cast<QorLong>(count));
+    count = trimmed(&bytes, count, trim);
+    putLimited(world, bytes, count, 0);
+}
+
+// The general length of a value written whole: 1 to 4096 octets, no fragments.
+QorULong readWholeLength(QorGlobal *world)
+{
+    unsigned char done;
+    const QorULong n = _qor_pdec_length(world, 1, 0, &done);
+    raiseIf(world, n == 0, Msg::kMisencoded, 0);
+    raiseIf(world, n > kHugeLimit || !done, Msg::kIntegerTooLong, static_cast<QorLong>(n));
+    return n;
+}
+
 // Reads what `putLimited` writes, into `field` (room for `octets` of the
 // width); returns the octets read.
 QorULong getLimited(QorGlobal *world, unsigned char *field, unsigned width)
 {
     if (width == 0) {
-        unsigned char done;
-        const QorULong n = _qor_pdec_length(world, 1, 0, &done);
-        raiseIf(world, n == 0, Msg::kMisencoded, 0);
-        raiseIf(world, n > kHugeLimit || !done, Msg::kIntegerTooLong, static_cast<QorLong>(n));
+        const QorULong n = readWholeLength(world);
         _qor_get_bits(world, field, n * 8, 1);
         return n;
     }
@@ -270,10 +277,7 @@ QorULong _qor_pdec_limited_huge(QorGlobal *world, unsigned char **result,
     const bool beyondRoot = (flags & QOR_HUGE_EXTENSIBLE) != 0 && _qor_pdec_nonneg_1int(world) != 0;
     if (beyondRoot || lbBytes == nullptr) {
         // The value itself, after a length.
-        unsigned char done;
-        const QorULong n = _qor_pdec_length(world, 1, 0, &done);
-        raiseIf(world, n == 0, Msg::kMisencoded, 0);
-        raiseIf(world, n > kHugeLimit || !done, Msg::kIntegerTooLong, static_cast<QorLong>(n));
+        const QorULong n = readWholeLength(world);
         auto *p = static_cast<unsigned char *>(_qor_dec_getmem(world, static_cast<QorLong>(n)));
         _qor_get_bits(world, p, n * 8, 1);
         *result = p;

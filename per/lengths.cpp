@@ -51,7 +51,12 @@ namespace qor {
 
 uint64_t encodeLength64(QorGlobal *world, uint64_t length, uint64_t lb, uint64_t ub, bool extended)
 {
-    if (constrainedLength(ub, extended)) {
+    const bool constrained = constrainedLength(ub, extended);
+    if ((constrained || length < kFragment) && outputHasRoom(world, 3)) {
+        putLengthAt(world, length, lb, ub, !constrained);
+        return length;
+    }
+    if (constrained) {
         putConstrained(world, length - lb, ub - lb + 1);
         return length;
     }

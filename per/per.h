@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "frame/errors.h"
+#include "memory/bits.h"
 #include "memory/blocks.h"
 
 namespace qor {
@@ -62,6 +63,34 @@ inline unsigned readOctet(QorGlobal *world, bool align)
 uint64_t readOctets(QorGlobal *world, unsigned count);
 // The low `count` octets of `value`, big-endian, aligned as above.
 void writeOctets(QorGlobal *world, uint64_t value, unsigned count);
+
+// A length determinant straight at the cursor, the room checked for three
+// octets: the field of a constrained range below 64K, or the general form
+// of one part below 16384.
+inline void putLengthAt(QorGlobal *world, uint64_t length, uint64_t lb, uint64_t ub, bool general)
+{
+    if (general) {
+        alignAt(world);
+        if (length < 128)
+            putBitsAt(world, length << 56, 8);
+        else
+            putBitsAt(world, (length | 0x8000) << 48, 16);
+        return;
+    }
+    const uint64_t range = ub - lb + 1;
+    if (range < 2)
+        return;
+    unsigned bits;
+    if (range <= 255) {
+        bits = kBitsForRange.bits[range];
+    } else if (range == 256 || world->perAligned) {
+        alignAt(world);
+        bits = range == 256 ? 8 : 16;
+    } else {
+        bits = bitLength(range - 1);
+    }
+    putBitsAt(world, (length - lb) << (64 - bits), bits);
+}
 
 // The length determinant of 64-bit values; the small forms go through the
 // general writer. Returns the items to write next.

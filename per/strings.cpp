@@ -59,10 +59,19 @@ inline QorULong readLength(QorGlobal *world, const KmValue &v, unsigned char *do
     return n;
 }
 
+// The input cursor, kept to come back to.
 struct Cursor {
     unsigned char *pos;
     QorLong room;
     int bitOffset;
+
+    explicit Cursor(const QorGlobal *world) : pos(world->inPos), room(world->inRoom), bitOffset(world->bitOffset) {}
+    void restore(QorGlobal *world) const
+    {
+        world->inPos = pos;
+        world->inRoom = room;
+        world->bitOffset = bitOffset;
+    }
 };
 
 // Calls `part(count, offset)` for each part of a value with a length, in
@@ -110,31 +119,12 @@ void readParts(QorGlobal *world, const KmValue &v, unsigned char *out)
 // comes back to the first length.
 uint64_t measure(QorGlobal *world, const KmValue &v, uint64_t limit, Msg limitMsg)
 {
-    const Cursor saved{world->inPos, world->inRoom, world->bitOffset};
+    const Cursor saved(world);
     const uint64_t total = walkParts(world, v, limit, limitMsg, [&](QorULong n, uint64_t) {
         skipChars(world, n, v.coding.width, v.alignRuns);
     });
-    world->inPos = saved.pos;
-    world->inRoom = saved.room;
-    world->bitOffset = saved.bitOffset;
+    saved.restore(world);
     return total;
-}
-
-void readFixed(QorGlobal *world, const KmValue &v, unsigned char *out)
-{
-    readNarrowChars(world, out, v.desc->upperSize, v.coding, v.desc->alphabet,
-                    fixedRunAligns(v.coding.width, v.desc->upperSize));
-}
-
-// Checks the input for a fixed value before its memory is taken.
-void checkFixedInput(QorGlobal *world, const KmValue &v)
-{
-    const Cursor saved{world->inPos, world->inRoom, world->bitOffset};
-    skipChars(world, v.desc->upperSize, v.coding.width,
-              fixedRunAligns(v.coding.width, v.desc->upperSize));
-    world->inPos = saved.pos;
-    world->inRoom = saved.room;
-    world->bitOffset = saved.bitOffset;
 }
 
 // Decodes into memory from `obtain(total)`, which returns where the
@@ -146,13 +136,14 @@ uint64_t decodeInto(QorGlobal *world, const KmValue &v, uint64_t limit, Msg limi
     if (v.fixed) {
         const QorULong total = v.desc->upperSize;
         raiseIf(world, total > limit, limitMsg, static_cast<QorLong>(total));
-        checkFixedInput(world, v);
-        readFixed(world, v, obtain(total));
+        const bool align = fixedRunAligns(v.coding.width, total);
+        needChars(world, total, v.coding.width, align);
+        readNarrowChars(world, obtain(total), total, v.coding, v.desc->alphabet, align);
         return total;
     }
     // The usual value is one part: checked, its memory taken and read in
     // one pass. Fragments go back to the first length for the two walks.
-    const Cursor saved{world->inPos, world->inRoom, world->bitOffset};
+    const Cursor saved(world);
     unsigned char done = 1;
     const QorULong n = readLength(world, v, &done);
     if (done) {
@@ -160,21 +151,10 @@ uint64_t decodeInto(QorGlobal *world, const KmValue &v, uint64_t limit, Msg limi
         raiseIf(world, n > limit, limitMsg, static_cast<QorLong>(n));
         needChars(world, n, v.coding.width, v.alignRuns);
         unsigned char *out = obtain(n);
-        if (n != 0 && v.coding.width == 8 && (world->bitOffset == 0 || padBefore(world, v.alignRuns) != 0)) {
-            // Octets at a boundary, checked above: a copy.
-            const unsigned skip = world->bitOffset != 0 ? 1 : 0;
-            memcpy(out, world->inPos + skip, n);
-            world->inPos += skip + n;
-            world->inRoom -= static_cast<QorLong>(skip + n);
-            world->bitOffset = 0;
-            return n;
-        }
         readNarrowChars(world, out, n, v.coding, v.desc->alphabet, v.alignRuns);
         return n;
     }
-    world->inPos = saved.pos;
-    world->inRoom = saved.room;
-    world->bitOffset = saved.bitOffset;
+    saved.restore(world);
     const uint64_t total = measure(world, v, limit, limitMsg);
     readParts(world, v, obtain(total));
     return total;
@@ -226,32 +206,13 @@ inline void putUsual(QorGlobal *world, const unsigned char *text, QorULong count
         raiseIf(world, count < lower || count > upper, Msg::kSizeViolated, static_cast<QorLong>(count));
     const CharCoding coding = charCoding(world, desc, false, 8);
     checkNarrowAlphabet(world, text, count, desc->alphabet);
-    const bool alignRuns = count != 0 && varyingRunAligns(coding.width, upper, false);
-    if (sized && upper < kConstrainedLimit) {
-        if (const uint64_t range = uint64_t{upper} - lower + 1; range == 1) {
-            if (fixedRunAligns(coding.width, upper))
-                alignAt(world);
-        } else {
-            unsigned bits;
-            if (range <= 255) {
-                bits = kBitsForRange.bits[range];
-            } else if (range == 256 || world->perAligned) {
-                alignAt(world);
-                bits = range == 256 ? 8 : 16;
-            } else {
-                bits = bitLength(range - 1);
-            }
-            putBitsAt(world, uint64_t{count - lower} << (64 - bits), bits);
-            if (alignRuns)
-                alignAt(world);
-        }
+    const bool general = !sized || upper >= kConstrainedLimit;
+    if (!general && lower == upper) {
+        if (fixedRunAligns(coding.width, upper))
+            alignAt(world);
     } else {
-        alignAt(world);
-        if (count < 128)
-            putBitsAt(world, uint64_t{count} << 56, 8);
-        else
-            putBitsAt(world, uint64_t{count | 0x8000} << 48, 16);
-        if (alignRuns)
+        putLengthAt(world, count, lower, upper, general);
+        if (count != 0 && varyingRunAligns(coding.width, upper, false))
             alignAt(world);
     }
     putCharsAt(world, text, count, coding, desc->alphabet);
