@@ -23,6 +23,7 @@ void startCoding(QorGlobal *world)
     p->constructedDepth = 0;
     p->seqSetDepth = 0;
     p->lastDecodedFlag = 0;
+    world->decodeToTemporary = 0;
     p->fastPushCount = 0;
     p->fastPushChain = &p->fastPushChain;
 }

@@ -162,6 +162,9 @@ struct QorGlobal {
     int lastError;
     char *errMsgTarget;
     unsigned char userBuffer;
+    /* Set by generated code: the PER unbounded bit and octet string decoders
+     * put their result in temporary memory. The drivers clear it. */
+    unsigned char decodeToTemporary;
     QorFieldRecord *fieldStack;
     int pduNumber;
     const char *const *pduNames; /* (PDU name, type name) */
