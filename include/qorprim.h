@@ -569,7 +569,20 @@ QorULong _qor_pdec_uenum(QorGlobal *world, const QorEnumTable *root,
 
 
 /* A permitted alphabet: `decodeTable` maps an index to its character,
- * `encodeTable` a character to its index (255: not permitted). */
+ * `encodeTable` a character to its index (255: not permitted). For the wide
+ * strings both cover the 256 characters from `base`: `decodeTable` holds
+ * character - `base` in octets, and an entry of 255 is an index only when
+ * `count` is 256 or more. With the tree flag, `decodeTable` points at an
+ * alphabet tree of 32-bit words, nodes in binary-search order: the alphabet
+ * index of the node's first character; a control word (bits 31-30 the kind:
+ * 0 one character, 1 a range, 2 a list; bits 28-26 a list's size value s;
+ * bit 25 set when the subtree of smaller characters follows at once; bits
+ * 15-0 the distance in words from this node's start to the subtree of
+ * greater ones, 0 none); then the character, or a range's lower and upper
+ * bounds, or a list's s - 2 characters in ascending order and one reserved
+ * word. A node takes 3, 4 or s + 1 words. A first word of 0xFFFFFFFF marks
+ * a compact tree, for characters written as their own codes: the mark
+ * stands for the first node's index and the other nodes have none. */
 typedef struct QorPermittedAlphabet {
     QorULong count;
     const void *decodeTable;
@@ -607,6 +620,35 @@ QorLong _qor_pdec_va_kmstr(QorGlobal *world, char *target, const QorStringDescri
 /* In new memory behind a header of `headerSize` octets that the caller fills. */
 QorLong _qor_pdec_vap_kmstr(QorGlobal *world, void **result, QorULong headerSize,
                             const QorStringDescriptor *desc);
+
+/* BMPString and UniversalString, 16 and 32-bit characters in host order.
+ * The decoders return the count, the characters in new memory (null for an
+ * empty value). */
+void _qor_penc_bmpstr(QorGlobal *world, const uint16_t *chars, QorULong count,
+                      const QorStringDescriptor *desc, unsigned char extensionMark);
+void _qor_penc_unistr(QorGlobal *world, const QorULong *chars, QorULong count,
+                      const QorStringDescriptor *desc, unsigned char extensionMark);
+QorLong _qor_pdec_bmpstr(QorGlobal *world, uint16_t **result, const QorStringDescriptor *desc);
+QorLong _qor_pdec_unistr(QorGlobal *world, QorULong **result, const QorStringDescriptor *desc);
+
+/* Strings without a known multiplier: octets under general lengths. */
+void _qor_penc_nkmstr_l(QorGlobal *world, const unsigned char *bytes, QorULong count);
+/* Into the caller's array of `capacity` + 1 octets, zero-ended. */
+void _qor_pdec_nt_nkmstr(QorGlobal *world, unsigned char *target, QorULong capacity);
+void _qor_pdec_ntp_nkmstr(QorGlobal *world, unsigned char **result);
+/* Into an array of `size` octets, the rest set to spaces. */
+void _qor_pdec_pad_nkmstr(QorGlobal *world, unsigned char *target, QorULong size);
+/* `record` starts with the result pointer; an empty value gives null. */
+QorLong _qor_pdec_ub_nkmstr_ia(QorGlobal *world, void *record);
+QorLong _qor_pdec_va_nkmstr_ia(QorGlobal *world, unsigned char *target, QorULong capacity);
+QorLong _qor_pdec_vap_nkmstr_ia(QorGlobal *world, void **result, QorULong headerSize);
+
+/* UTF8String from and to 16 and 32-bit characters. The decoders return
+ * the count of characters, in new memory (null for none). */
+void _qor_penc_utf8bmpstr_l(QorGlobal *world, const uint16_t *chars, QorULong count);
+void _qor_penc_utf8unistr_l(QorGlobal *world, const QorULong *chars, QorULong count);
+QorLong _qor_pdec_utf8bmpstr_ia(QorGlobal *world, uint16_t **result);
+QorLong _qor_pdec_utf8unistr_ia(QorGlobal *world, QorULong **result);
 
 /* A fragmented SEQUENCE OF: called before each part's items are decoded,
  * with the array's size in octets with (`newBytes`) and without (`oldBytes`)

@@ -8,6 +8,7 @@
 
 #include "frame/errors.h"
 #include "frame/world.h"
+#include "memory/bits.h"
 #include "qorprim.h"
 
 namespace qor {
@@ -63,6 +64,56 @@ inline CharCoding charCoding(const QorGlobal *world, const QorStringDescriptor *
     return c;
 }
 
+// Alphabet trees, for alphabets too wide for tables: 32-bit words, nodes in
+// binary-search order. A node is its first character's alphabet index, a
+// control word (bits 31-30 the kind: 0 one character, 1 a range, 2 a list;
+// bits 28-26 a list's size value s; bit 25 the subtree of smaller
+// characters follows at once; bits 15-0 the distance in words from the
+// node's start to the subtree of greater ones, 0 none), then the character,
+// or a range's lower and upper bounds, or a list's s - 2 characters in
+// ascending order followed by one reserved word: 3, 4 or s + 1 words. A
+// tree whose first word is 0xFFFFFFFF is compact, for membership only:
+// that word stands for its first node's index, the other nodes have none.
+constexpr QorULong kNotInAlphabet = 0xFFFFFFFF;
+constexpr QorULong kNoCharacter = 0x10FFFD;
+
+// The alphabet index of `ch`, or kNotInAlphabet (always, for a compact tree).
+QorULong treeIndexOf(const QorULong *tree, QorULong ch);
+// The character of `index`, or kNoCharacter.
+QorULong treeCharAt(const QorULong *tree, QorULong index);
+bool treeContains(const QorULong *tree, QorULong ch);
+
+inline const QorULong *treeOf(const QorPermittedAlphabet *alphabet)
+{
+    return static_cast<const QorULong *>(alphabet->decodeTable);
+}
+
+// The index of `ch` in a wide alphabet's tables, which cover the 256
+// characters from `base`; kNotInAlphabet if it isn't there. An entry of 255
+// is an index only in an alphabet of 256 characters or more.
+inline QorULong wideTableIndexOf(const QorPermittedAlphabet *alphabet, QorULong ch)
+{
+    if (ch < alphabet->base || ch - alphabet->base > 255)
+        return kNotInAlphabet;
+    const QorULong index = alphabet->encodeTable[ch - alphabet->base];
+    return index == 255 && alphabet->count < 256 ? kNotInAlphabet : index;
+}
+
+// Whether a string whose descriptor has `flags` may hold `ch`: the lookup
+// that encoders and the constraint checker share. `charBytes` is 1 for the
+// one-octet strings, 2 or 4 for the wide ones.
+inline bool alphabetPermits(const QorPermittedAlphabet *alphabet, QorULong flags, unsigned charBytes,
+                            QorULong ch)
+{
+    if (alphabet == nullptr)
+        return true;
+    if (charBytes == 1)
+        return ch < 0x80 && alphabet->encodeTable[ch] != 0xFF;
+    if (flags & kTreeAlphabet)
+        return treeContains(treeOf(alphabet), ch);
+    return wideTableIndexOf(alphabet, ch) != kNotInAlphabet;
+}
+
 // Only the top bit of a generated extension mark counts.
 inline bool markSet(unsigned char extensionMark) { return (extensionMark & 0x80) != 0; }
 
@@ -103,6 +154,86 @@ inline void needInput(QorGlobal *world, uint64_t pad, uint64_t bits)
 inline uint64_t padBefore(const QorGlobal *world, bool align)
 {
     return align && world->perAligned && world->bitOffset != 0 ? 8 - world->bitOffset : 0;
+}
+
+// Writes `count` codes of `w` bits (1 to 32) at the cursor, without
+// alignment, `codeOf(i)` giving each, a chunk of octets at a time: a call
+// a chunk, not one a character. A sizing pass only counts the bits, but
+// still asks for each code when `lookEach` (a lookup that may refuse the
+// character, so the sizing pass fails as the real one would).
+template <class CodeOf>
+void packCodes(QorGlobal *world, uint64_t count, unsigned w, bool lookEach, CodeOf codeOf)
+{
+    constexpr unsigned kChunkOctets = 256;
+    unsigned char buf[kChunkOctets];
+    const uint64_t perChunk = kChunkOctets * 8 / w;
+    const bool sizing = sizingOnly(world);
+    const uint64_t mask = (uint64_t{1} << w) - 1;
+    for (uint64_t i = 0; i < count;) {
+        const uint64_t n = count - i < perChunk ? count - i : perChunk;
+        if (sizing) {
+            if (lookEach)
+                for (uint64_t j = 0; j < n; j++)
+                    static_cast<void>(codeOf(i + j));
+        } else {
+            uint64_t acc = 0;
+            unsigned held = 0;
+            unsigned o = 0;
+            for (uint64_t j = 0; j < n; j++) {
+                acc = (acc << w) | (codeOf(i + j) & mask);
+                held += w;
+                while (held >= 8) {
+                    held -= 8;
+                    buf[o++] = static_cast<unsigned char>(acc >> held);
+                }
+                acc &= (uint64_t{1} << held) - 1;
+            }
+            if (held != 0)
+                buf[o] = static_cast<unsigned char>(acc << (8 - held));
+        }
+        _qor_append(world, buf, static_cast<QorULong>(n * w), 0);
+        i += n;
+    }
+}
+
+// Reads `count` codes of `w` bits (1 to 32), first going to an octet
+// boundary when `align` (aligned PER), and hands each to `put(i, code)`.
+// The caller has checked the input holds them. A word of input at a time
+// while eight octets are left, else each code from the octets it touches,
+// so nothing past the input checked is looked at.
+template <class Put>
+void unpackCodes(QorGlobal *world, uint64_t count, unsigned w, bool align, Put put)
+{
+    const uint64_t pad = padBefore(world, align);
+    const unsigned char *in = world->inPos + (pad != 0 ? 1 : 0);
+    const unsigned char *end = world->inPos + world->inRoom;
+    uint64_t at = pad != 0 ? 0 : static_cast<unsigned>(world->bitOffset);
+    const unsigned perWord = 57 / w;
+    for (uint64_t i = 0; i < count;) {
+        const unsigned char *p = in + (at >> 3);
+        if (end - p >= 8) {
+            uint64_t word = loadBig(p) << (at & 7);
+            const uint64_t n = count - i < perWord ? count - i : perWord;
+            for (uint64_t j = 0; j < n; j++, word <<= w)
+                put(i + j, static_cast<QorULong>(word >> (64 - w)));
+            i += n;
+            at += n * w;
+            continue;
+        }
+        // Near the end: the octets this code reaches, at most five.
+        const unsigned shift = at & 7;
+        const unsigned reach = (shift + w + 7) / 8;
+        uint64_t window = 0;
+        for (unsigned k = 0; k < reach; k++)
+            window |= uint64_t{p[k]} << (56 - 8 * k);
+        put(i, static_cast<QorULong>((window << shift) >> (64 - w)));
+        i++;
+        at += w;
+    }
+    const uint64_t moved = (pad != 0 ? 1 : 0) + (at >> 3);
+    world->inPos += moved;
+    world->inRoom -= static_cast<QorLong>(moved);
+    world->bitOffset = static_cast<int>(at & 7);
 }
 
 // Reads `count` characters into `out`, first going to an octet boundary when
