@@ -22,8 +22,10 @@ void encodeUtf8(QorGlobal *world, const Char *chars, QorULong count)
     const auto n = static_cast<QorLong>(count);
     const int width = sizeof(Char);
     const QorLong octets = utf8SizeOf(world, chars, n, width);
-    // The usual value: one part, converted straight into the block.
-    if (octets < static_cast<QorLong>(kFragmentUnit) && outputHasRoom(world, uint64_t(octets) + 3)) {
+    // The usual value: one part that starts on an octet boundary, converted
+    // straight into the block.
+    if (octets < static_cast<QorLong>(kFragmentUnit) && (world->perAligned || world->bitOffset == 0) &&
+        outputHasRoom(world, uint64_t(octets) + 3)) {
         putLengthAt(world, uint64_t(octets), 0, 0, true);
         unsigned char *end = putUtf8Chars(world->outPos, chars, n, width);
         world->outRoom -= static_cast<QorLong>(end - world->outPos);

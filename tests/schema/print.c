@@ -268,6 +268,50 @@ static void printGauges(QorGlobal *world, const Gauges *v)
     endValue(world);
 }
 
+static void printTexts(QorGlobal *world, const Texts *v)
+{
+    beginValue(world);
+    qorPrint(world, "bmp ");
+    _qor_prt_mbchar(world, v->bmp.value, (QorLong)v->bmp.length, 2);
+    nextComponent(world);
+    qorPrint(world, "symbols ");
+    _qor_prt_mbchar(world, v->symbols.value, (QorLong)v->symbols.length, 4);
+    nextComponent(world);
+    qorPrint(world, "label ");
+    _qor_prt_mbchar(world, v->label.value, (QorLong)v->label.length, 2);
+    nextComponent(world);
+    qorPrint(world, "emoji ");
+    _qor_prt_mbchar(world, v->emoji.value, (QorLong)v->emoji.length, 4);
+    nextComponent(world);
+    qorPrint(world, "code ");
+    _qor_prt_char(world, v->code, (QorLong)sizeof v->code);
+    nextComponent(world);
+    qorPrint(world, "name ");
+    _qor_prt_char(world, v->name.value, (QorLong)v->name.count);
+    nextComponent(world);
+    qorPrint(world, "note ");
+    _qor_prt_char(world, v->note->value, (QorLong)v->note->length);
+    nextComponent(world);
+    qorPrint(world, "tag ");
+    _qor_prt_nchar(world, (const char *)v->tag);
+    nextComponent(world);
+    qorPrint(world, "comment ");
+    _qor_prt_nchar(world, (const char *)v->comment);
+    nextComponent(world);
+    qorPrint(world, "fixed ");
+    _qor_prt_char(world, (const char *)v->fixed, (QorLong)sizeof v->fixed);
+    nextComponent(world);
+    qorPrint(world, "blob ");
+    _qor_prt_oct(world, v->blob.value, (QorLong)v->blob.length);
+    nextComponent(world);
+    qorPrint(world, "line ");
+    _qor_prt_char(world, (const char *)v->line.value, (QorLong)v->line.count);
+    nextComponent(world);
+    qorPrint(world, "memo ");
+    _qor_prt_char(world, v->memo->value, (QorLong)v->memo->length);
+    endValue(world);
+}
+
 static void printChain(QorGlobal *world, const Chain *v)
 {
     beginValue(world);
@@ -320,6 +364,9 @@ int testSchemaPrint(QorGlobal *world, int pdunum, void *value)
         break;
     case PDU_Gauges:
         printGauges(world, (const Gauges *)value);
+        break;
+    case PDU_Texts:
+        printTexts(world, (const Texts *)value);
         break;
     }
     if (!nested)

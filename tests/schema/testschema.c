@@ -33,7 +33,7 @@ const char *const testSchemaPduNames[PDU_COUNT][2] = {
     {"Raw", "OCTET STRING"}, {"Fault", "Fault"},   {"Bag", "Bag"},
     {"Bags", "Bags"},        {"Record", "Record"}, {"PersonnelRecord", "PersonnelRecord"},
     {"Envelope", "Envelope"}, {"Chain", "Chain"}, {"PersonnelRecord", "PersonnelRecord"},
-    {"Gauges", "Gauges"}};
+    {"Gauges", "Gauges"}, {"Texts", "Texts"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -646,6 +646,9 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
     case PDU_Gauges:
         gaugesFree(world, (Gauges *)value);
         return 0;
+    case PDU_Texts:
+        textsFree(world, (Texts *)value);
+        return 0;
     case PDU_Chain: {
         Chain *link = (Chain *)value;
         while (link != NULL) {
@@ -660,7 +663,7 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
     }
 }
 
-/* Aligned and unaligned PER: only the PersonnelRecord PDUs and Gauges have entries.
+/* Aligned and unaligned PER: only the PersonnelRecord PDUs, Gauges and Texts have entries.
  * The input holds no PDU number, so the caller gives one. */
 static int perEncode(QorGlobal *world, int pdunum, void *value)
 {
@@ -677,6 +680,9 @@ static int perEncode(QorGlobal *world, int pdunum, void *value)
         break;
     case PDU_Gauges:
         gaugesPerEncode(world, (const Gauges *)value);
+        break;
+    case PDU_Texts:
+        textsPerEncode(world, (const Texts *)value);
         break;
     default:
         _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
@@ -699,6 +705,9 @@ static int perDecode(QorGlobal *world, int *pdunum, void **output)
         break;
     case PDU_Gauges:
         value = gaugesPerDecode(world);
+        break;
+    case PDU_Texts:
+        value = textsPerDecode(world);
         break;
     default:
         _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);

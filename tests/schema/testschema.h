@@ -21,7 +21,8 @@ enum {
     PDU_Chain = 8,    /* a recursive SEQUENCE, nested as deep as its value */
     PDU_PersonnelConstrained = 9, /* the same with permitted alphabets and sizes */
     PDU_Gauges = 10, /* constrained whole numbers, ENUMERATED, strings: PER only */
-    PDU_COUNT = 10
+    PDU_Texts = 11,  /* character strings in every memory form: PER only */
+    PDU_COUNT = 11
 };
 
 /* Raw ::= OCTET STRING */
@@ -212,6 +213,73 @@ extern Gauges gaugesExample;
 void gaugesPerEncode(QorGlobal *world, const Gauges *value);
 void *gaugesPerDecode(QorGlobal *world);
 void gaugesFree(QorGlobal *world, Gauges *value);
+
+/* Texts ::= SEQUENCE {
+ *     bmp     BMPString (SIZE (1..4)),
+ *     symbols UniversalString (FROM ("0".."9" | "a".."z" | "\u03B1\u03B2\u03C9" | "\u20AC")),
+ *     label   UTF8String,    -- from 16-bit characters
+ *     emoji   UTF8String,    -- from 32-bit characters
+ *     code    PrintableString (SIZE (4)),
+ *     name    VisibleString (SIZE (0..10)),
+ *     note    IA5String,
+ *     tag     GeneralString, comment GeneralString, fixed GeneralString,
+ *     blob    GeneralString, line GeneralString, memo GeneralString }
+ * A PDU with PER entries only, each string in another memory form: `code`
+ * an array padded to its size, `name` a varying array, `note` and `memo`
+ * behind a length header; `tag` zero-ended in an array of 8 + 1, `comment`
+ * zero-ended in new memory, `fixed` an array of 6 padded with spaces,
+ * `blob` a pointer and its length, `line` a varying array of 16. The
+ * `symbols` alphabet is too wide for tables: it is an alphabet tree. */
+typedef struct TextsRun {
+    QorULong length;
+    char value[1]; /* `length` characters in all */
+} TextsRun;
+#define TEXTS_RUN_HEADER 4 /* octets in front of `value` */
+
+typedef struct Texts {
+    struct {
+        QorULong length;
+        uint16_t *value;
+    } bmp;
+    struct {
+        QorULong length;
+        QorULong *value;
+    } symbols;
+    struct {
+        QorULong length;
+        uint16_t *value;
+    } label;
+    struct {
+        QorULong length;
+        QorULong *value;
+    } emoji;
+    char code[4];
+    struct {
+        QorULong count;
+        char value[10];
+    } name;
+    TextsRun *note;
+    unsigned char tag[9];
+    unsigned char *comment;
+    unsigned char fixed[6];
+    struct {
+        unsigned char *value; /* first: the decoder fills it through the record */
+        QorULong length;
+    } blob;
+    struct {
+        QorULong count;
+        unsigned char value[16];
+    } line;
+    TextsRun *memo;
+} Texts;
+
+/* The value of the tests: a string in every field. */
+extern Texts textsExample;
+
+/* The Texts entries, called by the schema's switch. */
+void textsPerEncode(QorGlobal *world, const Texts *value);
+void *textsPerDecode(QorGlobal *world);
+void textsFree(QorGlobal *world, Texts *value);
 
 /* Envelope ::= [APPLICATION 3] IMPLICIT SEQUENCE { kind [0] INTEGER,
  *     content [1] OPEN TYPE }  -- content: any PDU of this module.
