@@ -58,17 +58,16 @@ using Text = std::u32string;
 
 class WideStringsTest : public pertest::PerTest {
 protected:
-    // Encodes `text` as 16-bit (`bmp`) or 32-bit characters.
+    // Encodes `text` as 16-bit (`bmp`) or 32-bit characters. The copies in
+    // memory's widths are made before the call, which may leave by a jump.
     void putWide(bool bmp, const Text &text, const QorStringDescriptor &desc)
     {
+        load(text);
         const auto n = static_cast<QorULong>(text.size());
-        if (bmp) {
-            const std::vector<uint16_t> units(text.begin(), text.end());
-            _qor_penc_bmpstr(&world, units.data(), n, &desc, 0);
-        } else {
-            const std::vector<QorULong> units(text.begin(), text.end());
-            _qor_penc_unistr(&world, units.data(), n, &desc, 0);
-        }
+        if (bmp)
+            _qor_penc_bmpstr(&world, units16.data(), n, &desc, 0);
+        else
+            _qor_penc_unistr(&world, units32.data(), n, &desc, 0);
     }
     Text getWide(bool bmp, const QorStringDescriptor &desc)
     {
@@ -86,14 +85,12 @@ protected:
     }
     void putUtf8(bool bmp, const Text &text)
     {
+        load(text);
         const auto n = static_cast<QorULong>(text.size());
-        if (bmp) {
-            const std::vector<uint16_t> units(text.begin(), text.end());
-            _qor_penc_utf8bmpstr_l(&world, units.data(), n);
-        } else {
-            const std::vector<QorULong> units(text.begin(), text.end());
-            _qor_penc_utf8unistr_l(&world, units.data(), n);
-        }
+        if (bmp)
+            _qor_penc_utf8bmpstr_l(&world, units16.data(), n);
+        else
+            _qor_penc_utf8unistr_l(&world, units32.data(), n);
     }
     Text getUtf8(bool bmp)
     {
@@ -106,6 +103,20 @@ protected:
         const QorLong n = _qor_pdec_utf8unistr_ia(&world, &chars);
         return Text(chars, chars + n);
     }
+    // Keeps its buffers when `text` is the one loaded last, so nothing is
+    // allocated inside a frame after the first call.
+    void load(const Text &text)
+    {
+        if (loaded == text)
+            return;
+        loaded = text;
+        units16.assign(text.begin(), text.end());
+        units32.assign(text.begin(), text.end());
+    }
+    Text loaded;
+    std::vector<uint16_t> units16;
+    std::vector<QorULong> units32;
+
     static bool fits16(const Text &text)
     {
         for (char32_t c : text)
@@ -255,7 +266,8 @@ TEST_F(WideStringsTest, Utf8FromWideCharacters)
 
     // A surrogate has no UTF-8 form; bad or cut sequences and a character
     // too wide for 16 bits are refused.
-    EXPECT_EQ(encode(true, [&] { putUtf8(true, U"a\xD800"); }), 5);
+    const Text surrogate = U"a\xD800";
+    EXPECT_EQ(encode(true, [&] { putUtf8(true, surrogate); }), 5);
     EXPECT_TRUE(messageHas("0119S: Error converting character to UTF8 format at position 1")) << world.errMsgBuffer;
     const std::pair<const char *, const char *> bad[] = {
         {"01 80", "0120S"}, {"02 C3 41", "0120S"}, {"01 C3", "0120S"}, {"02 C3", "0081S"}, {"04 F0 9F 98 80", "0027S"}};
