@@ -193,7 +193,9 @@ TEST_F(WideStringsTest, Refusals)
     // Decoding: an index past the alphabet, in a tree and in a table.
     const std::pair<const QorStringDescriptor *, const char *> indexes[] = {
         {&kTreeMapped, "01 28"}, {&kCyr255Fixed1, "FF"}};
-    for (const auto &[desc, input] : indexes) {
+    for (const auto &row : indexes) {
+        const QorStringDescriptor *desc = row.first;
+        const char *input = row.second;
         EXPECT_EQ(decode(true, hex(input), [&] { getWide(true, *desc); }), 17) << input;
         EXPECT_TRUE(messageHas("0064S")) << world.errMsgBuffer;
         qortest::releaseBlocks(&world);
