@@ -38,7 +38,7 @@ void putCharsAt(QorGlobal *world, const unsigned char *chars, QorULong count, Ch
                 const QorPermittedAlphabet *alphabet)
 {
     const unsigned w = coding.width;
-    if (w == 0)
+    if (w == 0 || count == 0) // an empty value may have no memory
         return;
     if (w == 8 && world->bitOffset == 0) {
         memcpy(world->outPos, chars, count);

@@ -289,6 +289,9 @@ TEST_F(WideStringsTest, OctetStringsOfEveryForm)
         expectCoded(aligned, hello, [&] { _qor_penc_nkmstr_l(&world, reinterpret_cast<const unsigned char *>("hello"), 5); },
                     [&] { _qor_pdec_ntp_nkmstr(&world, &ptr); });
         EXPECT_STREQ(reinterpret_cast<char *>(ptr), "hello");
+        // An empty value may come without memory.
+        expectCoded(aligned, hex("00"), [&] { _qor_penc_nkmstr_l(&world, nullptr, 0); },
+                    [&] { _qor_pdec_ntp_nkmstr(&world, &ptr); });
     });
     unsigned char array[8];
     const auto text = [&](const unsigned char *p, size_t n) { return std::string(reinterpret_cast<const char *>(p), n); };
