@@ -268,6 +268,29 @@ static void printGauges(QorGlobal *world, const Gauges *v)
     endValue(world);
 }
 
+static void printBits(QorGlobal *world, const Bits *v)
+{
+    beginValue(world);
+    qorPrint(world, "flags ");
+    _qor_prt_bit(world, v->flags.value, v->flags.length);
+    nextComponent(world);
+    qorPrint(world, "fixed ");
+    _qor_prt_bit(world, v->fixed, 20);
+    nextComponent(world);
+    qorPrint(world, "named ");
+    _qor_prt_bit(world, v->named.value, (QorLong)v->named.length);
+    nextComponent(world);
+    qorPrint(world, "octets ");
+    _qor_prt_oct(world, v->octets.value, v->octets.length);
+    nextComponent(world);
+    qorPrint(world, "blob ");
+    _qor_prt_oct(world, v->blob.value, (QorLong)v->blob.length);
+    nextComponent(world);
+    qorPrint(world, "word ");
+    _qor_prt_pbit(world, &v->word, 4, 32);
+    endValue(world);
+}
+
 static void printChain(QorGlobal *world, const Chain *v)
 {
     beginValue(world);
@@ -320,6 +343,9 @@ int testSchemaPrint(QorGlobal *world, int pdunum, void *value)
         break;
     case PDU_Gauges:
         printGauges(world, (const Gauges *)value);
+        break;
+    case PDU_Bits:
+        printBits(world, (const Bits *)value);
         break;
     }
     if (!nested)
