@@ -643,18 +643,24 @@ void _qor_penc_unconstr_oct_l(QorGlobal *world, const unsigned char *octets, Qor
  * a value above `ub` with message 27, or with `lb` 0xFFFFFFFF reads any
  * length and keeps the first `ub` bits. `pbit`: an unsigned integer of `size`
  * (1, 2, 4 or 8) octets, the first bit its highest; `bpbit`: an array of
- * `size` octets, cleared first; more bits than either holds: message 79.
- * Input cut short: message 45; fragments of fewer than 64K items followed by
- * more under STRICT_ENCODING_DECODING_RULES: message 254. */
-QorULong _qor_pdec_constr_ubit_ia(QorGlobal *world, unsigned char **result, QorULong lb, QorULong ub);
-QorULong _qor_pdec_constr_uoct_ia(QorGlobal *world, unsigned char **result, QorULong lb, QorULong ub);
-QorULong _qor_pdec_constr_vbit_ia(QorGlobal *world, unsigned char *target, QorULong lb, QorULong ub);
-QorULong _qor_pdec_constr_voct_ia(QorGlobal *world, unsigned char *target, QorULong lb, QorULong ub);
+ * `size` octets, cleared under the value; more bits than either holds:
+ * message 79. Input cut short: message 45, with no memory taken; fragments
+ * of fewer than 64K items followed by more under
+ * STRICT_ENCODING_DECODING_RULES: message 254. */
+QorULong _qor_pdec_constr_ubit_ia(QorGlobal *world, unsigned char **result, QorULong lb,
+                                  QorULong ub);
+QorULong _qor_pdec_constr_uoct_ia(QorGlobal *world, unsigned char **result, QorULong lb,
+                                  QorULong ub);
+QorULong _qor_pdec_constr_vbit_ia(QorGlobal *world, unsigned char *target, QorULong lb,
+                                  QorULong ub);
+QorULong _qor_pdec_constr_voct_ia(QorGlobal *world, unsigned char *target, QorULong lb,
+                                  QorULong ub);
 QorULong _qor_pdec_constr_vbit_ptr_ia(QorGlobal *world, void **result, QorULong headerSize,
                                       QorULong lb, QorULong ub);
 QorULong _qor_pdec_constr_voct_ptr_ia(QorGlobal *world, void **result, QorULong headerSize,
                                       QorULong lb, QorULong ub);
-void _qor_pdec_constr_pbit_l(QorGlobal *world, void *target, QorULong size, QorULong lb, QorULong ub);
+void _qor_pdec_constr_pbit_l(QorGlobal *world, void *target, QorULong size, QorULong lb,
+                             QorULong ub);
 QorULong _qor_pdec_constr_bpbit_l(QorGlobal *world, unsigned char *target, QorULong size,
                                   QorULong lb, QorULong ub);
 QorULong _qor_pdec_unconstr_ubit_ia(QorGlobal *world, unsigned char **result);

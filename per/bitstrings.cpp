@@ -114,7 +114,8 @@ template <class Part> uint64_t walkParts(QorGlobal *world, const Shape &s, Part 
     for (;;) {
         unsigned char done = 1;
         const QorULong n = _qor_pdec_length(world, s.lb, s.ub, &done);
-        raiseIf(world, !done && strict && previous < kGroupedFragment, Msg::kFragmentsNotGrouped, 0);
+        raiseIf(world, !done && strict && previous < kGroupedFragment, Msg::kFragmentsNotGrouped,
+                0);
         checkTotal(world, s, total, n);
         part(n, total);
         total += n;
@@ -168,7 +169,8 @@ template <class Obtain> uint64_t decodeInto(QorGlobal *world, const Shape &s, Ob
         walkParts(world, s, [&](QorULong part, uint64_t) { skipChars(world, part, s.unit, true); });
     start.restore(world);
     unsigned char *out = obtain(total);
-    walkParts(world, s, [&](QorULong part, uint64_t offset) { readPart(world, out, offset, part, s); });
+    walkParts(world, s,
+              [&](QorULong part, uint64_t offset) { readPart(world, out, offset, part, s); });
     return total;
 }
 
@@ -178,6 +180,11 @@ unsigned char *decoderMemory(QorGlobal *world, uint64_t size, bool cleared)
     const auto n = static_cast<QorLong>(size);
     return static_cast<unsigned char *>(cleared ? _qor_dec_getmem(world, n)
                                                 : _qor_dec_getmem_internal(world, n));
+}
+
+unsigned char *temporaryMemory(QorGlobal *world, uint64_t size)
+{
+    return static_cast<unsigned char *>(_qor_dec_gettempmem(world, static_cast<QorLong>(size)));
 }
 
 // A count and a pointer: the value in new memory, null when empty. Under
@@ -190,10 +197,8 @@ QorULong decodeUnbounded(QorGlobal *world, unsigned char **result, const Shape &
         if (n == 0)
             return out;
         const uint64_t size = octetsFor(n, s.unit);
-        if (world->decodeToTemporary)
-            out = static_cast<unsigned char *>(_qor_dec_gettempmem(world, static_cast<QorLong>(size)));
-        else
-            out = decoderMemory(world, size, false);
+        out = world->decodeToTemporary ? temporaryMemory(world, size)
+                                       : decoderMemory(world, size, false);
         return out;
     });
     *result = out;
@@ -213,7 +218,8 @@ QorULong decodeRecord(QorGlobal *world, void **result, QorULong headerSize, cons
 {
     unsigned char *record = nullptr;
     const uint64_t total = decodeInto(world, s, [&](uint64_t n) {
-        record = decoderMemory(world, headerSize + octetsFor(room != kKeepAll ? room : n, s.unit), true);
+        const uint64_t items = room != kKeepAll ? room : n;
+        record = decoderMemory(world, headerSize + octetsFor(items, s.unit), true);
         return record + headerSize;
     });
     *result = record;
@@ -286,7 +292,7 @@ void _qor_penc_constr_bit_l(QorGlobal *world, unsigned char *bits, QorULong coun
             if (count % 8 != 0)
                 bits[count / 8] &= static_cast<unsigned char>(0xFF00u >> (count % 8));
             const uint64_t size = (uint64_t{paddedCount} + 7) / 8;
-            padded = static_cast<unsigned char *>(_qor_dec_gettempmem(world, static_cast<QorLong>(size)));
+            padded = temporaryMemory(world, size);
             memset(padded, 0, size);
             if (count != 0)
                 memcpy(padded, bits, (count + 7) / 8);
@@ -323,7 +329,8 @@ void _qor_penc_uncon_oct(QorGlobal *world, const unsigned char *octets, QorULong
 void _qor_penc_unconstr_oct_l(QorGlobal *world, const unsigned char *octets, QorULong count)
     __attribute__((alias("_qor_penc_uncon_oct")));
 
-QorULong _qor_pdec_constr_ubit_ia(QorGlobal *world, unsigned char **result, QorULong lb, QorULong ub)
+QorULong _qor_pdec_constr_ubit_ia(QorGlobal *world, unsigned char **result, QorULong lb,
+                                  QorULong ub)
 {
     if (ub == 0) {
         *result = nullptr;
@@ -332,7 +339,8 @@ QorULong _qor_pdec_constr_ubit_ia(QorGlobal *world, unsigned char **result, QorU
     return decodeUnbounded(world, result, constrained(1, lb, ub, kMaxTotal, Msg::kSizeTooLong));
 }
 
-QorULong _qor_pdec_constr_uoct_ia(QorGlobal *world, unsigned char **result, QorULong lb, QorULong ub)
+QorULong _qor_pdec_constr_uoct_ia(QorGlobal *world, unsigned char **result, QorULong lb,
+                                  QorULong ub)
 {
     if (ub == 0) {
         *result = nullptr;
@@ -378,7 +386,8 @@ QorULong _qor_pdec_constr_voct_ptr_ia(QorGlobal *world, void **result, QorULong 
                         constrained(8, lb, ub, kMaxTotal, Msg::kSizeTooLong));
 }
 
-void _qor_pdec_constr_pbit_l(QorGlobal *world, void *target, QorULong size, QorULong lb, QorULong ub)
+void _qor_pdec_constr_pbit_l(QorGlobal *world, void *target, QorULong size, QorULong lb,
+                             QorULong ub)
 {
     decodeWord(world, target, size, ub == 0 ? constrained(1, 0, 0, 0, Msg::kSizeExceeded)
                                             : constrained(1, lb, ub, ub, Msg::kSizeExceeded));
