@@ -660,6 +660,61 @@ void _qor_pdec_array_frg(QorGlobal *world, void **array, QorULong newBytes, QorU
 void _qor_pdec_unbnd_frg(QorGlobal *world, void **array, QorULong newBytes, QorULong oldBytes,
                          unsigned char *done);
 
+/* BIT STRING and OCTET STRING in PER. Bits are left-justified: the first
+ * bit is the top bit of the first octet. Counts of bit strings are in bits,
+ * of octet strings in octets; `lb` and `ub` bound the size in the same unit,
+ * and a fixed size below 65536 (`lb` = `ub`) has no length. */
+/* Exactly `count` bits; up to 16 go where the cursor is, more aligned. */
+void _qor_penc_fix_bit(QorGlobal *world, const unsigned char *bits, QorULong count);
+/* `ub` 0 writes nothing; from 65536 on the unconstrained form. With
+ * `padToSize`, exactly `paddedCount` bits go: a shorter value (named bits
+ * stripped of trailing zeros) has the bits past its count cleared in its
+ * last octet, in place, and zeros after it. A count outside `lb`..`ub` of a
+ * varying size: message 27. */
+void _qor_penc_constr_bit_l(QorGlobal *world, unsigned char *bits, QorULong count, QorULong lb,
+                            QorULong ub, unsigned char padToSize, QorULong paddedCount);
+/* General lengths, in fragments from 16384 items on. */
+void _qor_penc_uncon_bit(QorGlobal *world, const unsigned char *bits, QorULong count);
+void _qor_penc_uncon_oct(QorGlobal *world, const unsigned char *octets, QorULong count);
+void _qor_penc_unconstr_oct_l(QorGlobal *world, const unsigned char *octets, QorULong count);
+/* Decoders; each returns the count. `ubit`, `uoct`: new memory, null when
+ * empty (temporary memory while `decodeToTemporary` is set). `vbit`, `voct`:
+ * the caller's array of `ub` (or `capacity`) items; a longer value gives
+ * message 79 before any of it is read. `_ptr`: a new record of `headerSize`
+ * octets, which the caller fills, and the items behind it; `vbit_ptr` refuses
+ * a value above `ub` with message 27, or with `lb` 0xFFFFFFFF reads any
+ * length and keeps the first `ub` bits. `pbit`: an unsigned integer of `size`
+ * (1, 2, 4 or 8) octets, the first bit its highest; `bpbit`: an array of
+ * `size` octets, cleared under the value; more bits than either holds:
+ * message 79. Input cut short: message 45, with no memory taken; fragments
+ * of fewer than 64K items followed by more under
+ * STRICT_ENCODING_DECODING_RULES: message 254. */
+QorULong _qor_pdec_constr_ubit_ia(QorGlobal *world, unsigned char **result, QorULong lb,
+                                  QorULong ub);
+QorULong _qor_pdec_constr_uoct_ia(QorGlobal *world, unsigned char **result, QorULong lb,
+                                  QorULong ub);
+QorULong _qor_pdec_constr_vbit_ia(QorGlobal *world, unsigned char *target, QorULong lb,
+                                  QorULong ub);
+QorULong _qor_pdec_constr_voct_ia(QorGlobal *world, unsigned char *target, QorULong lb,
+                                  QorULong ub);
+QorULong _qor_pdec_constr_vbit_ptr_ia(QorGlobal *world, void **result, QorULong headerSize,
+                                      QorULong lb, QorULong ub);
+QorULong _qor_pdec_constr_voct_ptr_ia(QorGlobal *world, void **result, QorULong headerSize,
+                                      QorULong lb, QorULong ub);
+void _qor_pdec_constr_pbit_l(QorGlobal *world, void *target, QorULong size, QorULong lb,
+                             QorULong ub);
+QorULong _qor_pdec_constr_bpbit_l(QorGlobal *world, unsigned char *target, QorULong size,
+                                  QorULong lb, QorULong ub);
+QorULong _qor_pdec_unconstr_ubit_ia(QorGlobal *world, unsigned char **result);
+QorULong _qor_pdec_unconstr_uoct_ia(QorGlobal *world, unsigned char **result);
+QorULong _qor_pdec_unconstr_vbit_ia(QorGlobal *world, unsigned char *target, QorULong capacity);
+/* A `capacity` of 0 reads nothing. */
+QorULong _qor_pdec_unconstr_voct_ia(QorGlobal *world, unsigned char *target, QorULong capacity);
+QorULong _qor_pdec_unconstr_vbit_ptr_ia(QorGlobal *world, void **result, QorULong headerSize);
+QorULong _qor_pdec_unconstr_voct_ptr_ia(QorGlobal *world, void **result, QorULong headerSize);
+void _qor_pdec_unconstr_pbit(QorGlobal *world, void *target, QorULong size);
+QorULong _qor_pdec_unconstr_bpbit(QorGlobal *world, unsigned char *target, QorULong size);
+
 #ifdef __cplusplus
 }
 #endif

@@ -315,42 +315,4 @@ TEST_F(KmstrTest, FragmentGroupingAndTimeStrings)
     EXPECT_TRUE(messageHas("0262S"));
 }
 
-TEST_F(KmstrTest, SequenceOfFragmentsGrowThenSettle)
-{
-    for (bool header : {false, true}) {
-        SCOPED_TRACE(header);
-        const QorULong h = header ? 8 : 0;
-        void *array = nullptr;
-        QorULong old = 0;
-        unsigned char done = 0;
-        const QorULong parts[] = {16, 48, 4000, 4016};
-        ASSERT_EQ(qortest::inFrame(&world, QOR_OP_DECODE, [&] {
-                      for (size_t p = 0; p < 4; p++) {
-                          done = p == 3;
-                          if (header)
-                              _qor_pdec_array_frg(&world, &array, parts[p], old, h, &done);
-                          else
-                              _qor_pdec_unbnd_frg(&world, &array, parts[p], old, &done);
-                          auto *items = static_cast<unsigned char *>(array) + h;
-                          for (QorULong i = old; i < parts[p]; i++)
-                              items[i] = static_cast<unsigned char>(i * 7);
-                          old = parts[p];
-                      }
-                  }),
-                  0);
-        auto *items = static_cast<unsigned char *>(array) + h;
-        for (QorULong i = 0; i < old; i++)
-            ASSERT_EQ(items[i], static_cast<unsigned char>(i * 7)) << i;
-        EXPECT_EQ(world.tempBlockList, nullptr) << "temporary memory given back";
-        qortest::releaseBlocks(&world);
-    }
-    // An empty last part of an unbounded array does nothing.
-    void *array = reinterpret_cast<void *>(0x1);
-    unsigned char done = 1;
-    ASSERT_EQ(qortest::inFrame(&world, QOR_OP_DECODE,
-                               [&] { _qor_pdec_unbnd_frg(&world, &array, 0, 0, &done); }),
-              0);
-    EXPECT_EQ(array, reinterpret_cast<void *>(0x1));
-}
-
 } // namespace

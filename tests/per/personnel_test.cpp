@@ -31,6 +31,8 @@ const Row kRows[] = {
      &personnelExample},
     {nullptr, "PER", QOR_PER_ALIGNED, PDU_Gauges, 51, 0, &gaugesExample},
     {nullptr, "UPER", QOR_PER_UNALIGNED, PDU_Gauges, 47, 3, &gaugesExample},
+    {nullptr, "PER", QOR_PER_ALIGNED, PDU_Bits, 20, 6, &bitsExample},
+    {nullptr, "UPER", QOR_PER_UNALIGNED, PDU_Bits, 17, 2, &bitsExample},
 };
 
 class PerPersonnel : public ContextTest {

@@ -312,6 +312,29 @@ static void printTexts(QorGlobal *world, const Texts *v)
     endValue(world);
 }
 
+static void printBits(QorGlobal *world, const Bits *v)
+{
+    beginValue(world);
+    qorPrint(world, "flags ");
+    _qor_prt_bit(world, v->flags.value, v->flags.length);
+    nextComponent(world);
+    qorPrint(world, "fixed ");
+    _qor_prt_bit(world, v->fixed, 20);
+    nextComponent(world);
+    qorPrint(world, "named ");
+    _qor_prt_bit(world, v->named.value, (QorLong)v->named.length);
+    nextComponent(world);
+    qorPrint(world, "octets ");
+    _qor_prt_oct(world, v->octets.value, v->octets.length);
+    nextComponent(world);
+    qorPrint(world, "blob ");
+    _qor_prt_oct(world, v->blob.value, (QorLong)v->blob.length);
+    nextComponent(world);
+    qorPrint(world, "word ");
+    _qor_prt_pbit(world, &v->word, 4, 32);
+    endValue(world);
+}
+
 static void printChain(QorGlobal *world, const Chain *v)
 {
     beginValue(world);
@@ -367,6 +390,9 @@ int testSchemaPrint(QorGlobal *world, int pdunum, void *value)
         break;
     case PDU_Texts:
         printTexts(world, (const Texts *)value);
+        break;
+    case PDU_Bits:
+        printBits(world, (const Bits *)value);
         break;
     }
     if (!nested)

@@ -33,7 +33,7 @@ const char *const testSchemaPduNames[PDU_COUNT][2] = {
     {"Raw", "OCTET STRING"}, {"Fault", "Fault"},   {"Bag", "Bag"},
     {"Bags", "Bags"},        {"Record", "Record"}, {"PersonnelRecord", "PersonnelRecord"},
     {"Envelope", "Envelope"}, {"Chain", "Chain"}, {"PersonnelRecord", "PersonnelRecord"},
-    {"Gauges", "Gauges"}, {"Texts", "Texts"}};
+    {"Gauges", "Gauges"}, {"Texts", "Texts"}, {"Bits", "Bits"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -347,7 +347,8 @@ static unsigned char tagOfPdu(int pdunum)
 {
     static const unsigned char tags[PDU_COUNT] = {
         TAG_OCTET_STRING, TAG_SEQUENCE, TAG_SET,   TAG_BAGS,      TAG_RECORD,
-        TAG_PERSONNEL,    TAG_ENVELOPE, TAG_CHAIN, TAG_PERSONNEL, 0};
+        TAG_PERSONNEL,    TAG_ENVELOPE, TAG_CHAIN, TAG_PERSONNEL, 0,
+        0,                0};
     return tags[pdunum - 1];
 }
 
@@ -649,6 +650,9 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
     case PDU_Texts:
         textsFree(world, (Texts *)value);
         return 0;
+    case PDU_Bits:
+        bitsFree(world, (Bits *)value);
+        return 0;
     case PDU_Chain: {
         Chain *link = (Chain *)value;
         while (link != NULL) {
@@ -663,7 +667,8 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
     }
 }
 
-/* Aligned and unaligned PER: only the PersonnelRecord PDUs, Gauges and Texts have entries.
+/* Aligned and unaligned PER: only the PersonnelRecord PDUs, Gauges, Texts and Bits have
+ * entries.
  * The input holds no PDU number, so the caller gives one. */
 static int perEncode(QorGlobal *world, int pdunum, void *value)
 {
@@ -683,6 +688,9 @@ static int perEncode(QorGlobal *world, int pdunum, void *value)
         break;
     case PDU_Texts:
         textsPerEncode(world, (const Texts *)value);
+        break;
+    case PDU_Bits:
+        bitsPerEncode(world, (const Bits *)value);
         break;
     default:
         _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
@@ -708,6 +716,9 @@ static int perDecode(QorGlobal *world, int *pdunum, void **output)
         break;
     case PDU_Texts:
         value = textsPerDecode(world);
+        break;
+    case PDU_Bits:
+        value = bitsPerDecode(world);
         break;
     default:
         _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);

@@ -22,7 +22,8 @@ enum {
     PDU_PersonnelConstrained = 9, /* the same with permitted alphabets and sizes */
     PDU_Gauges = 10, /* constrained whole numbers, ENUMERATED, strings: PER only */
     PDU_Texts = 11,  /* character strings in every memory form: PER only */
-    PDU_COUNT = 11
+    PDU_Bits = 12, /* bit and octet strings in every memory form: PER only */
+    PDU_COUNT = 12
 };
 
 /* Raw ::= OCTET STRING */
@@ -280,6 +281,48 @@ extern Texts textsExample;
 void textsPerEncode(QorGlobal *world, const Texts *value);
 void *textsPerDecode(QorGlobal *world);
 void textsFree(QorGlobal *world, Texts *value);
+/* Bits ::= SEQUENCE {
+ *     flags  BIT STRING (SIZE (0..16)),           -- the caller's array and a count
+ *     fixed  BIT STRING (SIZE (20)),              -- an array of 3 octets
+ *     named  BIT STRING { a(0), f(5) },           -- a count and new memory
+ *     octets OCTET STRING (SIZE (1..8)),          -- the caller's array and a count
+ *     blob   OCTET STRING,                        -- a count and new memory
+ *     word   BIT STRING { w0(0), w31(31) } (SIZE (0..32)), -- in a 4-octet integer
+ *     ... }
+ * A PDU with PER entries only. Bits are left-justified: the first is the top
+ * bit of the first octet; in `word` the integer's highest. Named bits go
+ * without their trailing zeros, so `word` needs no count. Extension
+ * additions of a later version are read past. */
+typedef struct Bits {
+    struct {
+        unsigned short length;
+        unsigned char value[2];
+    } flags;
+    unsigned char fixed[3];
+    struct {
+        QorULong length;
+        unsigned char *value;
+    } named;
+    struct {
+        unsigned short length;
+        unsigned char value[8];
+    } octets;
+    struct {
+        QorULong length;
+        unsigned char *value;
+    } blob;
+    QorULong word;
+} Bits;
+
+/* The value of the tests: flags '101'B, fixed 'ABCDE'H, named {a, f},
+ * octets '010203'H, blob "Hello", word {w0} and bit 9. */
+extern Bits bitsExample;
+
+/* The Bits entries, called by the schema's switch; the variant is
+ * `world->perAligned`. */
+void bitsPerEncode(QorGlobal *world, const Bits *value);
+void *bitsPerDecode(QorGlobal *world);
+void bitsFree(QorGlobal *world, Bits *value);
 
 /* Envelope ::= [APPLICATION 3] IMPLICIT SEQUENCE { kind [0] INTEGER,
  *     content [1] OPEN TYPE }  -- content: any PDU of this module.
