@@ -216,25 +216,6 @@ TEST_F(Print, PersonnelRecordInValueNotation)
         << "the vprint function gets the entry's own formats";
 }
 
-TEST_F(Print, PersonnelRecordDecodedFromEveryReferenceFormPrintsAlike)
-{
-    int seen = 0;
-    for (const char *rule : {"BER", "DER", "CER"}) {
-        for (const Vector &v : vectorsFor("personnel.asn", rule)) {
-            SCOPED_TRACE(std::string(rule) + " by " + v.madeBy);
-            void *decoded = nullptr;
-            int pdu = 0, code = -1;
-            ASSERT_EQ(decodePdu(&world, v.encoding, 0, &decoded, &pdu), 0);
-            EXPECT_EQ(viaUserPrint(pdu, decoded, &code), kPersonnelText);
-            EXPECT_EQ(code, 0);
-            EXPECT_EQ(qorFreePDU(&world, pdu, decoded), 0);
-            seen++;
-        }
-    }
-    if (seen == 0)
-        GTEST_SKIP() << "reference vectors not found";
-}
-
 TEST_F(Print, RecordWithEveryComponent)
 {
     QorLong numbers[] = {1, -2, 2147483647};
