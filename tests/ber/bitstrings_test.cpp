@@ -40,8 +40,10 @@ TEST_F(BitTest, WriterMasksUnusedBitsAndCountsThem)
         QorLong bits;
         Bytes contents;
     } cases[] = {
-        {{}, 0, hex("00")},                  {hex("FF"), 1, hex("07 80")},
-        {hex("AB CF"), 12, hex("04 AB C0")}, {hex("AB CD"), 16, hex("00 AB CD")},
+        {{}, 0, hex("00")},
+        {hex("FF"), 1, hex("07 80")},
+        {hex("AB CF"), 12, hex("04 AB C0")},
+        {hex("AB CD"), 16, hex("00 AB CD")},
         {hex("01 FF"), 9, hex("07 01 80")},
         {forty, 318,
          concat({hex("02"), slice(forty, 0, 39), {static_cast<unsigned char>(forty[39] & 0xFC)}})},
@@ -73,9 +75,12 @@ TEST_F(BitTest, DerDropsTrailingZeroBitsOfNamedBitLists)
         QorLong max = 0; // bits, for the unbounded form
         int code = 0;
     } cases[] = {
-        {QOR_DER, 1, "80 00", 16, "07 80"},    {QOR_BER, 1, "80 00", 16, "00 80 00"},
-        {QOR_CER, 1, "80 00", 16, "00 80 00"}, {QOR_DER, 0, "80 00", 16, "00 80 00"},
-        {QOR_DER, 1, "00 00", 16, "00"},       {QOR_DER, 1, "01 00", 9, "00 01"},
+        {QOR_DER, 1, "80 00", 16, "07 80"},
+        {QOR_BER, 1, "80 00", 16, "00 80 00"},
+        {QOR_CER, 1, "80 00", 16, "00 80 00"},
+        {QOR_DER, 0, "80 00", 16, "00 80 00"},
+        {QOR_DER, 1, "00 00", 16, "00"},
+        {QOR_DER, 1, "01 00", 9, "00 01"},
         {QOR_DER, 1, "00 40", 10, "06 00 40"},
         {QOR_DER, 1, "00 7F", 10, "06 00 40"}, // set bits past the size do not count
         {QOR_DER, 1, "FF FF", 16, "00 FF FF"},
@@ -290,7 +295,8 @@ TEST_F(BitTest, UnusedBitsAndSegmentsAreChecked)
         const char *message;
     } cases[] = {
         {"03 01 03", kDataError, "0036E"}, // unused bits, no octets
-        {"03 02 08 FF", kDataError, "0035E"},       {"03 00", kDataError, "0051S"},
+        {"03 02 08 FF", kDataError, "0035E"},
+        {"03 00", kDataError, "0051S"},
         {"03 80 00 FF 00 00", kDataError, "0051S"},
         {"23 80 03 02 04 A0 03 02 00 FF 00 00", kDataError, "0036E"}, // unused bits mid-way
         {"23 80 03 01 04 00 00", kDataError, "0036E"},
