@@ -100,10 +100,16 @@ struct BinaryCase {
 // every rule gets. Checked against an independent computation from the
 // exact binary fraction of each value.
 const BinaryCase kBinary[] = {
-    {1.0, "80 00 01"},     {-1.5, "C0 FF 03"},    {3.0, "80 00 03"},
-    {1024.0, "80 0A 01"},  {DBL_MIN, "81 FC 02 01"}, {5e-324, "81 FB CE 01"},
-    {123456789.0, "80 00 07 5B CD 15"},         {0.1, "80 C9 0C CC CC CC CC CC CD"},
-    {1e300, "81 03 B2 05 F9 0F 22 00 1D 67"},   {1e-300, "81 FB E7 15 6E 1F C2 F8 F3 59"},
+    {1.0, "80 00 01"},
+    {-1.5, "C0 FF 03"},
+    {3.0, "80 00 03"},
+    {1024.0, "80 0A 01"},
+    {123456789.0, "80 00 07 5B CD 15"},
+    {0.1, "80 C9 0C CC CC CC CC CC CD"},
+    {1e300, "81 03 B2 05 F9 0F 22 00 1D 67"},
+    {1e-300, "81 FB E7 15 6E 1F C2 F8 F3 59"},
+    {DBL_MIN, "81 FC 02 01"},
+    {5e-324, "81 FB CE 01"},
     {-1.7976931348623155e308, "C1 03 CC 0F FF FF FF FF FF FF"},
 };
 
@@ -341,9 +347,11 @@ TEST_F(RealTest, Failures)
         QorLong length = kWhole;
     } cases[] = {
         {hex("80 00 01"), kDataError, "0051S", Form::kDouble, -1}, // primitive, indefinite
-        // Reserved octets (B0 is base 3).
-        {hex("44"), kDataError, "0044E"},       {hex("40 00"), kDataError, "0044E"},
-        {hex("B0 00 01"), kDataError, "0044E"}, {hex("04 31"), kDataError, "0044E"},
+        // Reserved octets.
+        {hex("44"), kDataError, "0044E"},
+        {hex("40 00"), kDataError, "0044E"},
+        {hex("B0 00 01"), kDataError, "0044E"}, // base 3
+        {hex("04 31"), kDataError, "0044E"},
         // Binary contents.
         {hex("80 00"), kDataError, "0043E"},       // no mantissa at all
         {hex("81 80 00 01"), kDataError, "0043E"}, // 2^-32768: nothing left
@@ -360,7 +368,8 @@ TEST_F(RealTest, Failures)
         {concat({hex("80 00"), Bytes(200, 0xFF)}), kDataError, "0099E"},
         {hex("81 00 80 01"), kDataError, "0099E", Form::kFloat}, // 2^128
         // The form octet against the text.
-        {withForm(1, "1.5"), kDataError, "0040E"}, {withForm(2, "1"), kDataError, "0041E"},
+        {withForm(1, "1.5"), kDataError, "0040E"},
+        {withForm(2, "1"), kDataError, "0041E"},
         {withForm(2, "1.5E3"), kDataError, "0041E", Form::kText},
         {withForm(3, "1.5"), kDataError, "0042E"},
         {withForm(3, "1E3"), kDataError, "0042E"}, // NR3 needs the point
@@ -368,7 +377,8 @@ TEST_F(RealTest, Failures)
         {withForm(1, "1X"), kDataError, "0037E"},
         {withForm(1, "- 1"), kDataError, "0037E"},              // no blanks after the sign
         {withForm(1, "1 "), kDataError, "0037E", Form::kText}, // nor trailing ones
-        {withForm(1, ""), kDataError, "0038E"},    {withForm(3, "E5"), kDataError, "0038E"},
+        {withForm(1, ""), kDataError, "0038E"},
+        {withForm(3, "E5"), kDataError, "0038E"},
         {withForm(3, "1.E-"), kDataError, "0039E"},
         // Decimal values: zero has no contents, and below the last step's
         // limit the value goes to 0.0, though strtod would still find 1e-308.
