@@ -6,12 +6,20 @@
 #include <functional>
 #include <initializer_list>
 #include <string>
+#include <vector>
 
 #include "frame/world.h"
 #include "memory/temp_block.h"
 #include "support/roundtrip.h"
 
 namespace qortest {
+
+// Return codes as the BER tests name them.
+constexpr int kMoreInput = QOR_MORE_INPUT, kDataError = QOR_DATA_ERROR, kLimited = QOR_LIMITED,
+              kNullInput = QOR_NULL_INPUT, kBadTime = QOR_BAD_TIME,
+              kOutOfMemory = QOR_OUT_OF_MEMORY;
+constexpr int kSizeExceeded = 16;   // message 79
+constexpr int kNestedTooDeep = 108; // constructed encodings, message 180
 
 inline Bytes concat(std::initializer_list<Bytes> parts)
 {
@@ -41,6 +49,32 @@ inline Bytes slice(const Bytes &b, size_t from, size_t to)
 
 // The octets after the first `n`.
 inline Bytes after(const Bytes &b, size_t n) { return slice(b, n, b.size()); }
+
+// Every proper prefix of `b`, the empty one first.
+inline std::vector<Bytes> prefixes(const Bytes &b)
+{
+    std::vector<Bytes> out;
+    for (size_t n = 0; n < b.size(); n++)
+        out.push_back(slice(b, 0, n));
+    return out;
+}
+
+// Runs `attempt` (0, or the code it raised) with its first allocation
+// failing, then its second, and so on until it succeeds; every failure must
+// be out of memory. Gives the number of failures.
+template <class Attempt> int failuresBeforeSuccess(Attempt &&attempt)
+{
+    for (int failures = 0; failures < 1000; failures++) {
+        CountingAllocator::failAt = CountingAllocator::calls + failures + 1;
+        int code = attempt();
+        CountingAllocator::failAt = 0;
+        if (code == 0)
+            return failures;
+        EXPECT_EQ(code, QOR_OUT_OF_MEMORY) << "allocation " << failures + 1;
+    }
+    ADD_FAILURE() << "never succeeds";
+    return -1;
+}
 
 // A small deterministic generator for hostile input.
 struct Lcg {

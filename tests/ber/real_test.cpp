@@ -15,10 +15,6 @@ using namespace qortest;
 
 namespace {
 
-constexpr int kMoreInput = QOR_MORE_INPUT; // message 45
-constexpr int kDataError = QOR_DATA_ERROR; // messages 83 to 113, 119, 128
-constexpr int kLimited = QOR_LIMITED;      // message 94
-
 uint64_t bitsOf(double v)
 {
     uint64_t b;
@@ -485,11 +481,10 @@ TEST_F(RealTest, HostileContents)
     std::vector<Bytes> inputs;
     // Every form cut short: with the full length, the end of the input.
     for (const Bytes &full : allForms()) {
-        for (size_t cut = 0; cut < full.size(); cut++) {
-            Bytes input(full.begin(), full.begin() + static_cast<long>(cut));
+        for (const Bytes &input : prefixes(full)) {
             for (Form form : kForms)
                 EXPECT_EQ(decodeAs(form, input, static_cast<QorLong>(full.size())), kMoreInput)
-                    << testing::PrintToString(full) << " cut at " << cut;
+                    << testing::PrintToString(full) << " cut at " << input.size();
             inputs.push_back(input);
         }
     }
@@ -539,18 +534,17 @@ TEST_F(RealTest, AllocationFailures)
     }
     world.encRules = QOR_DER;
     std::string digits = std::string(100, '3') + ".25";
-    for (long call = 1; call <= 3; call++) {
-        CountingAllocator::failAt = CountingAllocator::calls + call;
-        int code = inFrame(&world, QOR_OP_ENCODE, [&] {
-            unsigned char *pos = nullptr;
-            QorLong room = 0;
-            _qor_encd_creal(&world, &pos, &room, digits.c_str());
-        });
-        CountingAllocator::failAt = 0;
-        EXPECT_EQ(code, call <= 2 ? QOR_OUT_OF_MEMORY : 0) << call;
-        releaseBlocks(&world);
-        freeTempBlocks();
-    }
+    EXPECT_EQ(failuresBeforeSuccess([&] {
+                  int code = inFrame(&world, QOR_OP_ENCODE, [&] {
+                      unsigned char *pos = nullptr;
+                      QorLong room = 0;
+                      _qor_encd_creal(&world, &pos, &room, digits.c_str());
+                  });
+                  releaseBlocks(&world);
+                  freeTempBlocks();
+                  return code;
+              }),
+              2);
 }
 
 TEST_F(RealTest, NoLocaleInNumbers)

@@ -1,7 +1,6 @@
 // BER string contents in every memory form: encoders byte for byte, decoders
 // of primitive and constructed input, size limits and NOCONSTRAIN, the
 // nesting limit of constructed encodings, and hostile input.
-#include <chrono>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -12,13 +11,7 @@ using namespace qortest;
 
 namespace {
 
-constexpr int kDataError = QOR_DATA_ERROR; // messages 12, 102, 103, 106, 114, 119, 135, 140
-constexpr int kMoreInput = QOR_MORE_INPUT; // message 45
-constexpr int kLimited = QOR_LIMITED;      // messages 98, 99
-constexpr int kSizeExceeded = 16;          // message 79
 constexpr int kSizeViolated = QOR_CONSTRAINT_VIOLATED; // message 27
-constexpr int kOutOfMemory = QOR_OUT_OF_MEMORY;        // message 6
-constexpr int kNestedTooDeep = 108;                    // message 180
 
 using Chars = std::vector<QorULong>;
 
@@ -468,20 +461,18 @@ TEST_F(StringTest, NestingLimit)
     EXPECT_EQ(octets(nested(1, 1), &out), kNestedTooDeep);
     EXPECT_EQ(octets(hex("04 01 41"), &out), 0);
 
-    // Far past the limit, or with no end at all: refused early, and quickly.
-    auto start = std::chrono::steady_clock::now();
+    // Far past the limit, or with no end at all: refused early.
     const Bytes deep = nested(100000, 100000);
     const Bytes endless = repeat("24 80", 100000);
     EXPECT_EQ(octets(deep, &out), kNestedTooDeep);
     EXPECT_EQ(octets(endless, &out), kNestedTooDeep);
     // With the limit off, the reader keeps its own stack: no recursion to
-    // run out of, and time in proportion to the input.
+    // run out of.
     ASSERT_EQ(qorSetConstructedNestingLimit(&world, 0), 0);
     EXPECT_EQ(octets(deep, &out), 0);
     EXPECT_EQ(out, hex("41"));
     EXPECT_EQ(octets(endless, &out), kMoreInput);
     EXPECT_EQ(octets(nested(10000, 9999), &out), kMoreInput);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 TEST_F(StringTest, TruncationAtEveryOctet)
@@ -493,11 +484,8 @@ TEST_F(StringTest, TruncationAtEveryOctet)
         Bytes input = hex(whole);
         Bytes out;
         ASSERT_EQ(octets(input, &out), 0);
-        for (size_t cut = 0; cut < input.size(); cut++) {
-            SCOPED_TRACE(cut);
-            EXPECT_EQ(octets(Bytes(input.begin(), input.begin() + static_cast<long>(cut)), &out),
-                      kMoreInput);
-        }
+        for (const Bytes &part : prefixes(input))
+            EXPECT_EQ(octets(part, &out), kMoreInput) << part.size();
     }
 }
 
@@ -505,23 +493,15 @@ TEST_F(StringTest, EveryAllocationMayFail)
 {
     // A table that grows twice in temporary memory, then the value itself.
     Bytes input = concat({hex("24 80"), repeat("04 01 41", 40), hex("00 00")});
-    int failures = 0;
-    for (long at = 1;; at++) {
-        SCOPED_TRACE(at);
-        CountingAllocator::reset(at);
-        Bytes out;
-        int code = octets(input, &out);
-        releaseBlocks(&world);
-        EXPECT_EQ(CountingAllocator::outstanding, 0);
-        if (code == 0) {
-            EXPECT_EQ(out, repeat("41", 40));
-            break;
-        }
-        EXPECT_EQ(code, kOutOfMemory) << world.errMsgBuffer;
-        failures++;
-    }
-    EXPECT_GE(failures, 3);
-    CountingAllocator::reset();
+    Bytes out;
+    EXPECT_GE(failuresBeforeSuccess([&] {
+                  int code = octets(input, &out);
+                  releaseBlocks(&world);
+                  EXPECT_EQ(CountingAllocator::outstanding, 0);
+                  return code;
+              }),
+              3);
+    EXPECT_EQ(out, repeat("41", 40));
 }
 
 TEST_F(StringTest, CallersBufferExactlyBigEnoughAndOneOctetShort)

@@ -14,19 +14,10 @@ class Driver : public ContextTest {};
 
 Raw rawOf(Bytes &bytes) { return {static_cast<QorLong>(bytes.size()), bytes.data()}; }
 
-Bytes encodingOfRaw(const Bytes &contents)
+// The contents after the header of an OCTET STRING.
+Bytes withHeader(const char *header, const Bytes &contents)
 {
-    Bytes out = {0x04};
-    size_t n = contents.size();
-    if (n < 128) {
-        out.push_back(static_cast<unsigned char>(n));
-    } else {
-        Bytes len;
-        for (size_t v = n; v != 0; v >>= 8)
-            len.insert(len.begin(), static_cast<unsigned char>(v));
-        out.push_back(static_cast<unsigned char>(0x80 | len.size()));
-        out.insert(out.end(), len.begin(), len.end());
-    }
+    Bytes out = hex(header);
     out.insert(out.end(), contents.begin(), contents.end());
     return out;
 }
@@ -48,16 +39,23 @@ TEST_F(Driver, RoundTripsAcrossBlockSizes)
     // Long runs of the value are referred to from the output queue, whose
     // records may come from a temporary buffer.
     alignas(16) static unsigned char scratch[16384];
-    for (size_t n : {size_t{0}, size_t{1}, size_t{127}, size_t{128}, size_t{1021}, size_t{1022},
-                     size_t{1024}, size_t{2047}, size_t{2048}, size_t{3000}, size_t{70000},
-                     size_t{70000} + 1}) {
+    const struct {
+        size_t n;
+        const char *header;
+    } rows[] = {{0, "04 00"},          {1, "04 01"},          {127, "04 7F"},
+                {128, "04 81 80"},     {1021, "04 82 03 FD"}, {1022, "04 82 03 FE"},
+                {1024, "04 82 04 00"}, {2047, "04 82 07 FF"}, {2048, "04 82 08 00"},
+                {3000, "04 82 0B B8"}, {70000, "04 83 01 11 70"}, {70001, "04 83 01 11 71"}};
+    for (const auto &row : rows) {
+        const size_t n = row.n;
         SCOPED_TRACE(n);
         bool tempBuffer = n % 2 == 1;
         if (tempBuffer)
             useTemporaryBuffer(scratch, sizeof scratch);
         Bytes contents = pattern(n);
         Raw value = rawOf(contents);
-        expectRoundTrip(&world, PDU_Raw, &value, encodingOfRaw(contents), [&](void *decoded) {
+        Bytes expected = withHeader(row.header, contents);
+        expectRoundTrip(&world, PDU_Raw, &value, expected, [&](void *decoded) {
             auto *raw = static_cast<Raw *>(decoded);
             ASSERT_EQ(raw->length, static_cast<QorLong>(n));
             EXPECT_TRUE(n == 0 || memcmp(raw->data, contents.data(), n) == 0);
@@ -67,7 +65,7 @@ TEST_F(Driver, RoundTripsAcrossBlockSizes)
     }
 }
 
-TEST_F(Driver, CallerBufferHoldsTheEncodingAtItsEnd)
+TEST_F(Driver, CallerBufferHoldsTheEncodingAtItsEndOrIsFull)
 {
     Raw value = rawText("ab");
     unsigned char room[16];
@@ -77,20 +75,18 @@ TEST_F(Driver, CallerBufferHoldsTheEncodingAtItsEnd)
     EXPECT_EQ(out.value, room + sizeof room - 4);
     EXPECT_EQ(bytesOf(out), hex("04 02 61 62"));
     EXPECT_EQ(CountingAllocator::calls, 0) << "a caller's buffer needs no memory";
-}
 
-TEST_F(Driver, FullCallerBufferIsReturnCodeOneWithItsSize)
-{
+    // A full buffer is return code 1, with its size in the message.
     Bytes contents(100);
-    Raw value = rawOf(contents);
-    unsigned char room[50];
-    QorBuf out = {sizeof room, room};
-    EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_BUFFER_TOO_SMALL);
+    Raw big = rawOf(contents);
+    unsigned char small[50];
+    out = {sizeof small, small};
+    EXPECT_EQ(qorEncode(&world, PDU_Raw, &big, &out), QOR_BUFFER_TOO_SMALL);
     EXPECT_STREQ(qorGetErrMsg(&world),
                  "E0001S: Output buffer too small; total buffer size: 50; check PDU #1 'Raw'.\n");
 }
 
-TEST_F(Driver, FrontDoorRefusesBadArguments)
+TEST_F(Driver, FrontDoorRefusesBadArgumentsRulesAndTables)
 {
     Raw value = rawText("\x01");
     QorBuf out = {0, nullptr};
@@ -110,12 +106,12 @@ TEST_F(Driver, FrontDoorRefusesBadArguments)
 
     EXPECT_EQ(qorEncode(&world, 0, &value, &out), QOR_PDU_RANGE);
     EXPECT_STREQ(qorGetErrMsg(&world), "E0003S: PDU number not in range: 0.\n");
-}
 
-TEST_F(Driver, RulesMustBeKnownAllowedAndLinked)
-{
-    Raw value = rawText("\x01");
-    QorBuf out = {0, nullptr};
+    EXPECT_EQ(qorDetermineNumberOfPadBits(nullptr), -1);
+    EXPECT_EQ(qorGetBytesReadByDecoder(nullptr), -1);
+    EXPECT_EQ(qorDetermineNumberOfPadBits(&world), 0);
+
+    // Rules must be known, allowed by the table and linked.
     for (int rules : {QOR_ECN, 10, -1}) {
         world.encRules = rules;
         EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_UNKNOWN_RULES);
@@ -136,14 +132,10 @@ TEST_F(Driver, RulesMustBeKnownAllowedAndLinked)
     encodePdu(&world, PDU_Raw, &value);
     world.encRules = QOR_CER;
     encodePdu(&world, PDU_Raw, &value);
-}
 
-TEST_F(Driver, MissingEntryOrWrongVersionIsReportedByTheDriver)
-{
+    // A missing entry or a wrong version is the driver's to report.
     QorControlTable table = testSchemaTable;
     world.ctlTable = &table;
-    Raw value = rawText("\x01");
-    QorBuf out = {0, nullptr};
     table.berEncodeEntry = nullptr;
     EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_NULL_FUNCTION);
     EXPECT_STREQ(world.errMsgBuffer, "E0074S: NULL function pointer in the control table.\n");
@@ -154,7 +146,7 @@ TEST_F(Driver, MissingEntryOrWrongVersionIsReportedByTheDriver)
     world.ctlTable = &testSchemaTable;
 }
 
-TEST_F(Driver, FailedEncodeFreesItsBlocksWhateverTheEntryWrote)
+TEST_F(Driver, FailedCallsFreeEverythingTheEntryLeft)
 {
     for (QorLong written : {0, 100, 1024, 5000, 60000}) {
         Fault f = faultRaising(106, 0);
@@ -164,11 +156,8 @@ TEST_F(Driver, FailedEncodeFreesItsBlocksWhateverTheEntryWrote)
         EXPECT_EQ(CountingAllocator::outstanding, 0) << written;
         EXPECT_EQ(world.errMsgTarget, nullptr) << "no message is wanted after a failure";
     }
-}
 
-TEST_F(Driver, FailedDecodeFreesEverythingAndClearsTheOutput)
-{
-    // The entry leaves scratch of every kind behind.
+    // A failed decode's entry leaves scratch of every kind behind.
     int pdu = 0;
     EXPECT_EQ(decodePdu(&world, hex("30 00"), 0, nullptr, &pdu), QOR_DATA_ERROR);
     EXPECT_EQ(CountingAllocator::outstanding, 0);
@@ -188,7 +177,7 @@ TEST_F(Driver, AnAllocatorThatFailsAtEveryCallLeavesNothingBehind)
     expectEveryAllocationMayFail(&world, PDU_Raw, &value);
 }
 
-TEST_F(Driver, DecodeIntoACallersBufferAlignsItAndCountsWhatItUsed)
+TEST_F(Driver, DecodeCountsWhatItUsedAndAlignsACallersBuffer)
 {
     Bytes input = hex("04 03 41 42 43");
     alignas(8) unsigned char flat[256];
@@ -216,13 +205,11 @@ TEST_F(Driver, DecodeIntoACallersBufferAlignsItAndCountsWhatItUsed)
     EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_BUFFER_TOO_SMALL);
     EXPECT_EQ(out, flat) << "a caller's buffer is left where it was";
     qorSetDecodingLength(&world, 0);
-}
 
-TEST_F(Driver, LibraryMemoryDecodeReportsTheBytesObtained)
-{
-    void *out = nullptr;
-    ASSERT_EQ(decodePdu(&world, hex("04 03 41 42 43"), 0, &out), 0);
-    EXPECT_EQ(world.decodingLength, static_cast<QorLong>(sizeof(Raw) + 8)) << "pieces are rounded to 8";
+    // In library memory too the length counts what was taken.
+    out = nullptr;
+    ASSERT_EQ(decodePdu(&world, input, 0, &out), 0);
+    EXPECT_EQ(world.decodingLength, static_cast<QorLong>(sizeof(Raw) + 8)) << "rounded to 8";
     qorFreePDU(&world, PDU_Raw, out);
     world.decodingLength = 0;
 }
@@ -265,7 +252,7 @@ TEST_F(Driver, DecoderMismatchAndUnknownTags)
 
 TEST_F(Driver, TruncatedInputEndsInACleanCodeAtEveryLength)
 {
-    Bytes full = encodingOfRaw(Bytes(300, 7));
+    Bytes full = withHeader("04 82 01 2C", Bytes(300, 7));
     for (size_t n = 1; n < full.size(); n++)
         ASSERT_EQ(decodePdu(&world, Bytes(full.begin(), full.begin() + static_cast<long>(n))),
                   QOR_MORE_INPUT)
@@ -306,23 +293,14 @@ TEST_F(Driver, TrappingTurnsAMemoryViolationIntoReturnCode14)
     qorSetEncodingFlags(&world, 0);
 }
 
-TEST_F(Driver, DeterminePadBitsAndBytesReadOnANullContext)
+// Without a context a buffer goes to the runtime's free; a PDU needs a table
+// and an entry.
+TEST(Free, BuffersAndPdus)
 {
-    EXPECT_EQ(qorDetermineNumberOfPadBits(nullptr), -1);
-    EXPECT_EQ(qorGetBytesReadByDecoder(nullptr), -1);
-    EXPECT_EQ(qorDetermineNumberOfPadBits(&world), 0);
-}
-
-TEST(FreeBuf, NullContextUsesTheRuntimeFree)
-{
-    void *p = malloc(10);
-    qorFreeBuf(nullptr, p);
+    qorFreeBuf(nullptr, malloc(10));
     freeBUF(nullptr, malloc(3));
     qorFreeBuf(nullptr, nullptr);
-}
 
-TEST(FreePdu, NeedsATableAndAnEntry)
-{
     QorGlobal world;
     EXPECT_EQ(qorFreePDU(nullptr, 1, nullptr), QOR_BAD_ARG);
     ASSERT_EQ(qorbriefinit(&world), 0);
@@ -398,7 +376,7 @@ TEST(Legacy, CallersBuffersThroughBufferProvided)
     qorterm(&world);
 }
 
-TEST_F(Driver, ConstraintCheckExitsWithTheMessageNumberAndNoText)
+TEST_F(Driver, ExitsOfAConstraintCheckAndOfANestedContext)
 {
     Fault f = faultRaising(22, 5);
     f.raiser = RAISE_IN_CHECK;
@@ -408,13 +386,10 @@ TEST_F(Driver, ConstraintCheckExitsWithTheMessageNumberAndNoText)
     // Message 0 would be an exit with 0, which the driver reports as 18.
     f.message = 0;
     EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_FATAL);
-}
 
-TEST_F(Driver, AnErrorOnANestedContextReachesTheOutermostFrame)
-{
-    Fault f = faultRaising(36, 9);
+    // An error on a nested context reaches the outermost frame.
+    f = faultRaising(36, 9);
     f.raiser = RAISE_NESTED;
-    QorBuf out = {0, nullptr};
     EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_CONSTRAINT_VIOLATED);
     EXPECT_TRUE(messageHas("E0071S: Value not among the ENUMERATED: 9;")) << world.errMsgBuffer;
     world.childWorld = nullptr;
@@ -422,24 +397,16 @@ TEST_F(Driver, AnErrorOnANestedContextReachesTheOutermostFrame)
 
 namespace {
 
-QorGlobal *raisingWorld;
-int raisingFrees;
-
-// A release hook that itself fails, as a broken allocator might during clean-up.
-void raisingFree(QorGlobal *world, void *p)
-{
-    free(p);
-    if (raisingFrees++ == 0)
-        _qor_enc_error(raisingWorld != nullptr ? raisingWorld : world, 48, 1);
-}
-
 QorFreeFn countingFree;
 long freesBeforeRaise;
+long frees;
 
-// Gives the piece back to the counting allocator, then fails on one call.
+// A release hook that gives the piece back, then fails on one call, as a
+// broken allocator might during clean-up.
 void freeThenRaise(QorGlobal *world, void *p)
 {
     countingFree(world, p);
+    frees++;
     if (--freesBeforeRaise == 0)
         _qor_enc_error(world, 48, 1);
 }
@@ -463,9 +430,9 @@ TEST_F(Driver, AFailingReleaseHookNeverFreesTwiceNorLeaks)
         QorBuf out = {0, nullptr};
         ASSERT_EQ(qorEncode(&world, pdu, value, &out), 0);
         qorFreeBuf(&world, out.value);
-        const long frees = CountingAllocator::calls - before; // at least as many as frees
+        const long allocations = CountingAllocator::calls - before; // as many as frees
         world.userFree = freeThenRaise;
-        for (long n = 1; n <= frees; n++) {
+        for (long n = 1; n <= allocations; n++) {
             SCOPED_TRACE(n);
             freesBeforeRaise = n;
             out = {0, nullptr};
@@ -480,23 +447,19 @@ TEST_F(Driver, AFailingReleaseHookNeverFreesTwiceNorLeaks)
             EXPECT_EQ(CountingAllocator::outstanding, 0);
         }
     }
-    world.userFree = countingFree;
-}
 
-TEST_F(Driver, ASecondErrorDuringCleanUpIsIgnored)
-{
+    // A second error while a failed call cleans up is ignored: the first
+    // code stands, and the clean-up goes on to release every block once.
     Fault f = faultRaising(106, 0);
     f.written = 3000;
-    raisingWorld = &world;
-    raisingFrees = 0;
-    QorFreeFn saved = world.userFree;
-    world.userFree = raisingFree;
+    freesBeforeRaise = 1;
+    frees = 0;
+    world.encRules = QOR_BER;
     QorBuf out = {0, nullptr};
-    EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_DATA_ERROR) << "the first code stands";
+    EXPECT_EQ(qorEncode(&world, PDU_Fault, &f, &out), QOR_DATA_ERROR);
     EXPECT_EQ(std::string(qorGetErrMsg(&world)).substr(0, 10), "E0037E: Va");
-    EXPECT_EQ(raisingFrees, 3) << "the clean-up went on and released every block once";
-    world.userFree = saved;
-    CountingAllocator::outstanding -= 3; // released by the raising hook, uncounted
+    EXPECT_EQ(frees, 3);
+    world.userFree = countingFree;
 }
 
 TEST_F(Driver, ADecodeThatCannotArmItsTrapLeavesTheCallersBuffer)
