@@ -631,7 +631,8 @@ void _qor_penc_unistr(QorGlobal *world, const QorULong *chars, QorULong count,
 QorLong _qor_pdec_bmpstr(QorGlobal *world, uint16_t **result, const QorStringDescriptor *desc);
 QorLong _qor_pdec_unistr(QorGlobal *world, QorULong **result, const QorStringDescriptor *desc);
 
-/* Strings without a known multiplier: octets under general lengths. */
+/* Strings without a known multiplier: octets under general lengths; the
+ * encoder is the same function as _qor_penc_uncon_oct. */
 void _qor_penc_nkmstr_l(QorGlobal *world, const unsigned char *bytes, QorULong count);
 /* Into the caller's array of `capacity` + 1 octets, zero-ended. */
 void _qor_pdec_nt_nkmstr(QorGlobal *world, unsigned char *target, QorULong capacity);

@@ -1,12 +1,9 @@
 // BIT STRING and OCTET STRING in PER: the encoders, and the decoders of
 // every memory form, with and without a size constraint.
 //
-// A decoder reads a value in one part straight into its final place. A
-// fragmented value is walked twice, as the character string decoders do:
-// first to check every length, bound and fragment and that the input holds
-// them, storing nothing; then to read the parts into memory taken once for
-// the total. So no fragment is held aside in temporary memory, and no
-// memory is taken for input that isn't there.
+// The decoders walk a value's parts as the character string decoders do:
+// a value in one part goes straight into its final place, a fragmented one
+// is checked whole before memory is taken for it once.
 #include <cstdint>
 #include <cstring>
 
@@ -15,16 +12,13 @@
 #include "memory/blocks.h"
 #include "per/alphabet.h"
 #include "per/per.h"
+#include "per/string_parts.h"
 
 using namespace qor;
 
 namespace {
 
-// A decoded total is a 32-bit length.
-constexpr uint64_t kMaxTotal = INT32_MAX;
-// Under strict rules a fragment may follow only one of 64K items: 8192
-// octets of a bit string, 65536 of an octet string.
-constexpr QorULong kGroupedFragment = 65536;
+constexpr uint64_t kMaxTotal = kMaxStringTotal;
 constexpr uint64_t kKeepAll = UINT64_MAX;
 // `lb` of a varying bit string through a pointer whose value is cut to `ub`.
 constexpr QorULong kCutToUpper = 0xFFFFFFFF;
@@ -75,67 +69,39 @@ void putFragmented(QorGlobal *world, const unsigned char *data, QorULong count, 
         _qor_append_8bit_aligned(world, 0);
 }
 
-// How a decoder reads one value.
+// How a decoder reads one value: the parts, the most items it may have and
+// the message for more, and the items it keeps.
 struct Shape {
-    unsigned unit;    // bits an item: 1 for bit strings, 8 for octet strings
-    bool fixed;       // no length: exactly `ub` items
-    QorULong lb, ub;  // bounds for the length decoder
-    uint64_t limit;   // the most items the value may have
-    Msg limitMsg;     // what more gives
-    uint64_t keep;    // items stored; any beyond are read past
+    StringValue parts;
+    uint64_t limit;
+    Msg limitMsg;
+    uint64_t keep; // items stored; any beyond are read past
+    unsigned unit() const { return parts.coding.width; }
 };
 
 Shape constrained(unsigned unit, QorULong lb, QorULong ub, uint64_t limit, Msg limitMsg)
 {
-    return {unit, lb == ub && ub < kConstrainedLimit, lb, ub, limit, limitMsg, kKeepAll};
+    return {plainValue(unit, lb, ub), limit, limitMsg, kKeepAll};
 }
 
 Shape unconstrained(unsigned unit, uint64_t limit, Msg limitMsg)
 {
-    return {unit, false, 1, 0, limit, limitMsg, kKeepAll};
+    return {plainValue(unit, 1, 0), limit, limitMsg, kKeepAll};
 }
 
-// A value that has a part of `n` items from item `total` on: within 32
-// bits and within the shape's limit.
-inline void checkTotal(QorGlobal *world, const Shape &s, uint64_t total, uint64_t n)
-{
-    raiseIf(world, total + n > kMaxTotal, Msg::kSizeTooLong, static_cast<QorLong>(total));
-    raiseIf(world, total + n > s.limit, s.limitMsg, static_cast<QorLong>(total + n));
-}
-
-// Calls `part(n, offset)` for each part of a value with a length, in order;
-// `offset` is the items before it. Returns the total. Every length is
-// checked here, before its part is looked at.
-template <class Part> uint64_t walkParts(QorGlobal *world, const Shape &s, Part part)
-{
-    const bool strict = (world->decodingFlags & STRICT_ENCODING_DECODING_RULES) != 0;
-    uint64_t total = 0;
-    QorULong previous = kGroupedFragment; // nothing before the first part
-    for (;;) {
-        unsigned char done = 1;
-        const QorULong n = _qor_pdec_length(world, s.lb, s.ub, &done);
-        raiseIf(world, !done && strict && previous < kGroupedFragment, Msg::kFragmentsNotGrouped,
-                0);
-        checkTotal(world, s, total, n);
-        part(n, total);
-        total += n;
-        if (done)
-            return total;
-        previous = n;
-    }
-}
-
-// Reads the part of `n` items at item `offset` of `out`, its first item
-// on an octet boundary; items past `s.keep` are read past, not stored.
-// Every part but the last is whole octets, so each starts on an octet of
-// `out`. The caller has checked the input.
-void readPart(QorGlobal *world, unsigned char *out, uint64_t offset, uint64_t n, const Shape &s)
+// Reads the part of `n` items at item `offset` of `out`; items past
+// `s.keep` are read past, not stored. Every part but the last is whole
+// octets, so each starts on an octet of `out`. The caller has checked the
+// input.
+void readPart(QorGlobal *world, unsigned char *out, uint64_t offset, uint64_t n, const Shape &s,
+              bool align)
 {
     const uint64_t stored = offset >= s.keep ? 0 : (n < s.keep - offset ? n : s.keep - offset);
     if (stored != 0)
-        _qor_get_bits(world, out + offset * s.unit / 8, static_cast<QorULong>(stored * s.unit), 1);
+        _qor_get_bits(world, out + offset * s.unit() / 8, static_cast<QorULong>(stored * s.unit()),
+                      align ? 1 : 0);
     if (stored < n)
-        skipChars(world, n - stored, s.unit, stored == 0);
+        skipChars(world, n - stored, s.unit(), align && stored == 0);
 }
 
 // Decodes a value into memory from `obtain(items)`, which returns where its
@@ -143,38 +109,13 @@ void readPart(QorGlobal *world, unsigned char *out, uint64_t offset, uint64_t n,
 // to hold the whole value.
 template <class Obtain> uint64_t decodeInto(QorGlobal *world, const Shape &s, Obtain obtain)
 {
-    if (s.fixed) {
-        // Up to 16 bits a fixed value starts where it is; more align.
-        const uint64_t n = s.ub;
-        checkTotal(world, s, 0, n);
-        const bool align = n * s.unit > 16;
-        needChars(world, n, s.unit, align);
-        unsigned char *out = obtain(n);
-        _qor_get_bits(world, out, static_cast<QorULong>(n * s.unit), align ? 1 : 0);
-        return n;
-    }
-    const InputMark start(world);
-    unsigned char done = 1;
-    const QorULong n = _qor_pdec_length(world, s.lb, s.ub, &done);
-    if (done) {
-        // The usual value: checked, its memory taken and read in one pass.
-        checkTotal(world, s, 0, n);
-        needChars(world, n, s.unit, true);
-        unsigned char *out = obtain(n);
-        readPart(world, out, 0, n, s);
-        return n;
-    }
-    start.restore(world);
-    const uint64_t total =
-        walkParts(world, s, [&](QorULong part, uint64_t) { skipChars(world, part, s.unit, true); });
-    start.restore(world);
-    unsigned char *out = obtain(total);
-    walkParts(world, s,
-              [&](QorULong part, uint64_t offset) { readPart(world, out, offset, part, s); });
-    return total;
+    return decodeString(world, s.parts, s.limit, s.limitMsg, obtain,
+                        [&](unsigned char *out, uint64_t offset, uint64_t n, bool align) {
+                            readPart(world, out, offset, n, s, align);
+                        });
 }
 
-unsigned char *decoderMemory(QorGlobal *world, uint64_t size, bool cleared)
+unsigned char *newMemory(QorGlobal *world, uint64_t size, bool cleared)
 {
     raiseIf(world, size > kMaxTotal, Msg::kOutOfMemory, -1);
     const auto n = static_cast<QorLong>(size);
@@ -196,9 +137,9 @@ QorULong decodeUnbounded(QorGlobal *world, unsigned char **result, const Shape &
     const uint64_t total = decodeInto(world, s, [&](uint64_t n) {
         if (n == 0)
             return out;
-        const uint64_t size = octetsFor(n, s.unit);
+        const uint64_t size = octetsFor(n, s.unit());
         out = world->decodeToTemporary ? temporaryMemory(world, size)
-                                       : decoderMemory(world, size, false);
+                                       : newMemory(world, size, false);
         return out;
     });
     *result = out;
@@ -219,7 +160,7 @@ QorULong decodeRecord(QorGlobal *world, void **result, QorULong headerSize, cons
     unsigned char *record = nullptr;
     const uint64_t total = decodeInto(world, s, [&](uint64_t n) {
         const uint64_t items = room != kKeepAll ? room : n;
-        record = decoderMemory(world, headerSize + octetsFor(items, s.unit), true);
+        record = newMemory(world, headerSize + octetsFor(items, s.unit()), true);
         return record + headerSize;
     });
     *result = record;
@@ -229,7 +170,7 @@ QorULong decodeRecord(QorGlobal *world, void **result, QorULong headerSize, cons
 // A record with nothing behind its header: a size constraint of 0.
 QorULong emptyRecord(QorGlobal *world, void **result, QorULong headerSize)
 {
-    *result = decoderMemory(world, headerSize, true);
+    *result = newMemory(world, headerSize, true);
     return 0;
 }
 
@@ -327,6 +268,9 @@ void _qor_penc_uncon_oct(QorGlobal *world, const unsigned char *octets, QorULong
 }
 
 void _qor_penc_unconstr_oct_l(QorGlobal *world, const unsigned char *octets, QorULong count)
+    __attribute__((alias("_qor_penc_uncon_oct")));
+// A string without a known multiplier goes as these octets do.
+void _qor_penc_nkmstr_l(QorGlobal *world, const unsigned char *octets, QorULong count)
     __attribute__((alias("_qor_penc_uncon_oct")));
 
 QorULong _qor_pdec_constr_ubit_ia(QorGlobal *world, unsigned char **result, QorULong lb,

@@ -59,22 +59,6 @@ inline unsigned readOctet(QorGlobal *world, bool align)
     return octet;
 }
 
-// The input cursor, kept to come back to: a decoder that walks a value's
-// parts twice starts the second walk where the first began.
-struct InputMark {
-    unsigned char *pos;
-    QorLong room;
-    int bitOffset;
-
-    explicit InputMark(const QorGlobal *world) : pos(world->inPos), room(world->inRoom), bitOffset(world->bitOffset) {}
-    void restore(QorGlobal *world) const
-    {
-        world->inPos = pos;
-        world->inRoom = room;
-        world->bitOffset = bitOffset;
-    }
-};
-
 // `count` (at most 8) octets, big-endian, at an octet boundary under aligned PER.
 uint64_t readOctets(QorGlobal *world, unsigned count);
 // The low `count` octets of `value`, big-endian, aligned as above.

@@ -26,14 +26,18 @@ constexpr uint64_t kMaxStringTotal = INT32_MAX;
 // Under strict rules a fragment may only follow one of this many items.
 constexpr QorULong kGroupedFragment = 65536;
 
-// What the decoders know once the extension bit is read.
+// How a decoder reads a value: what the string decoders know once the
+// extension bit is read, and what the bit and octet string decoders know
+// from their bounds.
 struct StringValue {
-    const QorStringDescriptor *desc;
-    CharCoding coding;
+    const QorStringDescriptor *desc; // null for bit and octet strings
+    CharCoding coding;               // `width`: bits an item
     bool extended;
-    bool fixed;      // no length: exactly `upperSize` characters
-    QorULong lb, ub; // bounds for the length decoder
-    bool alignRuns;
+    bool fixed;       // no length: exactly `ub` items
+    QorULong lb, ub;  // bounds for the length decoder
+    bool alignRuns;   // each part's items start on an octet boundary
+    bool onePart;     // a time string may not come in fragments
+    bool heldToUpper; // a length past `ub` is refused (message 27)
 };
 
 // `fullWidth`: the bits of a character in memory.
@@ -51,6 +55,22 @@ struct StringValue {
     v.lb = sized ? desc->lowerSize : 0;
     v.ub = sized && !v.extended ? desc->upperSize : 0;
     v.alignRuns = varyingRunAligns(v.coding.width, desc->upperSize, v.extended);
+    v.onePart = (desc->flags & kTimeString) != 0;
+    v.heldToUpper = v.ub != 0 && v.ub < kConstrainedLimit;
+    return v;
+}
+
+// Items of `width` bits under a length with bounds `lb` and `ub`, each part
+// on an octet boundary: bit and octet strings. `lb` = `ub` below 64K is a
+// fixed size, without a length.
+inline StringValue plainValue(unsigned width, QorULong lb, QorULong ub)
+{
+    StringValue v{};
+    v.coding = CharCoding{width, true};
+    v.fixed = lb == ub && ub < kConstrainedLimit;
+    v.lb = lb;
+    v.ub = ub;
+    v.alignRuns = true;
     return v;
 }
 
@@ -113,7 +133,7 @@ void encodeParts(QorGlobal *world, uint64_t count, const QorStringDescriptor *de
 inline QorULong readStringLength(QorGlobal *world, const StringValue &v, unsigned char *done)
 {
     const QorULong n = _qor_pdec_length(world, v.lb, v.ub, done);
-    if (v.ub != 0 && v.ub < kConstrainedLimit && n > v.ub) [[unlikely]]
+    if (v.heldToUpper && n > v.ub) [[unlikely]]
         raise(world, Msg::kSizeViolated, longValue(static_cast<QorLong>(n)));
     return n;
 }
@@ -148,7 +168,7 @@ uint64_t walkParts(QorGlobal *world, const StringValue &v, uint64_t limit, Msg l
         unsigned char done = 1;
         const QorULong n = readStringLength(world, v, &done);
         if (!done) {
-            raiseIf(world, (v.desc->flags & kTimeString) != 0, Msg::kTimeFragmented, 0);
+            raiseIf(world, v.onePart, Msg::kTimeFragmented, 0);
             raiseIf(world, strict && havePrevious && previous < kGroupedFragment, Msg::kFragmentsNotGrouped, 0);
         }
         const uint64_t next = total + n;
@@ -176,19 +196,19 @@ uint64_t measureParts(QorGlobal *world, const StringValue &v, uint64_t limit, Ms
     return total;
 }
 
-// Decodes a value: `obtain(total)` returns where its characters go (a
-// typed pointer), `read(at, count, align)` reads `count` of them there.
-// Returns the total.
+// Decodes a value: `obtain(total)` returns where its items go (a typed
+// pointer), `read(base, offset, count, align)` reads `count` of them there
+// from item `offset` on. Returns the total.
 template <class Obtain, class Read>
 uint64_t decodeString(QorGlobal *world, const StringValue &v, uint64_t limit, Msg limitMsg,
                       Obtain obtain, Read read)
 {
     if (v.fixed) {
-        const QorULong total = v.desc->upperSize;
+        const QorULong total = v.ub;
         raiseIf(world, total > limit, limitMsg, static_cast<QorLong>(total));
         const bool align = fixedRunAligns(v.coding.width, total);
         needChars(world, total, v.coding.width, align);
-        read(obtain(total), total, align);
+        read(obtain(total), 0, total, align);
         return total;
     }
     const Cursor saved(world);
@@ -198,7 +218,7 @@ uint64_t decodeString(QorGlobal *world, const StringValue &v, uint64_t limit, Ms
         raiseIf(world, n > kMaxStringTotal, Msg::kSizeTooLong, 0);
         raiseIf(world, n > limit, limitMsg, static_cast<QorLong>(n));
         needChars(world, n, v.coding.width, v.alignRuns);
-        read(obtain(n), n, v.alignRuns);
+        read(obtain(n), 0, n, v.alignRuns);
         return n;
     }
     // Fragments: back to the first length for the two walks.
@@ -206,7 +226,7 @@ uint64_t decodeString(QorGlobal *world, const StringValue &v, uint64_t limit, Ms
     const uint64_t total = measureParts(world, v, limit, limitMsg);
     auto *base = obtain(total);
     walkParts(world, v, kMaxStringTotal, Msg::kSizeTooLong,
-              [&](QorULong count, uint64_t offset) { read(base + offset, count, v.alignRuns); });
+              [&](QorULong count, uint64_t offset) { read(base, offset, count, v.alignRuns); });
     return total;
 }
 

@@ -19,8 +19,8 @@ namespace {
 // A narrow read into `out` of a value's characters.
 inline auto narrowReader(QorGlobal *world, const StringValue &v)
 {
-    return [world, &v](unsigned char *at, uint64_t count, bool align) {
-        readNarrowChars(world, at, count, v.coding, v.desc->alphabet, align);
+    return [world, &v](unsigned char *base, uint64_t offset, uint64_t count, bool align) {
+        readNarrowChars(world, base + offset, count, v.coding, v.desc->alphabet, align);
     };
 }
 
@@ -226,13 +226,8 @@ QorLong _qor_pdec_vap_kmstr(QorGlobal *world, void **result, QorULong headerSize
     return decodeBehindHeader(world, desc, result, headerSize);
 }
 
-// Strings without a known multiplier: octets under general lengths, an
-// empty one a single zero octet.
-
-void _qor_penc_nkmstr_l(QorGlobal *world, const unsigned char *bytes, QorULong count)
-{
-    _qor_penc_kmstr(world, reinterpret_cast<const char *>(bytes), count, &kOctetRun, 0);
-}
+// Strings without a known multiplier: octets under general lengths. The
+// encoder is the unconstrained OCTET STRING's.
 
 void _qor_pdec_nt_nkmstr(QorGlobal *world, unsigned char *target, QorULong capacity)
 {

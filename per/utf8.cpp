@@ -64,7 +64,9 @@ QorLong decodeUtf8(QorGlobal *world, Char **result)
                            : static_cast<unsigned char *>(_qor_dec_gettempmem(world, static_cast<QorLong>(total)));
             return gathered;
         },
-        [&](unsigned char *at, uint64_t count, bool align) { readNarrowChars(world, at, count, v.coding, nullptr, align); });
+        [&](unsigned char *base, uint64_t offset, uint64_t count, bool align) {
+            readNarrowChars(world, base + offset, count, v.coding, nullptr, align);
+        });
     const auto octets = static_cast<QorLong>(length);
     const QorLong count = utf8CharCount(world, gathered, octets);
     Char *out = nullptr;

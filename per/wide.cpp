@@ -141,7 +141,7 @@ QorLong decodeWide(QorGlobal *world, Char **result, const QorStringDescriptor *d
             // Nothing is written through `none`.
             return n == 0 ? &none : (out = reinterpret_cast<Char *>(decoderMemory(world, n * sizeof(Char))));
         },
-        [&](Char *at, uint64_t n, bool align) { readWideChars(world, at, n, c, align); });
+        [&](Char *base, uint64_t offset, uint64_t n, bool align) { readWideChars(world, base + offset, n, c, align); });
     *result = out;
     return static_cast<QorLong>(total);
 }

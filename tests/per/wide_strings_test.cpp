@@ -284,6 +284,9 @@ TEST_F(WideStringsTest, Utf8FromWideCharacters)
 TEST_F(WideStringsTest, OctetStringsOfEveryForm)
 {
     const Bytes hello = hex("05 68 65 6C 6C 6F");
+    // One writer for every run of octets under general lengths.
+    qortest::expectOneFunction({{"_qor_penc_nkmstr_l", "_qor_penc_uncon_oct"},
+                                {"_qor_penc_unconstr_oct_l", "_qor_penc_uncon_oct"}});
     unsigned char *ptr = nullptr;
     pertest::bothVariants([&](bool aligned) {
         expectCoded(aligned, hello, [&] { _qor_penc_nkmstr_l(&world, reinterpret_cast<const unsigned char *>("hello"), 5); },
