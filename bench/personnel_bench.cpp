@@ -103,6 +103,13 @@ void personnel(benchmark::State &state, void (*run)(benchmark::State &, int, int
     run(state, rules, PDU_PersonnelRecord, &personnelExample);
 }
 
+// A PDU of the test schema with its example value.
+void example(benchmark::State &state, void (*run)(benchmark::State &, int, int, void *), int rules,
+             int pdu, void *value)
+{
+    run(state, rules, pdu, value);
+}
+
 // An OCTET STRING of range(0) octets; memcpy of the same size is the floor.
 void octets(benchmark::State &state, void (*run)(benchmark::State &, int, int, void *))
 {
@@ -150,6 +157,19 @@ const bool personnelRegistered = [] {
             benchmark::RegisterBenchmark(
                 (std::string("Personnel/") + r.name + "/" + ways[w].name).c_str(), personnel,
                 ways[w].run, r.rules);
+    // PER-only PDUs: strings of every memory form, bit and octet strings.
+    const struct {
+        const char *name;
+        int pdu;
+        void *value;
+    } pdus[] = {{"Texts", PDU_Texts, &textsExample}, {"Bits", PDU_Bits, &bitsExample}};
+    for (const auto &p : pdus)
+        for (const auto &r : rules)
+            if (r.rules == QOR_PER_ALIGNED || r.rules == QOR_PER_UNALIGNED)
+                for (const auto &way : ways)
+                    benchmark::RegisterBenchmark(
+                        (std::string(p.name) + "/" + r.name + "/" + way.name).c_str(), example,
+                        way.run, r.rules, p.pdu, p.value);
     return true;
 }();
 
