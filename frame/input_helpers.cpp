@@ -55,7 +55,7 @@ int qorSkipPadBytes(QorGlobal *world, QorBuf *input, unsigned char pad)
 int qorSkipCompressionPrefix(QorGlobal *world, QorBuf *input, QorLong *originalLength,
                              QorLong *compressedLength)
 {
-    if (world == nullptr || input == nullptr || input->value == nullptr)
+    if (world == nullptr || input == nullptr || input->value == nullptr || input->length <= 0)
         return QOR_BAD_ARG;
     QorLong numbers[2];
     QorLong at = 0;

@@ -132,6 +132,19 @@ int qorSkipPadBytes(QorGlobal *world, QorBuf *input, unsigned char pad);
 int qorSkipCompressionPrefix(QorGlobal *world, QorBuf *input, QorLong *originalLength,
                              QorLong *compressedLength);
 QorLong qorGetBytesReadByDecoder(QorGlobal *world);
+
+/* The same octets as binary, hexadecimal text (upper-case digits) or base64
+ * text; base64 input may have anything outside "+".."z" between its
+ * characters. `output->value` null or `output->length` 0: new memory from
+ * the context's allocator, freed with qorFreeBuf. The compression calls
+ * have no compressor: 25 for valid arguments. */
+#define QOR_DATA_BINARY 1
+#define QOR_DATA_HEX 2
+#define QOR_DATA_BASE64 4
+int qorConvertData(QorGlobal *world, QorBuf *input, int inputFormat, QorBuf *output,
+                   int outputFormat);
+int qorCompress(QorGlobal *world, QorBuf *input, QorBuf *output, QorLong level);
+int qorUnCompress(QorGlobal *world, QorBuf *input, QorBuf *output, QorLong flag);
 void qorFreeBuf(QorGlobal *world, void *buffer);
 void freeBUF(QorGlobal *world, void *buffer);
 

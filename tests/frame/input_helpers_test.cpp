@@ -66,4 +66,6 @@ TEST(CompressionPrefix, TwoNumbersOfSevenBitGroups)
     in = {2, cut.data()};
     EXPECT_EQ(qorSkipCompressionPrefix(&world, &in, nullptr, nullptr), QOR_DATA_ERROR);
     EXPECT_EQ(qorSkipCompressionPrefix(nullptr, &in, nullptr, nullptr), QOR_BAD_ARG);
+    in = {0, cut.data()};
+    EXPECT_EQ(qorSkipCompressionPrefix(&world, &in, nullptr, nullptr), QOR_BAD_ARG) << "empty";
 }
