@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "frame/world.h"
+#include "objects/info_objects.h"
 
 extern "C" {
 int _qorSetGlobalUserVar = 1;
@@ -106,6 +107,7 @@ void releasePrivate(QorGlobal *world)
     QorGlobalPrivate *p = world->privateArea;
     if (p == nullptr)
         return;
+    releaseObjectSets(p);
     if (p->namespaceCopy != nullptr)
         p->privFree(p->namespaceCopy);
     if (p->extErrMsg != nullptr)
@@ -229,6 +231,7 @@ int qorDupWorld(QorGlobal *source, QorGlobal *target)
     p->namespaceCopy = nullptr;
     p->libraryHandle = nullptr;
     p->traceTempName = nullptr;
+    p->infoObjectSets.setTable = nullptr; // until its own copy is made below
     if (from->moreFlags == &from->moreFlagsInline)
         p->moreFlags = &p->moreFlagsInline;
     p->encStackTop = &p->encStackBase;
@@ -246,6 +249,8 @@ int qorDupWorld(QorGlobal *source, QorGlobal *target)
             return failInit(target, QOR_OUT_OF_MEMORY);
         memcpy(p->namespaceCopy, from->namespaceCopy, bytes);
     }
+    if (copyObjectSets(p, from) != 0)
+        return failInit(target, QOR_OUT_OF_MEMORY);
     target->dupMark = 1;
 
     const QorControlTable *ctl = target->ctlTable;

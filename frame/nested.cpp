@@ -63,7 +63,7 @@ QorGlobal *_qor_push_global(QorGlobal *world)
     p->userVprintFn = from->userVprintFn;
     p->tempBufferSize = from->tempBufferSize;
     p->tempBuffer = from->tempBuffer;
-    memcpy(p->infoObjectSets, from->infoObjectSets, sizeof p->infoObjectSets);
+    p->infoObjectSets = from->infoObjectSets; // shared: a nested context never frees it
     p->namespaceCopy = from->namespaceCopy;
     p->namespaceCount = from->namespaceCount;
     p->compatFlags = from->compatFlags;

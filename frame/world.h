@@ -28,7 +28,15 @@ struct QorGlobalPrivate {
     QorMemBlockRecord encStackBase;
     QorMemBlockRecord *encStackTop; // points into this record
     unsigned char padBits;
-    void *infoObjectSets[4];
+    // The information object sets of the control table; `setTable` is the
+    // context's own copy of the changeable sets' entries.
+    struct {
+        QorLong setCount;
+        QorInfoObjectNode **fixedSets;
+        QorLong extensibleCount;
+        QorObjectSetEntry *setTable;
+        QorUniqueFn uniqueFn;
+    } infoObjectSets;
     QorXapiEntries *xapiEntries;
     // The XML prolog's settings; the caller's texts, kept, not copied.
     const char *xmlStylesheet;

@@ -133,6 +133,32 @@ int qorSkipCompressionPrefix(QorGlobal *world, QorBuf *input, QorLong *originalL
                              QorLong *compressedLength);
 QorLong qorGetBytesReadByDecoder(QorGlobal *world);
 
+/* Information object sets. Generated code compiles each set into a list of
+ * nodes; sets 1 to `extensibleCount` may change at run time in a context,
+ * the others are fixed. Run-time nodes begin as compiled ones do, so the
+ * list of qorGetInfoObjectSet reads alike either way. `uniqueFn` compares an
+ * object's unique field with a key (action 1: 0 when it matches) or finds
+ * the object of a key (action 2: stores it in the cell, 0 when found). */
+typedef struct QorInfoObjectNode {
+    struct QorInfoObjectNode *next;
+    void *object;
+} QorInfoObjectNode;
+typedef struct QorObjectSetEntry {
+    QorInfoObjectNode *compiled; /* shared and only read */
+    QorInfoObjectNode *runtime;  /* the context's own list, once it changed */
+    unsigned char *removed;      /* bit k of octet k / 8: compiled object k removed */
+    QorULong compiledCount;
+} QorObjectSetEntry;
+typedef int (*QorUniqueFn)(QorGlobal *world, int setNumber, void *objectOrCell, void *key,
+                           int action);
+int qorInitXObjectSetTable(QorGlobal *world, QorLong setCount, QorInfoObjectNode **fixedSets,
+                           QorObjectSetEntry *table, QorLong extensibleCount,
+                           QorUniqueFn uniqueFn);
+int qorAddInfoObject(QorGlobal *world, int setNumber, void *object);
+int qorRemoveInfoObject(QorGlobal *world, int setNumber, void *object);
+void *qorGetInfoObject(QorGlobal *world, int setNumber, void *key);
+QorInfoObjectNode *qorGetInfoObjectSet(QorGlobal *world, int setNumber);
+
 /* The same octets as binary, hexadecimal text (upper-case digits) or base64
  * text; base64 input may have anything outside "+".."z" between its
  * characters. `output->value` null or `output->length` 0: new memory from
