@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "frame/world.h"
+#include "harness/trace.h"
 #include "objects/info_objects.h"
 
 extern "C" {
@@ -169,6 +170,7 @@ void qorbriefterm(QorGlobal *world)
 {
     if (world == nullptr)
         return;
+    endTrace(world);
     releasePrivate(world);
     if (world->traceFile != nullptr) {
         fclose(static_cast<FILE *>(world->traceFile));
@@ -178,12 +180,6 @@ void qorbriefterm(QorGlobal *world)
         unlink(world->traceFileName);
         free(world->traceFileName);
         world->traceFileName = nullptr;
-    }
-    if (world->savedPrintStream != nullptr) {
-        if (world->printStream != nullptr)
-            fclose(static_cast<FILE *>(world->printStream));
-        world->printStream = world->savedPrintStream;
-        world->savedPrintStream = nullptr;
     }
     if (world->savedPrintFn != nullptr && world->savedPrintFn != world->printFn)
         world->printFn = world->savedPrintFn;
@@ -231,6 +227,7 @@ int qorDupWorld(QorGlobal *source, QorGlobal *target)
     p->namespaceCopy = nullptr;
     p->libraryHandle = nullptr;
     p->traceTempName = nullptr;
+    p->traceFileOpen = false;
     p->infoObjectSets.setTable = nullptr; // until its own copy is made below
     if (from->moreFlags == &from->moreFlagsInline)
         p->moreFlags = &p->moreFlagsInline;
@@ -271,7 +268,7 @@ int qorDupWorld(QorGlobal *source, QorGlobal *target)
     target->presetDecFlags = source->presetDecFlags;
     target->printFn = source->printFn;
     target->savedPrintFn = source->savedPrintFn;
-    target->printStream = source->printStream;
+    target->printStream = untracedStream(source); // a trace file stays its context's
     target->printFlags = source->printFlags;
     target->printFlags2 = source->printFlags2;
     target->userPrintFn = source->userPrintFn;

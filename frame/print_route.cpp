@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "frame/errors.h"
+#include "harness/trace.h"
 
 namespace qor {
 
@@ -120,6 +121,8 @@ int qorVprintWin(QorGlobal *world, const char *format, va_list args)
         fflush(stdout);
         return n;
     }
+    if (world->traceWindow != nullptr && world->traceTemp != nullptr)
+        return printToWindow(world, format, args);
     switch (routeOf(world)) {
     case Route::kSilent:
         return 0;

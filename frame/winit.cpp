@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "frame/errors.h"
+#include "harness/trace.h"
 
 using namespace qor;
 
@@ -16,32 +17,6 @@ namespace {
 void messageBox(const char *title, const char *text) { fprintf(stderr, "%s: %s\n", title, text); }
 
 using GetHeader = QorControlTable *(*)(int);
-
-// A temporary file in the system's temporary folder; its name is kept so that
-// qorWterm can remove it.
-bool openTraceTemp(QorGlobal *world)
-{
-    char pattern[] = "/tmp/qortraceXXXXXX";
-    int fd = mkstemp(pattern);
-    if (fd < 0)
-        return false;
-    FILE *f = fdopen(fd, "w+b");
-    char *name = static_cast<char *>(world->privateArea->privMalloc(sizeof pattern));
-    if (f == nullptr || name == nullptr) {
-        if (f != nullptr)
-            fclose(f);
-        else
-            close(fd);
-        unlink(pattern);
-        if (name != nullptr)
-            world->privateArea->privFree(name);
-        return false;
-    }
-    memcpy(name, pattern, sizeof pattern);
-    world->traceTemp = f;
-    world->privateArea->traceTempName = name;
-    return true;
-}
 
 } // namespace
 
@@ -93,18 +68,9 @@ void qorWterm(QorGlobal *world)
         return;
     QorGlobalPrivate *p = world->privateArea;
     void *handle = nullptr;
-    if (world->traceTemp != nullptr) {
-        fclose(static_cast<FILE *>(world->traceTemp));
-        world->traceTemp = nullptr;
-    }
-    if (p != nullptr) {
-        if (p->traceTempName != nullptr) {
-            unlink(p->traceTempName);
-            p->privFree(p->traceTempName);
-            p->traceTempName = nullptr;
-        }
+    closeTraceTemp(world);
+    if (p != nullptr)
         handle = p->libraryHandle;
-    }
     world->traceWindow = nullptr;
     qorterm(world);
     if (handle != nullptr)

@@ -73,6 +73,7 @@ struct QorGlobalPrivate {
     const unsigned char *xmlInputStart; // start of the XML text being decoded, for locations
     void *libraryHandle;                // the control table's shared library (qorWinit)
     char *traceTempName;
+    bool traceFileOpen; // the print stream is a trace file; the one before it is saved
 };
 
 namespace qor {

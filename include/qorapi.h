@@ -159,6 +159,17 @@ int qorRemoveInfoObject(QorGlobal *world, int setNumber, void *object);
 void *qorGetInfoObject(QorGlobal *world, int setNumber, void *key);
 QorInfoObjectNode *qorGetInfoObjectSet(QorGlobal *world, int setNumber);
 
+/* Trace output. A trace file takes the place of the print stream until it is
+ * closed (27: it can't be opened; 28: one is open already; 46: closing
+ * failed, the stream before it is back all the same). The trace window has
+ * no window on this platform: its text goes to a temporary file with a line
+ * index, which qorSaveTraceInfo copies out and qorFreeList starts afresh. */
+int qorOpenTraceFile(QorGlobal *world, const char *path);
+int qorCloseTraceFile(QorGlobal *world);
+int qorOpenTraceWindow(QorGlobal *world);
+int qorSaveTraceInfo(QorGlobal *world, const char *path);
+int qorFreeList(QorGlobal *world);
+
 /* The same octets as binary, hexadecimal text (upper-case digits) or base64
  * text; base64 input may have anything outside "+".."z" between its
  * characters. `output->value` null or `output->length` 0: new memory from
