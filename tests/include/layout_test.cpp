@@ -60,6 +60,15 @@ TEST(Layout, ControlTable)
     });
 }
 
+// Generated code compiles information object sets into these.
+TEST(Layout, InformationObjectSets)
+{
+    EXPECT_EQ(sizeof(QorInfoObjectNode), 16u);
+    EXPECT_EQ(sizeof(QorObjectSetEntry), 32u);
+    expectPins({PIN(QorInfoObjectNode, object, 8), PIN(QorObjectSetEntry, runtime, 8),
+                PIN(QorObjectSetEntry, removed, 16), PIN(QorObjectSetEntry, compiledCount, 24)});
+}
+
 TEST(Layout, Context)
 {
     EXPECT_EQ(sizeof(QorGlobal), 1472u);
@@ -71,7 +80,8 @@ TEST(Layout, Context)
         PIN(QorGlobal, decodingLength, 88), PIN(QorGlobal, errMsgBuffer, 92),
         PIN(QorGlobal, internalFlags, 604), PIN(QorGlobal, jumpFrame, 608),
         PIN(QorGlobal, lastError, 624), PIN(QorGlobal, errMsgTarget, 632),
-        PIN(QorGlobal, userBuffer, 640), PIN(QorGlobal, fieldStack, 648),
+        PIN(QorGlobal, userBuffer, 640), PIN(QorGlobal, decodeToTemporary, 641),
+        PIN(QorGlobal, fieldStack, 648),
         PIN(QorGlobal, pduNumber, 656), PIN(QorGlobal, pduNames, 664),
         PIN(QorGlobal, operation, 672), PIN(QorGlobal, outPos, 680), PIN(QorGlobal, outRoom, 688),
         PIN(QorGlobal, blockQueue, 696), PIN(QorGlobal, blockQueueTail, 1128),
