@@ -8,6 +8,7 @@
 
 #include "frame/export.h"
 #include "frame/world.h"
+#include "common/hex.h"
 
 namespace {
 
@@ -51,17 +52,6 @@ constexpr Base64Table kBase64Values = makeBase64Table();
 
 inline bool skipped(unsigned char c) { return c < '+' || c > 'z'; }
 
-int hexValue(unsigned char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return -1;
-}
-
 // Hands each octet of valid hexadecimal text to `put`; with `put` null,
 // checks the text only. Returns the octets, or -1 with the failure's place.
 template <class Put> int64_t eachHexOctet(const unsigned char *in, int64_t n, Put &&put, Outcome *bad)
@@ -71,7 +61,7 @@ template <class Put> int64_t eachHexOctet(const unsigned char *in, int64_t n, Pu
         return -1;
     }
     for (int64_t i = 0; i < n; i += 2) {
-        const int high = hexValue(in[i]), low = hexValue(in[i + 1]);
+        const int high = qor::hexValue(in[i]), low = qor::hexValue(in[i + 1]);
         if (high < 0 || low < 0) {
             *bad = {kBadText, high < 0 ? i : i + 1};
             return -1;

@@ -1,6 +1,7 @@
 // Octets for people: qorPrintHex, plain or as a dump with offsets and
 // characters, and the two ready-made user print functions of OCTET STRING.
 #include "value/text_out.h"
+#include "common/hex.h"
 
 namespace qor {
 
@@ -82,17 +83,6 @@ void plainHex(TextOut &out, const unsigned char *data, size_t length)
         else if (count % 4 == 0)
             out.put(' ');
     }
-}
-
-int hexValue(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    return -1;
 }
 
 // The octets of a display string 'hhhh'H, one at a time.
