@@ -139,23 +139,28 @@ int writeArcs(const unsigned char *p, size_t length, unsigned mode, Sink &out)
     return 0;
 }
 
-int encodedToText(QorGlobal *world, const QorEncodedOid *encoded, QorBuf *text, unsigned mode)
+// Octets that end in a whole subidentifier, checked before any is read.
+int checkOctets(const QorEncodedOid *encoded)
 {
-    if (world == nullptr || encoded == nullptr || text == nullptr)
-        return QOR_BAD_ARG;
     if (encoded->length == 0)
         return QOR_DATA_ERROR;
     if (encoded->value == nullptr)
         return QOR_NULL_INPUT;
-    if ((encoded->value[encoded->length - 1] & 0x80) != 0)
-        return QOR_DATA_ERROR;
+    return (encoded->value[encoded->length - 1] & 0x80) != 0 ? QOR_DATA_ERROR : 0;
+}
 
+int encodedToText(QorGlobal *world, const QorEncodedOid *encoded, QorBuf *text, unsigned mode)
+{
+    if (world == nullptr || encoded == nullptr || text == nullptr)
+        return QOR_BAD_ARG;
     unsigned char local[kLocalRoom];
     const size_t length = text->length > 0 ? static_cast<size_t>(text->length) : 0;
     const Room room = roomFor(text->value, length, local);
     // The last octet stays for the terminator, which the clearing wrote.
     Sink out = {room.start, room.size - 1, false};
-    int code = writeArcs(encoded->value, encoded->length, mode, out);
+    int code = checkOctets(encoded);
+    if (code == 0)
+        code = writeArcs(encoded->value, encoded->length, mode, out);
     if (code != 0 && room.callers)
         room.start[0] = '\0';
     if (code == 0 && out.cut)
@@ -223,9 +228,6 @@ int textToEncoded(QorGlobal *world, const char *string, QorEncodedOid *encoded, 
 {
     if (world == nullptr || string == nullptr || encoded == nullptr)
         return QOR_BAD_ARG;
-    if (string[0] == '\0')
-        return QOR_LIMITED;
-
     unsigned char local[kLocalRoom];
     const Room room = roomFor(encoded->value, encoded->length, local);
     Sink out = {room.start, room.size, false};
