@@ -21,7 +21,7 @@ constexpr int kRange = QOR_PARAMETER_RANGE;
 
 struct Row {
     Mode mode;
-    const char *octets; // hex
+    const char *octets; // hexadecimal
     int code;
     const char *text;
 };
@@ -67,7 +67,7 @@ protected:
 std::string repeated(const char *piece, size_t n, const char *last = "")
 {
     std::string s;
-    for (size_t i = 0; i < n; i++)
+    while (n-- > 0)
         s += piece;
     return s + last;
 }
@@ -103,9 +103,9 @@ TEST_F(OidConversion, VectorsBothWays)
     for (const Row &r : rows) {
         std::string text;
         Bytes octets;
-        EXPECT_EQ(toText(r.mode, hex(r.octets), &text), 0) << r.text;
+        EXPECT_EQ(toText(r.mode, hex(r.octets), &text), r.code) << r.text;
         EXPECT_EQ(text, r.text);
-        EXPECT_EQ(toOctets(r.mode, r.text, &octets), 0) << r.text;
+        EXPECT_EQ(toOctets(r.mode, r.text, &octets), r.code) << r.text;
         EXPECT_EQ(octets, hex(r.octets)) << r.text;
     }
 }
