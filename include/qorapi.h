@@ -83,6 +83,7 @@ extern "C" {
 #define QOR_UNKNOWN_RULES 22
 #define QOR_RULES_NOT_LINKED 23
 #define QOR_NOT_SUPPORTED 25
+#define QOR_PARAMETER_RANGE 33
 #define QOR_LIBRARY_LOAD_FAILED 97
 
 /* Exported data. While `_qorSetGlobalUserVar` is 0, qorinit keeps `userVar`. */
@@ -394,6 +395,42 @@ void qorPrintXML(QorGlobal *world, const unsigned char *data, QorLong length, in
  * dotted address, each octet in decimal. */
 void qorPrintOctetAsASCII(QorGlobal *world, const char *display);
 void qorPrintOctetAsIPAddress(QorGlobal *world, const char *display);
+
+/* Object identifier conversions, between the contents octets of an OBJECT
+ * IDENTIFIER or RELATIVE-OID and its dotted text ("1.2.840") or value
+ * notation ("{ 1 2 840 }"). An arc takes up to 64 bits.
+ *
+ * The contents go in the record of the encoded representation. The text goes
+ * in a QorBuf, zero-terminated; its `length` counts the terminator. Either
+ * output record with `value` set and `length` above 0 is the caller's buffer,
+ * cleared first. Otherwise the result is made in a buffer of 2048 octets and
+ * handed over in memory from the context's allocator, which the caller frees
+ * with qorFreeMemory; after a code other than 0 and 1 the record is cleared.
+ *
+ * Octets to text: 6 a null context or record; 11 null octets; 5 no octets, or
+ * a subidentifier unfinished at the end; 33 a subidentifier with more than 72
+ * value bits or an arc of more than 21 digits; 1 a text that does not fit,
+ * cut and still zero-terminated (handed over so, without a caller's buffer);
+ * 8 no memory. Leading 0x80 octets of a subidentifier add nothing.
+ *
+ * Text to octets: numbers, with any run of blanks, ".", "{" and "}" around
+ * them, so that every call reads both forms. 6 a null context, text or
+ * record; 10 an empty text, another character, or fewer arcs than two (one
+ * for a relative identifier); 33 an arc beyond 64 bits, or against the first
+ * arcs' rules (a first arc above 2, a second above 39 under 0 and 1, a third
+ * outside 1 to 26 under 0.0); 1 octets that do not fit, cut; 8 no memory. */
+typedef struct QorEncodedOid {
+    uint16_t length;
+    unsigned char *value;
+} QorEncodedOid;
+int qorEncodedOidToDotVal(QorGlobal *world, const QorEncodedOid *encoded, QorBuf *text);
+int qorEncodedOidToAsnVal(QorGlobal *world, const QorEncodedOid *encoded, QorBuf *text);
+int qorEncodedRelOidToDotVal(QorGlobal *world, const QorEncodedOid *encoded, QorBuf *text);
+int qorEncodedRelOidToAsnVal(QorGlobal *world, const QorEncodedOid *encoded, QorBuf *text);
+int qorDotValToEncodedOid(QorGlobal *world, const char *string, QorEncodedOid *encoded);
+int qorAsnValToEncodedOid(QorGlobal *world, const char *string, QorEncodedOid *encoded);
+int qorDotValToEncodedRelOid(QorGlobal *world, const char *string, QorEncodedOid *encoded);
+int qorAsnValToEncodedRelOid(QorGlobal *world, const char *string, QorEncodedOid *encoded);
 
 #ifdef __cplusplus
 }

@@ -71,7 +71,7 @@ void unpack(QorGlobal *world, const unsigned char *p, QorLong length, Arc *out)
             value = (value << 7) | (c & 0x7f);
         } while ((c & 0x80) != 0);
         if (index == 0) {
-            QorULong first = value < 40 ? 0 : value < 80 ? 1 : 2;
+            QorULong first = firstArcOf(value);
             out[0] = static_cast<Arc>(first);
             out[1] = static_cast<Arc>(value - 40 * first);
         } else {
@@ -83,7 +83,7 @@ void unpack(QorGlobal *world, const unsigned char *p, QorLong length, Arc *out)
 
 } // namespace
 
-int subidentifierSize(QorULong subid)
+int subidentifierSize(uint64_t subid)
 {
     int n = 1;
     while ((subid >>= 7) != 0)
@@ -91,7 +91,7 @@ int subidentifierSize(QorULong subid)
     return n;
 }
 
-unsigned char *putSubidentifier(unsigned char *out, QorULong subid)
+unsigned char *putSubidentifier(unsigned char *out, uint64_t subid)
 {
     int n = subidentifierSize(subid);
     out[n - 1] = static_cast<unsigned char>(subid & 0x7f);
@@ -102,13 +102,21 @@ unsigned char *putSubidentifier(unsigned char *out, QorULong subid)
     return out + n;
 }
 
+int firstPairFault(uint64_t first, uint64_t second, const uint64_t *third)
+{
+    if (first > 2 || (first < 2 && second > 39))
+        return first < 2 ? 1 : 0;
+    if (first == 0 && second == 0 && third != nullptr && (*third == 0 || *third > 26))
+        return 2;
+    return -1;
+}
+
 QorULong firstSubidentifier(QorGlobal *world, QorULong first, QorULong second,
                             const QorULong *third)
 {
-    if (first > 2 || (first < 2 && second > 39))
-        raise(world, Msg::kBadObjectIdentifier, longValue(first < 2 ? 1 : 0));
-    if (first == 0 && second == 0 && third != nullptr && (*third == 0 || *third > 26))
-        raise(world, Msg::kBadObjectIdentifier, longValue(2));
+    const uint64_t wideThird = third != nullptr ? *third : 0;
+    const int fault = firstPairFault(first, second, third != nullptr ? &wideThird : nullptr);
+    raiseIf(world, fault >= 0, Msg::kBadObjectIdentifier, fault);
     raiseIf(world, second > UINT32_MAX - 40 * first, Msg::kBadObjectIdentifier, 3);
     return 40 * first + second;
 }
@@ -179,6 +187,48 @@ void unpackArcs(QorGlobal *world, const unsigned char *contents, QorLong length,
 void unpackArcs(QorGlobal *world, const unsigned char *contents, QorLong length, QorULong *out)
 {
     unpack(world, contents, length, out);
+}
+
+WideSubid firstSubidentifier(unsigned first, uint64_t second)
+{
+    const uint64_t low = second + 40 * uint64_t{first};
+    return {low, static_cast<uint8_t>(low < second ? 1 : 0)};
+}
+
+bool takeSubidOctet(WideSubid &subid, unsigned char octet)
+{
+    if ((subid.high >> 1) != 0)
+        return false;
+    subid.high = static_cast<uint8_t>(subid.high << 7 | subid.low >> 57);
+    subid.low = subid.low << 7 | (octet & 0x7f);
+    return true;
+}
+
+WideSubid secondArcOf(WideSubid subid)
+{
+    const uint64_t less = 40 * uint64_t{firstArcOf(subid)};
+    return {subid.low - less, static_cast<uint8_t>(subid.high - (subid.low < less ? 1 : 0))};
+}
+
+int subidentifierSize(WideSubid subid)
+{
+    if (subid.high == 0)
+        return subidentifierSize(subid.low);
+    int bits = 64;
+    for (unsigned high = subid.high; high != 0; high >>= 1)
+        bits++;
+    return (bits + 6) / 7;
+}
+
+unsigned char *putSubidentifier(unsigned char *out, WideSubid subid)
+{
+    const int n = subidentifierSize(subid);
+    for (int i = n - 1; i >= 0; i--) {
+        out[i] = static_cast<unsigned char>((subid.low & 0x7f) | (i == n - 1 ? 0 : 0x80));
+        subid.low = subid.low >> 7 | uint64_t{subid.high} << 57;
+        subid.high = static_cast<uint8_t>(subid.high >> 7);
+    }
+    return out + n;
 }
 
 } // namespace qor

@@ -25,15 +25,23 @@ constexpr QorLong kMaxIdentifierArcs = kMaxIdentifierContents + 1;
 
 // ---------------------------------------------------------------- packing
 
-[[nodiscard]] int subidentifierSize(QorULong subid);
+[[nodiscard]] int subidentifierSize(uint64_t subid);
 
 // Writes `subid` at `out`; returns the end.
-unsigned char *putSubidentifier(unsigned char *out, QorULong subid);
+unsigned char *putSubidentifier(unsigned char *out, uint64_t subid);
+
+// The first-pair rules: the first arc is 0, 1 or 2, and under 0 and 1 the
+// second is below 40; under 0.0 a third arc, when there is one (`third` not
+// null), names a letter of the recommendations, 1 to 26. Returns the index
+// of the arc that breaks them, or -1.
+[[nodiscard]] int firstPairFault(uint64_t first, uint64_t second, const uint64_t *third);
+
+// The first arc that a first subidentifier holds.
+inline unsigned firstArcOf(uint64_t subid) { return subid < 40 ? 0 : subid < 80 ? 1 : 2; }
 
 // The first subidentifier of `first`.`second`, `third` being the third arc
-// or null. The first arc is 0, 1 or 2, and under 0 and 1 the second is below
-// 40 (message kBadObjectIdentifier with 0 and 1); under 0.0 a third arc
-// names a letter, 1 to 26 (with 2); and the sum must fit 32 bits (with 3).
+// or null: a break of the first-pair rules is message kBadObjectIdentifier
+// with the arc's index, and the sum must fit 32 bits (with 3).
 [[nodiscard]] QorULong firstSubidentifier(QorGlobal *world, QorULong first, QorULong second,
                                           const QorULong *third);
 
@@ -77,5 +85,35 @@ inline QorLong arcCount(QorLong subids) { return subids == 0 ? 0 : subids + 1; }
 // index, refused before the shift that would lose its top bits.
 void unpackArcs(QorGlobal *world, const unsigned char *contents, QorLong length, uint16_t *out);
 void unpackArcs(QorGlobal *world, const unsigned char *contents, QorLong length, QorULong *out);
+
+// ---------------------------------------------------------------- wide arcs
+
+// Arcs of up to 64 bits, as the text conversions take them. The first
+// subidentifier then holds up to 2^64 + 79, and a reader takes up to nine
+// octets of value bits: `high` holds the bits above the low 64.
+struct WideSubid {
+    uint64_t low;
+    uint8_t high;
+};
+
+// The first subidentifier of `first`.`second`, the rules already checked.
+[[nodiscard]] WideSubid firstSubidentifier(unsigned first, uint64_t second);
+
+// Takes the next octet of a subidentifier into `subid`; false, with `subid`
+// as it was, when its value bits would pass nine octets.
+[[nodiscard]] bool takeSubidOctet(WideSubid &subid, unsigned char octet);
+
+// The two arcs that a first subidentifier holds; the second is borrowed
+// down across the two halves.
+inline unsigned firstArcOf(WideSubid subid)
+{
+    return subid.high != 0 ? 2 : firstArcOf(subid.low);
+}
+[[nodiscard]] WideSubid secondArcOf(WideSubid subid);
+
+// At most 11 octets: nine octets of value bits take 72 / 7 groups and a part.
+constexpr int kMaxWideSubidSize = 11;
+[[nodiscard]] int subidentifierSize(WideSubid subid);
+unsigned char *putSubidentifier(unsigned char *out, WideSubid subid);
 
 } // namespace qor

@@ -32,12 +32,13 @@ TEST(Layout, SmallRecords)
     EXPECT_EQ(sizeof(QorFieldRecord), 24u);
     EXPECT_EQ(sizeof(QorOpenType), 24u);
     EXPECT_EQ(sizeof(QorOpenTypeUser), 32u);
+    EXPECT_EQ(sizeof(QorEncodedOid), 16u);
     expectPins({
         PIN(QorBuf, value, 8), PIN(QorMemBlockRecord, slot, 8), PIN(QorMemBlockRecord, next, 424),
         PIN(QorFieldInfo, kind, 16), PIN(QorFieldRecord, index, 16), PIN(QorOpenType, length, 4),
         PIN(QorOpenType, encoded, 8), PIN(QorOpenType, decoded, 16),
         PIN(QorOpenTypeUser, userField, 24), PIN(QorMixedReal, value.binary, 8),
-        PIN(QorMixedReal, value.decimal.text, 16)
+        PIN(QorMixedReal, value.decimal.text, 16), PIN(QorEncodedOid, value, 8)
     });
 }
 
