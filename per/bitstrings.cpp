@@ -18,7 +18,6 @@ using namespace qor;
 
 namespace {
 
-constexpr uint64_t kMaxTotal = kMaxStringTotal;
 constexpr uint64_t kKeepAll = UINT64_MAX;
 // `lb` of a varying bit string through a pointer whose value is cut to `ub`.
 constexpr QorULong kCutToUpper = 0xFFFFFFFF;
@@ -53,7 +52,9 @@ void putValue(QorGlobal *world, const unsigned char *src, uint64_t n, bool align
 
 // A value whose length has no usable upper bound: general lengths, and
 // fragments of whole multiples of 16384 items from 16384 on; `unit` bits
-// an item, so a fragment of 65536 bits is 8192 octets.
+// an item, so a fragment of 65536 bits is 8192 octets. The loop of the
+// string writers' `encodeParts` cut down to this one case: it runs for
+// every OCTET STRING, so it stays this short.
 void putFragmented(QorGlobal *world, const unsigned char *data, QorULong count, unsigned unit)
 {
     uint64_t left = count;
@@ -117,7 +118,7 @@ template <class Obtain> uint64_t decodeInto(QorGlobal *world, const Shape &s, Ob
 
 unsigned char *newMemory(QorGlobal *world, uint64_t size, bool cleared)
 {
-    raiseIf(world, size > kMaxTotal, Msg::kOutOfMemory, -1);
+    raiseIf(world, size > kMaxStringTotal, Msg::kOutOfMemory, -1);
     const auto n = static_cast<QorLong>(size);
     return static_cast<unsigned char *>(cleared ? _qor_dec_getmem(world, n)
                                                 : _qor_dec_getmem_internal(world, n));
@@ -280,7 +281,7 @@ QorULong _qor_pdec_constr_ubit_ia(QorGlobal *world, unsigned char **result, QorU
         *result = nullptr;
         return 0;
     }
-    return decodeUnbounded(world, result, constrained(1, lb, ub, kMaxTotal, Msg::kSizeTooLong));
+    return decodeUnbounded(world, result, constrained(1, lb, ub, kMaxStringTotal, Msg::kSizeTooLong));
 }
 
 QorULong _qor_pdec_constr_uoct_ia(QorGlobal *world, unsigned char **result, QorULong lb,
@@ -290,7 +291,7 @@ QorULong _qor_pdec_constr_uoct_ia(QorGlobal *world, unsigned char **result, QorU
         *result = nullptr;
         return 0;
     }
-    return decodeUnbounded(world, result, constrained(8, lb, ub, kMaxTotal, Msg::kSizeTooLong));
+    return decodeUnbounded(world, result, constrained(8, lb, ub, kMaxStringTotal, Msg::kSizeTooLong));
 }
 
 QorULong _qor_pdec_constr_vbit_ia(QorGlobal *world, unsigned char *target, QorULong lb, QorULong ub)
@@ -314,7 +315,7 @@ QorULong _qor_pdec_constr_vbit_ptr_ia(QorGlobal *world, void **result, QorULong 
         return emptyRecord(world, result, headerSize);
     if (lb == kCutToUpper) {
         // Any length; the copy stops at `ub`, the rest is read past.
-        Shape s = unconstrained(1, kMaxTotal, Msg::kSizeTooLong);
+        Shape s = unconstrained(1, kMaxStringTotal, Msg::kSizeTooLong);
         s.keep = ub;
         return decodeRecord(world, result, headerSize, s, ub);
     }
@@ -327,7 +328,7 @@ QorULong _qor_pdec_constr_voct_ptr_ia(QorGlobal *world, void **result, QorULong 
     if (ub == 0)
         return emptyRecord(world, result, headerSize);
     return decodeRecord(world, result, headerSize,
-                        constrained(8, lb, ub, kMaxTotal, Msg::kSizeTooLong));
+                        constrained(8, lb, ub, kMaxStringTotal, Msg::kSizeTooLong));
 }
 
 void _qor_pdec_constr_pbit_l(QorGlobal *world, void *target, QorULong size, QorULong lb,
@@ -349,12 +350,12 @@ QorULong _qor_pdec_constr_bpbit_l(QorGlobal *world, unsigned char *target, QorUL
 
 QorULong _qor_pdec_unconstr_ubit_ia(QorGlobal *world, unsigned char **result)
 {
-    return decodeUnbounded(world, result, unconstrained(1, kMaxTotal, Msg::kSizeTooLong));
+    return decodeUnbounded(world, result, unconstrained(1, kMaxStringTotal, Msg::kSizeTooLong));
 }
 
 QorULong _qor_pdec_unconstr_uoct_ia(QorGlobal *world, unsigned char **result)
 {
-    return decodeUnbounded(world, result, unconstrained(8, kMaxTotal, Msg::kSizeTooLong));
+    return decodeUnbounded(world, result, unconstrained(8, kMaxStringTotal, Msg::kSizeTooLong));
 }
 
 QorULong _qor_pdec_unconstr_vbit_ia(QorGlobal *world, unsigned char *target, QorULong capacity)
@@ -371,22 +372,22 @@ QorULong _qor_pdec_unconstr_voct_ia(QorGlobal *world, unsigned char *target, Qor
 
 QorULong _qor_pdec_unconstr_vbit_ptr_ia(QorGlobal *world, void **result, QorULong headerSize)
 {
-    return decodeRecord(world, result, headerSize, unconstrained(1, kMaxTotal, Msg::kSizeTooLong));
+    return decodeRecord(world, result, headerSize, unconstrained(1, kMaxStringTotal, Msg::kSizeTooLong));
 }
 
 QorULong _qor_pdec_unconstr_voct_ptr_ia(QorGlobal *world, void **result, QorULong headerSize)
 {
-    return decodeRecord(world, result, headerSize, unconstrained(8, kMaxTotal, Msg::kSizeTooLong));
+    return decodeRecord(world, result, headerSize, unconstrained(8, kMaxStringTotal, Msg::kSizeTooLong));
 }
 
 void _qor_pdec_unconstr_pbit(QorGlobal *world, void *target, QorULong size)
 {
-    decodeWord(world, target, size, unconstrained(1, kMaxTotal, Msg::kSizeExceeded));
+    decodeWord(world, target, size, unconstrained(1, kMaxStringTotal, Msg::kSizeExceeded));
 }
 
 QorULong _qor_pdec_unconstr_bpbit(QorGlobal *world, unsigned char *target, QorULong size)
 {
-    return decodeByteArray(world, target, size, unconstrained(1, kMaxTotal, Msg::kSizeExceeded));
+    return decodeByteArray(world, target, size, unconstrained(1, kMaxStringTotal, Msg::kSizeExceeded));
 }
 
 } // extern "C"

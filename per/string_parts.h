@@ -86,15 +86,14 @@ inline void checkSize(QorGlobal *world, uint64_t count, const QorStringDescripto
                 static_cast<QorLong>(count));
 }
 
-// Writes a value of `count` characters of `width` bits after its extension
-// bit (`extended` its value): `write(offset, n)` writes `n` characters from
-// `offset` at the cursor.
+// Writes a value of `count` items of `width` bits, sized `lower` to `upper`
+// (`lower` above `upper`: no usable size constraint), after its extension
+// bit (`extended` its value): `write(offset, n)` writes `n` items from
+// `offset` at the cursor. Character, bit and octet strings alike.
 template <class Write>
-void encodeParts(QorGlobal *world, uint64_t count, const QorStringDescriptor *desc, bool extended,
+void encodeParts(QorGlobal *world, uint64_t count, QorULong lower, QorULong upper, bool extended,
                  unsigned width, Write write)
 {
-    const QorULong lower = desc->lowerSize;
-    const QorULong upper = desc->upperSize;
     const bool sized = lower <= upper;
     if (lower == upper && upper < kConstrainedLimit && !extended) {
         if (fixedRunAligns(width, upper))
@@ -106,17 +105,17 @@ void encodeParts(QorGlobal *world, uint64_t count, const QorStringDescriptor *de
     const QorULong lb = sized ? lower : 0;
     const QorULong ub = sized ? upper : 0;
     const bool needsClose = (!sized || upper >= kConstrainedLimit) && count >= kFragmentUnit;
-    const unsigned char extendedLength = (!sized || extended || needsClose) ? 1 : 0;
+    const bool extendedLength = !sized || extended || needsClose;
     if (count == 0) {
-        _qor_penc_length_l(world, 0, lb, ub, extendedLength);
+        encodeLength64(world, 0, lb, ub, extendedLength);
         return;
     }
     const bool alignRuns = varyingRunAligns(width, upper, extended);
     uint64_t done = 0;
-    QorULong last = 0;
+    uint64_t last = 0;
     while (done < count) {
         const uint64_t left = count - done;
-        last = _qor_penc_length_l(world, static_cast<QorULong>(left), lb, ub, extendedLength);
+        last = encodeLength64(world, left, lb, ub, extendedLength);
         // A length routine that hands out nothing or too much would loop or overrun.
         raiseIf(world, last == 0 || last > left, Msg::kImpossible, static_cast<QorLong>(last));
         if (alignRuns)

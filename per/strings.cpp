@@ -104,7 +104,7 @@ inline void putUsual(QorGlobal *world, const unsigned char *text, QorULong count
     const CharCoding coding = charCoding(world, desc, extended, 8);
     checkNarrowAlphabet(world, text, count, desc->alphabet);
 
-    encodeParts(world, count, desc, extended, coding.width, [&](uint64_t offset, uint64_t n) {
+    encodeParts(world, count, desc->lowerSize, desc->upperSize, extended, coding.width, [&](uint64_t offset, uint64_t n) {
         writeNarrowChars(world, text + offset, n, coding, desc->alphabet);
     });
 }

@@ -36,7 +36,7 @@ void encodeUtf8(QorGlobal *world, const Char *chars, QorULong count)
     unsigned char *text = local;
     if (sizingOnly(world)) {
         // Only the count matters.
-        encodeParts(world, uint64_t(octets), &kOctetRun, false, 8,
+        encodeParts(world, uint64_t(octets), 1, 0, false, 8,
                     [&](uint64_t, uint64_t part) { _qor_append(world, local, static_cast<QorULong>(part * 8), 0); });
         return;
     }

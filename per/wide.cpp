@@ -75,7 +75,7 @@ void encodeWide(QorGlobal *world, const Char *chars, QorULong count, const QorSt
     if (c.alphabet != nullptr && !c.tree)
         checkTableAlphabet(world, chars, count, c.alphabet);
     const unsigned w = c.coding.width;
-    encodeParts(world, count, desc, extended, w, [&](uint64_t offset, uint64_t n) {
+    encodeParts(world, count, desc->lowerSize, desc->upperSize, extended, w, [&](uint64_t offset, uint64_t n) {
         const Char *run = chars + offset;
         if (w == 0) {
             // Nothing goes, but a tree still refuses what it lacks.
