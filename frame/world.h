@@ -14,6 +14,16 @@ struct QorFixup {
     int bitOffset;
 };
 
+// The information object sets of the control table; `setTable` is the
+// context's own copy of the changeable sets' entries.
+struct QorObjectSets {
+    QorLong setCount;
+    QorInfoObjectNode **fixedSets;
+    QorLong extensibleCount;
+    QorObjectSetEntry *setTable;
+    QorUniqueFn uniqueFn;
+};
+
 using QorVprintFn = int (*)(QorGlobal *world, const char *format, va_list args);
 
 // Allocated by qorinit with `mallocp`; copied byte for byte by qorDupWorld,
@@ -28,15 +38,7 @@ struct QorGlobalPrivate {
     QorMemBlockRecord encStackBase;
     QorMemBlockRecord *encStackTop; // points into this record
     unsigned char padBits;
-    // The information object sets of the control table; `setTable` is the
-    // context's own copy of the changeable sets' entries.
-    struct {
-        QorLong setCount;
-        QorInfoObjectNode **fixedSets;
-        QorLong extensibleCount;
-        QorObjectSetEntry *setTable;
-        QorUniqueFn uniqueFn;
-    } infoObjectSets;
+    QorObjectSets infoObjectSets;
     QorXapiEntries *xapiEntries;
     // The XML prolog's settings; the caller's texts, kept, not copied.
     const char *xmlStylesheet;

@@ -57,17 +57,24 @@ bool copyList(QorGlobalPrivate *p, const QorInfoObjectNode *node, const void *sk
     return true;
 }
 
+// The context's sets when `setNumber` names one of them, else null.
+const QorObjectSets *setsNaming(const QorGlobal *world, int setNumber)
+{
+    if (world == nullptr || world->privateArea == nullptr)
+        return nullptr;
+    const QorObjectSets *sets = &world->privateArea->infoObjectSets;
+    return setNumber >= 1 && setNumber <= sets->setCount ? sets : nullptr;
+}
+
 // The entry of a changeable set, or the code that refuses the number.
 int entryOf(QorGlobal *world, int setNumber, QorObjectSetEntry **entry)
 {
-    if (world == nullptr || world->privateArea == nullptr)
+    const QorObjectSets *sets = setsNaming(world, setNumber);
+    if (sets == nullptr || sets->setTable == nullptr)
         return QOR_BAD_ARG;
-    const auto &sets = world->privateArea->infoObjectSets;
-    if (sets.setTable == nullptr || setNumber < 1 || setNumber > sets.setCount)
-        return QOR_BAD_ARG;
-    if (setNumber > sets.extensibleCount)
+    if (setNumber > sets->extensibleCount)
         return kFixedSet;
-    *entry = &sets.setTable[setNumber - 1];
+    *entry = &sets->setTable[setNumber - 1];
     return 0;
 }
 
@@ -82,6 +89,17 @@ bool ownList(QorGlobalPrivate *p, QorObjectSetEntry *e, const void *skip)
     e->runtime = reinterpret_cast<QorInfoObjectNode *>(head);
     e->compiled = nullptr;
     return true;
+}
+
+// A copy of `count` entries from the library's allocator; null when memory
+// runs out.
+QorObjectSetEntry *copyTable(QorGlobalPrivate *p, const QorObjectSetEntry *table, QorLong count)
+{
+    const size_t bytes = static_cast<size_t>(count) * sizeof(QorObjectSetEntry);
+    auto *copy = static_cast<QorObjectSetEntry *>(p->privMalloc(bytes));
+    if (copy != nullptr)
+        memcpy(copy, table, bytes);
+    return copy;
 }
 
 } // namespace
@@ -108,11 +126,9 @@ int copyObjectSets(QorGlobalPrivate *to, const QorGlobalPrivate *from)
     const auto &sets = from->infoObjectSets;
     if (sets.setTable == nullptr || sets.extensibleCount <= 0)
         return 0;
-    const size_t bytes = static_cast<size_t>(sets.extensibleCount) * sizeof(QorObjectSetEntry);
-    auto *table = static_cast<QorObjectSetEntry *>(to->privMalloc(bytes));
+    QorObjectSetEntry *table = copyTable(to, sets.setTable, sets.extensibleCount);
     if (table == nullptr)
         return QOR_OUT_OF_MEMORY;
-    memcpy(table, sets.setTable, bytes);
     // Each context frees its own nodes and bits: take copies of them.
     for (QorLong i = 0; i < sets.extensibleCount; i++) {
         table[i].runtime = nullptr;
@@ -154,12 +170,8 @@ int qorInitXObjectSetTable(QorGlobal *world, QorLong setCount, QorInfoObjectNode
     sets.uniqueFn = uniqueFn;
     if (table == nullptr || extensibleCount <= 0)
         return 0;
-    const size_t bytes = static_cast<size_t>(extensibleCount) * sizeof(QorObjectSetEntry);
-    sets.setTable = static_cast<QorObjectSetEntry *>(p->privMalloc(bytes));
-    if (sets.setTable == nullptr)
-        return QOR_OUT_OF_MEMORY;
-    memcpy(sets.setTable, table, bytes);
-    return 0;
+    sets.setTable = copyTable(p, table, extensibleCount);
+    return sets.setTable != nullptr ? 0 : QOR_OUT_OF_MEMORY;
 }
 
 int qorAddInfoObject(QorGlobal *world, int setNumber, void *object)
@@ -233,22 +245,19 @@ int qorRemoveInfoObject(QorGlobal *world, int setNumber, void *object)
 
 void *qorGetInfoObject(QorGlobal *world, int setNumber, void *key)
 {
-    if (world == nullptr || world->privateArea == nullptr)
-        return nullptr;
-    const auto &sets = world->privateArea->infoObjectSets;
-    if (setNumber < 1 || setNumber > sets.setCount || sets.uniqueFn == nullptr)
+    const auto *sets = setsNaming(world, setNumber);
+    if (sets == nullptr || sets->uniqueFn == nullptr)
         return nullptr;
     void *cell = nullptr;
-    return sets.uniqueFn(world, setNumber, &cell, key, 2) == 0 ? cell : nullptr;
+    return sets->uniqueFn(world, setNumber, &cell, key, 2) == 0 ? cell : nullptr;
 }
 
 QorInfoObjectNode *qorGetInfoObjectSet(QorGlobal *world, int setNumber)
 {
-    if (world == nullptr || world->privateArea == nullptr)
+    const auto *found = setsNaming(world, setNumber);
+    if (found == nullptr)
         return nullptr;
-    const auto &sets = world->privateArea->infoObjectSets;
-    if (setNumber < 1 || setNumber > sets.setCount)
-        return nullptr;
+    const auto &sets = *found;
     if (setNumber > sets.extensibleCount)
         return sets.fixedSets != nullptr ? sets.fixedSets[setNumber - 1 - sets.extensibleCount] : nullptr;
     if (sets.setTable == nullptr)

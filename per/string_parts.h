@@ -184,8 +184,7 @@ uint64_t walkParts(QorGlobal *world, const StringValue &v, uint64_t limit, Msg l
 
 // The first walk: bounds and input checked, nothing stored; the cursor
 // comes back to the first length.
-template <class = void>
-uint64_t measureParts(QorGlobal *world, const StringValue &v, uint64_t limit, Msg limitMsg)
+inline uint64_t measureParts(QorGlobal *world, const StringValue &v, uint64_t limit, Msg limitMsg)
 {
     const Cursor saved(world);
     const uint64_t total = walkParts(world, v, limit, limitMsg, [&](QorULong n, uint64_t) {

@@ -35,9 +35,8 @@ void encodeUtf8(QorGlobal *world, const Char *chars, QorULong count)
     unsigned char local[kLocalOctets];
     unsigned char *text = local;
     if (sizingOnly(world)) {
-        // Only the count matters.
-        encodeParts(world, uint64_t(octets), 1, 0, false, 8,
-                    [&](uint64_t, uint64_t part) { _qor_append(world, local, static_cast<QorULong>(part * 8), 0); });
+        // Only the count matters: a sizing pass reads none of the octets.
+        _qor_penc_nkmstr_l(world, local, static_cast<QorULong>(octets));
         return;
     }
     if (octets > kLocalOctets)
