@@ -228,8 +228,11 @@ uint64_t decodeString(QorGlobal *world, const StringValue &v, uint64_t limit, Ms
     return total;
 }
 
+// New decoder memory of `size` octets; a size past 32 bits is refused, not
+// cut to its low bits.
 inline unsigned char *decoderMemory(QorGlobal *world, uint64_t size)
 {
+    raiseIf(world, size > INT32_MAX, Msg::kOutOfMemory, -1);
     return static_cast<unsigned char *>(_qor_dec_getmem(world, static_cast<QorLong>(size)));
 }
 
