@@ -14,7 +14,6 @@ using namespace qor;
 
 namespace {
 
-void messageBox(const char *title, const char *text) { fprintf(stderr, "%s: %s\n", title, text); }
 
 using GetHeader = QorControlTable *(*)(int);
 
@@ -25,7 +24,7 @@ extern "C" {
 int qorWinit(QorGlobal *world, QorControlTable *ctl, const char *library, void *window)
 {
     if (world == nullptr || (ctl == nullptr && library == nullptr)) {
-        messageBox("Error", "QorGlobal/Control Table Pointer Is NULL");
+        showMessage("QorGlobal/Control Table Pointer Is NULL", "Error");
         return QOR_BAD_ARG;
     }
     void *handle = nullptr;
@@ -45,7 +44,7 @@ int qorWinit(QorGlobal *world, QorControlTable *ctl, const char *library, void *
     }
     int result = qorinit(world, ctl);
     if (result != 0) {
-        messageBox("Error", "Cannot Initialize in Qorinit()");
+        showMessage("Cannot Initialize in Qorinit()", "Error");
         if (handle != nullptr)
             dlclose(handle);
         return result;
@@ -54,7 +53,7 @@ int qorWinit(QorGlobal *world, QorControlTable *ctl, const char *library, void *
     if (window != nullptr) {
         world->traceWindow = window;
         if (!openTraceTemp(world)) {
-            messageBox("Error", "Unable To Open a Temporary File");
+            showMessage("Unable To Open a Temporary File", "Error");
             qorWterm(world);
             return 27;
         }

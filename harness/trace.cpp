@@ -17,14 +17,9 @@ constexpr int kCannotOpen = 27;    // the file can't be opened
 constexpr int kCannotClose = 46;   // closing the file failed
 constexpr int kWindowFailed = 24;  // no window, or one already open
 
-// This platform has no windows: the window's calls do nothing, and the
-// texts it would show in message boxes go to standard error.
-void showMessage(const char *text, const char *title) { fprintf(stderr, "%s: %s\n", title, text); }
+// This platform has no windows: the window's calls do nothing.
 void updateWindow(QorGlobal *) {}
 char g_noWindow; // stands for the window handle
-
-// The process's window belongs to the context that opened it last.
-QorGlobal *g_windowOwner = nullptr;
 
 void freeChunks(QorGlobal *world)
 {
@@ -76,6 +71,8 @@ void finishLine(QorGlobal *world)
 }
 
 } // namespace
+
+void showMessage(const char *text, const char *title) { fprintf(stderr, "%s: %s\n", title, text); }
 
 bool openTraceTemp(QorGlobal *world)
 {
@@ -132,8 +129,6 @@ void endTrace(QorGlobal *world)
     if (world->privateArea != nullptr)
         freeChunks(world);
     closeTraceTemp(world);
-    if (g_windowOwner == world)
-        g_windowOwner = nullptr;
     world->traceWindow = nullptr;
 }
 
@@ -209,7 +204,6 @@ int qorOpenTraceWindow(QorGlobal *world)
     if (world->traceWindow != nullptr)
         return kWindowFailed;
     world->traceWindow = &g_noWindow;
-    g_windowOwner = world;
     if (world->traceTemp == nullptr && !openTraceTemp(world)) {
         showMessage("Unable To Open a Temporary File", "Error");
         world->traceWindow = nullptr;

@@ -19,6 +19,10 @@ struct TraceChunk {
     QorLong number; // from 1
 };
 
+// A message box's text and title: on standard error, as this platform has
+// no message boxes.
+void showMessage(const char *text, const char *title);
+
 // A temporary file for the window's text; false when none can be made.
 bool openTraceTemp(QorGlobal *world);
 // Closes and removes it.
