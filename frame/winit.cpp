@@ -14,7 +14,6 @@ using namespace qor;
 
 namespace {
 
-
 using GetHeader = QorControlTable *(*)(int);
 
 } // namespace
