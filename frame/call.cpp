@@ -38,7 +38,8 @@ int runCall(QorGlobal *world, bool trapping, const CallSteps &steps, void *call)
     volatile int code = 0;
     volatile bool armed = false;
 
-    resetCallState(world);
+    if (outerFrame == nullptr)
+        resetCallState(world); // a call inside another shares its state
     world->errMsgTarget = world->errMsgBuffer;
     world->jumpFrame = &frame;
     int exitValue = sigsetjmp(frame, trapping ? 1 : 0);

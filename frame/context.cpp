@@ -52,7 +52,6 @@ QorGlobalPrivate *newPrivate(QorGlobal *world, void *(*alloc)(size_t))
     p->privMalloc = world->mallocp;
     p->privFree = world->freep;
     p->encStackTop = &p->encStackBase;
-    p->fastPushChain = &p->fastPushChain;
     world->privateArea = p;
     return p;
 }
@@ -232,8 +231,8 @@ int qorDupWorld(QorGlobal *source, QorGlobal *target)
     if (from->moreFlags == &from->moreFlagsInline)
         p->moreFlags = &p->moreFlagsInline;
     p->encStackTop = &p->encStackBase;
-    p->fastPushChain = &p->fastPushChain;
-    p->fastPushCount = 0;
+    p->fixups.reset();
+    p->openTypes.reset();
     // A caller's temporary buffer is scratch of one thread's calls.
     p->tempBufferSize = 0;
     p->tempBuffer = nullptr;

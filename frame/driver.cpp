@@ -24,8 +24,8 @@ void startCoding(QorGlobal *world)
     p->seqSetDepth = 0;
     p->lastDecodedFlag = 0;
     world->decodeToTemporary = 0;
-    p->fastPushCount = 0;
-    p->fastPushChain = &p->fastPushChain;
+    p->fixups.reset();
+    p->openTypes.reset();
 }
 
 void resetEncoderStack(QorGlobal *world)

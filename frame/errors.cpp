@@ -355,11 +355,14 @@ void traceMessage(QorGlobal *world)
     QorGlobalPrivate *p = world->privateArea;
     QorULong debug = p != nullptr ? p->debugFlags : 0;
     QorULong flags = encoding ? world->encodingFlags : world->decodingFlags;
-    if ((debug & kDebugPrintErrors) == 0 && (flags & DEBUGPDU) == 0)
-        return;
-    printText(world, (debug & (encoding ? 0x22 : 0x09)) != 0 ? "\n" : "");
-    printText(world, encoding ? "The encoder error message:\n\n" : "The decoder error message:\n\n");
-    printText(world, qorGetErrMsg(world));
+    if ((debug & kDebugPrintErrors) != 0) {
+        if (encoding)
+            _qor_db_e_post(world, world->lastError, nullptr, 0);
+        else
+            _qor_db_d_post(world, world->lastError, 0, nullptr);
+    } else if ((flags & DEBUGPDU) != 0) {
+        printErrorMessage(world, encoding);
+    }
 }
 
 bool knownMessage(int message) { return message >= 0 && message < kMessageCount; }

@@ -45,5 +45,7 @@ inline void raiseIf(QorGlobal *world, bool failed, Msg message, QorLong value)
 
 // Text through the context's print route; nothing when `printStream` is null.
 void printText(QorGlobal *world, const char *text);
+// The latest message under its heading, as the debug output shows it.
+void printErrorMessage(QorGlobal *world, bool encoding);
 
 } // namespace qor

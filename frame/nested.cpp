@@ -72,7 +72,6 @@ QorGlobal *_qor_push_global(QorGlobal *world)
     p->xapiEntries = from->xapiEntries;
     p->encStackBase.count = 1;
     p->encStackTop = &p->encStackBase;
-    p->fastPushChain = &p->fastPushChain;
 
     nested->privateArea = p;
     nested->mallocp = world->mallocp;

@@ -2,17 +2,34 @@
 #pragma once
 
 #include "frame/export.h"
+#include "frame/record_stack.h"
 
 #include <cstdarg>
 
-// One fix-up record of a reserved PER open-type length.
+// A PER open-type length reserved in the output, to be filled in when its
+// contents are written. `written` is the output's octet count at the
+// reserved octet (`encLength` in sizing mode); `next` the octet after it,
+// which may be the first of the next block; `block` and `slot` the block
+// that holds the reserved octet.
 struct QorFixup {
     unsigned char *pos;
+    unsigned char *next;
     QorLong room;
+    QorLong written;
     QorMemBlockRecord *block;
-    QorLong slot;
+    int slot;
     int bitOffset;
 };
+
+// The outer input while the decoder reads the contents of an open type.
+struct QorOpenTypeView {
+    unsigned char *inPos;
+    QorLong inRoom;
+    unsigned char *joined; // the fragments' joined copy, in temporary memory
+    QorULong savedOffset;  // `bitOffset` with the marks below
+};
+constexpr QorULong kViewOfOneOctet = 0x4000;  // the contents were one octet
+constexpr QorULong kViewOffBoundary = 0x8000; // they began inside an octet
 
 // The information object sets of the control table; `setTable` is the
 // context's own copy of the changeable sets' entries.
@@ -56,13 +73,14 @@ struct QorGlobalPrivate {
     int constructedDepth;
     int seqSetLimit;
     int seqSetDepth;
-    void *fastPushChain; // points at itself when the fix-up stack is empty
-    int fastPushCount;
-    QorFixup fixups[4];
+    qor::RecordStack<QorFixup> fixups;
+    qor::RecordStack<QorOpenTypeView> openTypes;
     unsigned char lastDecodedFlag;
     void *userFieldCopy;
     void *userFieldCompare;
     QorULong debugFlags;
+    unsigned char *debugOutPos; // the output as the encode started, for the debug hooks
+    QorLong debugOutRoom;
     void *printPduHook;
     void *printHexHook;
     void *printXmlHook;

@@ -165,6 +165,9 @@ struct QorGlobal {
     /* Set by generated code: the PER unbounded bit and octet string decoders
      * put their result in temporary memory. The drivers clear it. */
     unsigned char decodeToTemporary;
+    /* Bit 0, set by generated code before _qor_pdec_push where an empty open
+     * type is an error; the push reads and clears it. */
+    unsigned char expectOpenTypeContent;
     QorFieldRecord *fieldStack;
     int pduNumber;
     const char *const *pduNames; /* (PDU name, type name) */

@@ -36,6 +36,22 @@ int qorInitXAPIentries(QorGlobal *world, QorXapiEntries *entries);
 QorGlobal *_qor_push_global(QorGlobal *world);
 QorGlobal *_qor_epop_global(QorGlobal *nested);
 
+/* A PER open type written in place: the push reserves its length where the
+ * cursor is, the pop fills it in once the contents are written (moving
+ * them on when the length needs more than one octet). Pairs nest. */
+void _qor_fast_push_global(QorGlobal *world);
+void _qor_fast_pop_global(QorGlobal *world);
+
+/* Debug output around a PDU, by the context's debug flags; silent in a
+ * sizing pass. `pos` and `room` are the output as the encode starts;
+ * `value` and `length` of the post hook the BER result (other rules
+ * gather their own). A non-zero `error` prints the message. */
+void _qor_db_e_pre(QorGlobal *world, int pdunum, void *value, QorLong reserved, unsigned char *pos,
+                   QorLong room);
+void _qor_db_e_post(QorGlobal *world, int error, unsigned char *value, QorLong length);
+void _qor_db_d_pre(QorGlobal *world, unsigned char *data, QorLong length);
+void _qor_db_d_post(QorGlobal *world, int error, int pdunum, void **output);
+
 /* Generated code refers to this so that a link against another platform's
  * run-time library fails. */
 void _qor_run_KROD_on_X86_64_LINUX(void);
@@ -650,6 +666,24 @@ void _qor_penc_utf8bmpstr_l(QorGlobal *world, const uint16_t *chars, QorULong co
 void _qor_penc_utf8unistr_l(QorGlobal *world, const QorULong *chars, QorULong count);
 QorLong _qor_pdec_utf8bmpstr_ia(QorGlobal *world, uint16_t **result);
 QorLong _qor_pdec_utf8unistr_ia(QorGlobal *world, QorULong **result);
+
+/* Open types: a finished encoding as an unconstrained OCTET STRING. An empty
+ * one is refused on encoding (message 82), and on decoding under strict
+ * rules or automatic decoding; the decoder clears `pduNum` and `decoded`. */
+void _qor_penc_opentype(QorGlobal *world, const QorOpenType *value);
+void _qor_pdec_opentype(QorGlobal *world, QorOpenType *value);
+/* The push makes an open type's contents the input (read in place when in
+ * one part, else a joined copy), the pop gives the outer input back and
+ * refuses contents left unread (unless relaxed). `expectOpenTypeContent`
+ * makes an empty one an error. */
+void *_qor_pdec_push(QorGlobal *world);
+void _qor_pdec_pop(QorGlobal *world);
+/* Extension additions: the presence bit mask (temporary memory) and its
+ * count of bits; then, once the known additions are decoded, the rest are
+ * stepped over and the mask freed. `_qor_pdec_sot` steps over one open type. */
+QorULong _qor_pdec_eap(QorGlobal *world, unsigned char **mask);
+void _qor_pdec_eas(QorGlobal *world, unsigned char *mask, QorULong bits, QorULong known);
+void _qor_pdec_sot(QorGlobal *world);
 
 /* A fragmented SEQUENCE OF: called before each part's items are decoded,
  * with the array's size in octets with (`newBytes`) and without (`oldBytes`)

@@ -79,6 +79,40 @@ void memQueueFree(QorGlobal *world, QorFreeFn release)
     resetQueue(world);
 }
 
+void truncateOutput(QorGlobal *world, QorMemBlockRecord *record, int slot)
+{
+    QorFreeFn hook = outputBlockRelease(world);
+    auto release = [world, hook](void *piece) {
+        if (hook != nullptr)
+            hook(world, piece);
+    };
+    // Newest first, as memQueueFree gives them back: the records after
+    // `record`, turned round, each after its blocks; then the blocks of
+    // `record` after `slot`.
+    QorMemBlockRecord *newest = nullptr;
+    for (QorMemBlockRecord *r = record->next; r != nullptr;) {
+        QorMemBlockRecord *next = r->next;
+        r->next = newest;
+        newest = r;
+        r = next;
+    }
+    record->next = nullptr;
+    world->blockQueueTail = record;
+    while (newest != nullptr) {
+        QorMemBlockRecord *older = newest->next;
+        while (newest->count > 0) {
+            world->totalBytes -= QOR_BLOCK_SIZE;
+            release(newest->slot[--newest->count]);
+        }
+        release(newest);
+        newest = older;
+    }
+    while (record->count > slot + 1) {
+        world->totalBytes -= QOR_BLOCK_SIZE;
+        release(record->slot[--record->count]);
+    }
+}
+
 void memQueueForget(QorGlobal *world, QorFreeFn release)
 {
     releaseAddedRecords(world, release);

@@ -77,6 +77,10 @@ void releaseTemp(QorGlobal *world);
 // Forward output: `n` octets at the cursor, counted in `encLength`.
 void appendBytes(QorGlobal *world, const void *data, QorLong n);
 
+// Forward output goes back to block `slot` of `record`: the blocks after it
+// are released.
+void truncateOutput(QorGlobal *world, QorMemBlockRecord *record, int slot);
+
 // After a failed encode: the canonical SET OF frames, the encoder stack.
 void unwindBlockStack(QorGlobal *world);
 void releaseEncoderStack(QorGlobal *world);

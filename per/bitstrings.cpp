@@ -214,6 +214,20 @@ void decodeWord(QorGlobal *world, void *target, QorULong size, const Shape &s)
 
 } // namespace
 
+// An unconstrained OCTET STRING in temporary memory: fragments joined.
+QorULong qor::readJoinedOctets(QorGlobal *world, unsigned char **result)
+{
+    unsigned char *out = nullptr;
+    const uint64_t total = decodeInto(world, unconstrained(8, kMaxStringTotal, Msg::kSizeTooLong),
+                                      [&](uint64_t n) {
+                                          if (n != 0)
+                                              out = temporaryMemory(world, n);
+                                          return out;
+                                      });
+    *result = out;
+    return static_cast<QorULong>(total);
+}
+
 extern "C" {
 
 void _qor_penc_fix_bit(QorGlobal *world, const unsigned char *bits, QorULong count)

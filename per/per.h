@@ -96,6 +96,10 @@ inline void putLengthAt(QorGlobal *world, uint64_t length, uint64_t lb, uint64_t
 // general writer. Returns the items to write next.
 uint64_t encodeLength64(QorGlobal *world, uint64_t length, uint64_t lb, uint64_t ub,
                         bool extended);
+// An unconstrained OCTET STRING read into temporary memory, its fragments
+// joined; returns the count (null for none).
+QorULong readJoinedOctets(QorGlobal *world, unsigned char **result);
+
 // The normally small length: 1 to 64 in seven bits, else a general length.
 QorULong decodeSmallLength(QorGlobal *world, unsigned char *done);
 

@@ -27,6 +27,7 @@ struct PrintCall {
     int pdunum;
     void *value;
     QorULong outerOpenType;
+    bool insideCall; // a print from a debug hook: the outer call owns temporary memory
 };
 
 // Display strings take temporary memory, which goes when the print ends,
@@ -42,14 +43,16 @@ int printInFrame(QorGlobal *world, void *data)
 {
     auto *call = static_cast<PrintCall *>(data);
     int result = call->entry(world, call->pdunum, call->value);
-    releasePrintTemp(world);
+    if (!call->insideCall)
+        releasePrintTemp(world);
     return result;
 }
 
 void unwindPrint(QorGlobal *world, void *data)
 {
     auto *call = static_cast<PrintCall *>(data);
-    releasePrintTemp(world);
+    if (!call->insideCall)
+        releasePrintTemp(world);
     // A nested open type that failed had no chance to clear its flag.
     world->internalFlags = (world->internalFlags & ~kPrintingOpenType) | call->outerOpenType;
 }
@@ -60,7 +63,8 @@ constexpr CallSteps kPrintCall = {printInFrame, unwindPrint};
 int runPrintEntry(QorGlobal *world, QorValueEntry entry, int pdunum, void *value)
 {
     const bool trapping = ((world->encodingFlags | world->decodingFlags) & NOTRAPPING) == 0;
-    PrintCall call = {entry, pdunum, value, world->internalFlags & kPrintingOpenType};
+    PrintCall call = {entry, pdunum, value, world->internalFlags & kPrintingOpenType,
+                      world->jumpFrame != nullptr};
     // Messages read as the decoder's, which is how the values came about.
     world->operation = QOR_OP_DECODE;
     world->printIndent = 0;
@@ -193,7 +197,6 @@ int printPDU(QorGlobal *world, int pdunum, void *value, QorControlTable *ctl)
     localPrivate.privMalloc = local.mallocp;
     localPrivate.privFree = local.freep;
     localPrivate.encStackTop = &localPrivate.encStackBase;
-    localPrivate.fastPushChain = &localPrivate.fastPushChain;
     local.privateArea = &localPrivate;
     local.ctlTable = ctl;
     int result = qorPrintPDU(&local, pdunum, value);

@@ -82,6 +82,7 @@ TEST(Layout, Context)
         PIN(QorGlobal, internalFlags, 604), PIN(QorGlobal, jumpFrame, 608),
         PIN(QorGlobal, lastError, 624), PIN(QorGlobal, errMsgTarget, 632),
         PIN(QorGlobal, userBuffer, 640), PIN(QorGlobal, decodeToTemporary, 641),
+        PIN(QorGlobal, expectOpenTypeContent, 642),
         PIN(QorGlobal, fieldStack, 648),
         PIN(QorGlobal, pduNumber, 656), PIN(QorGlobal, pduNames, 664),
         PIN(QorGlobal, operation, 672), PIN(QorGlobal, outPos, 680), PIN(QorGlobal, outRoom, 688),
