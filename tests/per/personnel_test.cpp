@@ -29,6 +29,10 @@ const Row kRows[] = {
      &personnelExample},
     {"personnel-constrained.asn", "UPER", QOR_PER_UNALIGNED, PDU_PersonnelConstrained, 61, 3,
      &personnelExample},
+    {"personnel-extensible.asn", "PER", QOR_PER_ALIGNED, PDU_PersonnelExtensible, 83, 0,
+     &personnelExtensibleExample},
+    {"personnel-extensible.asn", "UPER", QOR_PER_UNALIGNED, PDU_PersonnelExtensible, 65, 1,
+     &personnelExtensibleExample},
     {nullptr, "PER", QOR_PER_ALIGNED, PDU_Gauges, 51, 0, &gaugesExample},
     {nullptr, "UPER", QOR_PER_UNALIGNED, PDU_Gauges, 47, 3, &gaugesExample},
     {nullptr, "PER", QOR_PER_ALIGNED, PDU_Bits, 20, 6, &bitsExample},
@@ -73,10 +77,12 @@ TEST_F(PerPersonnel, EncodesExactlyTheReferenceAndDecodesBack)
             return;
         seen++;
         ASSERT_EQ(v->encoding.size(), row.octets);
-        expectRoundTrip(&world, row.pdu, &personnelExample, v->encoding, expectPersonnelExample);
-        EXPECT_EQ(encodePdu(&world, row.pdu, &personnelExample), v->encoding);
+        const auto &value = *static_cast<const PersonnelRecord *>(row.value);
+        expectRoundTrip(&world, row.pdu, row.value, v->encoding,
+                        [&](void *decoded) { expectPersonnel(decoded, value); });
+        EXPECT_EQ(encodePdu(&world, row.pdu, row.value), v->encoding);
         EXPECT_EQ(qorDetermineNumberOfPadBits(&world), row.padBits);
-        EXPECT_EQ(qorDetermineEncodingLength(&world, row.pdu, &personnelExample),
+        EXPECT_EQ(qorDetermineEncodingLength(&world, row.pdu, row.value),
                   static_cast<QorLong>(row.octets));
         EXPECT_EQ(qorDetermineNumberOfPadBits(&world), row.padBits) << "sizing mode";
     });

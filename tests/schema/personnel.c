@@ -25,8 +25,8 @@ static char john[] = "John", p[] = "P", smith[] = "Smith", director[] = "Directo
 static char hired[] = "19710917", mary[] = "Mary", t[] = "T", ralph[] = "Ralph";
 static char ralphBorn[] = "19571111", susan[] = "Susan", b[] = "B", jones[] = "Jones";
 static char susanBorn[] = "19590717";
-static ChildInformation exampleChildren[2] = {{{ralph, t, smith}, ralphBorn},
-                                              {{susan, b, jones}, susanBorn}};
+static ChildInformation exampleChildren[2] = {{{ralph, t, smith}, ralphBorn, 0, 0},
+                                              {{susan, b, jones}, susanBorn, 0, 0}};
 PersonnelRecord personnelExample = {
     {john, p, smith}, director, 51, hired, {mary, t, smith}, {2, exampleChildren}};
 

@@ -181,6 +181,15 @@ static void printChild(QorGlobal *world, const void *value)
     nextComponent(world);
     qorPrint(world, "dateOfBirth ");
     _qor_prt_nchar(world, v->dateOfBirth);
+    if (v->bit_mask & ChildInformation_sex_present) {
+        static const char *const sexNames[] = {"male", "female", "unknown"};
+        nextComponent(world);
+        qorPrint(world, "sex ");
+        if (v->sex >= 1 && v->sex <= 3)
+            qorPrint(world, "%s", sexNames[v->sex - 1]);
+        else
+            qorPrint(world, "%ld", (long)v->sex);
+    }
     endValue(world);
 }
 
@@ -377,6 +386,8 @@ int testSchemaPrint(QorGlobal *world, int pdunum, void *value)
         break;
     case PDU_PersonnelRecord:
     case PDU_PersonnelConstrained:
+    case PDU_PersonnelExtensible:
+    case PDU_PersonnelExtensibleFirst:
         printPersonnel(world, (const PersonnelRecord *)value);
         break;
     case PDU_Envelope:

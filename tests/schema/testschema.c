@@ -33,7 +33,8 @@ const char *const testSchemaPduNames[PDU_COUNT][2] = {
     {"Raw", "OCTET STRING"}, {"Fault", "Fault"},   {"Bag", "Bag"},
     {"Bags", "Bags"},        {"Record", "Record"}, {"PersonnelRecord", "PersonnelRecord"},
     {"Envelope", "Envelope"}, {"Chain", "Chain"}, {"PersonnelRecord", "PersonnelRecord"},
-    {"Gauges", "Gauges"}, {"Texts", "Texts"}, {"Bits", "Bits"}};
+    {"Gauges", "Gauges"}, {"Texts", "Texts"}, {"Bits", "Bits"},
+    {"PersonnelRecord", "PersonnelRecord"}, {"PersonnelRecord", "PersonnelRecord"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -634,6 +635,8 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
         return 0;
     case PDU_PersonnelRecord:
     case PDU_PersonnelConstrained:
+    case PDU_PersonnelExtensible:
+    case PDU_PersonnelExtensibleFirst:
         personnelFree(world, (PersonnelRecord *)value);
         return 0;
     case PDU_Envelope: {
@@ -679,9 +682,16 @@ static int perEncode(QorGlobal *world, int pdunum, void *value)
     world->perAligned = world->encRules == QOR_PER_ALIGNED;
     switch (pdunum) {
     case PDU_PersonnelRecord:
+        personnelPerEncode(world, (const PersonnelRecord *)value, PersonnelPlain);
+        break;
     case PDU_PersonnelConstrained:
-        personnelPerEncode(world, (const PersonnelRecord *)value,
-                           pdunum == PDU_PersonnelConstrained);
+        personnelPerEncode(world, (const PersonnelRecord *)value, PersonnelConstrained);
+        break;
+    case PDU_PersonnelExtensible:
+        personnelPerEncode(world, (const PersonnelRecord *)value, PersonnelExtensible);
+        break;
+    case PDU_PersonnelExtensibleFirst:
+        personnelPerEncode(world, (const PersonnelRecord *)value, PersonnelExtensibleFirst);
         break;
     case PDU_Gauges:
         gaugesPerEncode(world, (const Gauges *)value);
@@ -708,8 +718,16 @@ static int perDecode(QorGlobal *world, int *pdunum, void **output)
     world->perAligned = world->encRules == QOR_PER_ALIGNED;
     switch (*pdunum) {
     case PDU_PersonnelRecord:
+        value = personnelPerDecode(world, PersonnelPlain);
+        break;
     case PDU_PersonnelConstrained:
-        value = personnelPerDecode(world, *pdunum == PDU_PersonnelConstrained);
+        value = personnelPerDecode(world, PersonnelConstrained);
+        break;
+    case PDU_PersonnelExtensible:
+        value = personnelPerDecode(world, PersonnelExtensible);
+        break;
+    case PDU_PersonnelExtensibleFirst:
+        value = personnelPerDecode(world, PersonnelExtensibleFirst);
         break;
     case PDU_Gauges:
         value = gaugesPerDecode(world);

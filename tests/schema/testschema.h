@@ -23,7 +23,9 @@ enum {
     PDU_Gauges = 10, /* constrained whole numbers, ENUMERATED, strings: PER only */
     PDU_Texts = 11,  /* character strings in every memory form: PER only */
     PDU_Bits = 12, /* bit and octet strings in every memory form: PER only */
-    PDU_COUNT = 12
+    PDU_PersonnelExtensible = 13, /* with extension markers and an addition: PER only */
+    PDU_PersonnelExtensibleFirst = 14, /* its first version, without the addition: PER only */
+    PDU_COUNT = 14
 };
 
 /* Raw ::= OCTET STRING */
@@ -117,9 +119,13 @@ typedef struct Name {
     char *familyName;
 } Name;
 
+/* `sex` is an extension addition of the extensible module (below). */
 typedef struct ChildInformation {
     Name name;
     char *dateOfBirth;
+    unsigned char bit_mask;
+#define ChildInformation_sex_present 0x80
+    QorLong sex; /* ENUMERATED { male(1), female(2), unknown(3) } */
 } ChildInformation;
 
 typedef struct PersonnelRecord {
@@ -143,13 +149,26 @@ void personnelEncode(QorGlobal *world, const PersonnelRecord *value, unsigned ch
 void *personnelDecode(QorGlobal *world, unsigned char **pos, QorLong *room);
 void personnelFree(QorGlobal *world, PersonnelRecord *value);
 
-/* The same value type in a second module whose strings are constrained:
+/* The same value type in three more modules. The constrained one:
  * NameString ::= VisibleString (FROM("a".."z" | "A".."Z" | "-.") ^ SIZE(1..64)),
  * the initial a NameString (SIZE(1)), Date ::= VisibleString (FROM("0".."9")
- * ^ SIZE(8)). Its BER is the same; PER differs. The PER entries take the
- * module: 0 unconstrained, 1 constrained. */
-void personnelPerEncode(QorGlobal *world, const PersonnelRecord *value, int constrained);
-void *personnelPerDecode(QorGlobal *world, int constrained);
+ * ^ SIZE(8)). Its BER is the same; PER differs. The extensible one: the
+ * constrained one with extension markers in PersonnelRecord, Name and
+ * ChildInformation, extensible sizes (NameString SIZE(1..64, ...), Date
+ * SIZE(8, ..., 9..20), children SIZE(2, ...)), EmployeeNumber INTEGER
+ * (0..9999, ...), children OPTIONAL, and the addition `sex` in
+ * ChildInformation. Its first version, the same without `sex`, knows no
+ * addition. The PER entries take the module. */
+enum PersonnelModule {
+    PersonnelPlain = 0,
+    PersonnelConstrained = 1,
+    PersonnelExtensible = 2,
+    PersonnelExtensibleFirst = 3
+};
+void personnelPerEncode(QorGlobal *world, const PersonnelRecord *value, int module);
+void *personnelPerDecode(QorGlobal *world, int module);
+/* The value of the extensible module's example: the second child's sex is female. */
+extern PersonnelRecord personnelExtensibleExample;
 
 /* Gauges ::= SEQUENCE {
  *     tiny   INTEGER (0..7),

@@ -103,10 +103,11 @@ void expectName(const Name &a, const Name &b)
 
 } // namespace
 
-void expectPersonnelExample(const void *decoded)
+void expectPersonnelExample(const void *decoded) { expectPersonnel(decoded, personnelExample); }
+
+void expectPersonnel(const void *decoded, const PersonnelRecord &want)
 {
     const auto &got = *static_cast<const PersonnelRecord *>(decoded);
-    const PersonnelRecord &want = personnelExample;
     expectName(got.name, want.name);
     EXPECT_STREQ(got.title, want.title);
     EXPECT_EQ(got.number, want.number);
@@ -116,6 +117,8 @@ void expectPersonnelExample(const void *decoded)
     for (QorLong i = 0; i < got.children.count; i++) {
         expectName(got.children.value[i].name, want.children.value[i].name);
         EXPECT_STREQ(got.children.value[i].dateOfBirth, want.children.value[i].dateOfBirth);
+        EXPECT_EQ(got.children.value[i].bit_mask, want.children.value[i].bit_mask);
+        EXPECT_EQ(got.children.value[i].sex, want.children.value[i].sex);
     }
 }
 

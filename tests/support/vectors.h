@@ -25,5 +25,7 @@ std::vector<Vector> vectorsFor(const std::string &schema, const std::string &rul
 
 // Expects a decoded PersonnelRecord to hold the values of personnelExample.
 void expectPersonnelExample(const void *decoded);
+// The same against another PersonnelRecord value.
+void expectPersonnel(const void *decoded, const PersonnelRecord &want);
 
 } // namespace qortest
