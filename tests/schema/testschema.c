@@ -680,6 +680,7 @@ static int perEncode(QorGlobal *world, int pdunum, void *value)
     world->pduNumber = pdunum;
     world->pduNames = testSchemaPduNames[pdunum - 1];
     world->perAligned = world->encRules == QOR_PER_ALIGNED;
+    _qor_db_e_pre(world, pdunum, value, 0, world->outPos, world->outRoom);
     switch (pdunum) {
     case PDU_PersonnelRecord:
         personnelPerEncode(world, (const PersonnelRecord *)value, PersonnelPlain);
@@ -705,6 +706,7 @@ static int perEncode(QorGlobal *world, int pdunum, void *value)
     default:
         _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
     }
+    _qor_db_e_post(world, 0, NULL, 0);
     return 0;
 }
 
@@ -716,6 +718,7 @@ static int perDecode(QorGlobal *world, int *pdunum, void **output)
     world->pduNumber = *pdunum;
     world->pduNames = testSchemaPduNames[*pdunum - 1];
     world->perAligned = world->encRules == QOR_PER_ALIGNED;
+    _qor_db_d_pre(world, world->inPos, world->inRoom);
     switch (*pdunum) {
     case PDU_PersonnelRecord:
         value = personnelPerDecode(world, PersonnelPlain);
@@ -742,6 +745,7 @@ static int perDecode(QorGlobal *world, int *pdunum, void **output)
         _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);
     }
     *output = value;
+    _qor_db_d_post(world, 0, *pdunum, output);
     return 0;
 }
 
