@@ -69,6 +69,7 @@ protected:
     int decode(bool aligned, const Bytes &input, const std::function<void()> &body,
                bool lenient = false)
     {
+        qortest::startCall(&world);
         world.perAligned = aligned ? 1 : 0;
         world.bitOffset = 0;
         world.inPos = const_cast<unsigned char *>(input.data());

@@ -257,8 +257,15 @@ void expectEveryAllocationMayFail(QorGlobal *world, int pdu, void *value, const 
     CountingAllocator::reset();
 }
 
+void startCall(QorGlobal *world)
+{
+    world->privateArea->fixups.reset();
+    world->privateArea->openTypes.reset();
+}
+
 void startWriting(QorGlobal *world, bool aligned, bool sizing)
 {
+    startCall(world);
     releaseBlocks(world);
     setFlag(world->encodingFlags, DETERMINE_ENC_LENGTH, sizing);
     world->perAligned = aligned ? 1 : 0;

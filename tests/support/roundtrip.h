@@ -86,6 +86,9 @@ template <class Word> void setFlag(Word &word, QorULong flag, bool on)
     word = static_cast<Word>(on ? word | flag : word & ~flag);
 }
 
+// Forgets the open-type records a failed call left, as a driver does.
+void startCall(QorGlobal *world);
+
 // Fresh output for a PER primitive: into the library's blocks, or only
 // counted when `sizing`.
 void startWriting(QorGlobal *world, bool aligned, bool sizing = false);
