@@ -157,12 +157,15 @@ const bool personnelRegistered = [] {
             benchmark::RegisterBenchmark(
                 (std::string("Personnel/") + r.name + "/" + ways[w].name).c_str(), personnel,
                 ways[w].run, r.rules);
-    // PER-only PDUs: strings of every memory form, bit and octet strings.
+    // PER-only PDUs: strings of every memory form, bit and octet strings,
+    // the extensible PersonnelRecord with its addition in an open type.
     const struct {
         const char *name;
         int pdu;
         void *value;
-    } pdus[] = {{"Texts", PDU_Texts, &textsExample}, {"Bits", PDU_Bits, &bitsExample}};
+    } pdus[] = {{"Texts", PDU_Texts, &textsExample},
+                {"Bits", PDU_Bits, &bitsExample},
+                {"PersonnelExtensible", PDU_PersonnelExtensible, &personnelExtensibleExample}};
     for (const auto &p : pdus)
         for (const auto &r : rules)
             if (r.rules == QOR_PER_ALIGNED || r.rules == QOR_PER_UNALIGNED)

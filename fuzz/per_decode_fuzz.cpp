@@ -11,7 +11,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (input.empty())
         input.push_back(0); // a QorBuf needs an octet to point at
     for (int rules : {QOR_PER_ALIGNED, QOR_PER_UNALIGNED}) {
-        for (int pdu : {PDU_PersonnelRecord, PDU_PersonnelConstrained, PDU_Gauges, PDU_Texts, PDU_Bits}) {
+        for (int pdu : {PDU_PersonnelRecord, PDU_PersonnelConstrained, PDU_Gauges, PDU_Texts, PDU_Bits,
+                        PDU_PersonnelExtensible, PDU_PersonnelExtensibleFirst}) {
             if (qorSetEncodingRules(world, rules) != 0)
                 __builtin_trap();
             qorfuzz::decodeOnce(world, pdu, input, static_cast<QorLong>(size));
