@@ -5,7 +5,6 @@
 #include <csetjmp>
 
 #include "frame/errors.h"
-#include "frame/trap.h"
 
 namespace qor {
 
@@ -27,7 +26,8 @@ void resetCallState(QorGlobal *world)
 
 } // namespace
 
-int runCall(QorGlobal *world, bool trapping, const CallSteps &steps, void *call)
+int runCall(QorGlobal *world, bool trapping, const CallSteps &steps, void *call,
+            const FrameOptions &options)
 {
     sigjmp_buf frame;
     TrapState trap;
@@ -38,9 +38,11 @@ int runCall(QorGlobal *world, bool trapping, const CallSteps &steps, void *call)
     volatile int code = 0;
     volatile bool armed = false;
 
-    if (outerFrame == nullptr)
-        resetCallState(world); // a call inside another shares its state
-    world->errMsgTarget = world->errMsgBuffer;
+    if (!options.keepState) {
+        if (outerFrame == nullptr)
+            resetCallState(world); // a call inside another shares its state
+        world->errMsgTarget = world->errMsgBuffer;
+    }
     world->jumpFrame = &frame;
     int exitValue = sigsetjmp(frame, trapping ? 1 : 0);
     if (exitValue != 0) {
@@ -60,12 +62,12 @@ int runCall(QorGlobal *world, bool trapping, const CallSteps &steps, void *call)
         // After a failed call the message stays as it is; a call inside
         // another gives that one its target back.
         world->jumpFrame = outerFrame;
-        world->errMsgTarget = outerFrame != nullptr ? outerTarget : nullptr;
+        world->errMsgTarget = outerFrame != nullptr || options.keepState ? outerTarget : nullptr;
         return code;
     }
     if (trapping) {
         armed = true; // the old handler is kept before anything can fail
-        armTrap(world, &trap);
+        armTrap(world, &trap, options.traps);
     }
     int result = steps.run(world, call);
     if (armed) {

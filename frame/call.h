@@ -5,6 +5,7 @@
 // code. The call supplies only its steps.
 #pragma once
 
+#include "frame/trap.h"
 #include "frame/world.h"
 
 namespace qor {
@@ -18,6 +19,15 @@ struct CallSteps {
     void (*unwind)(QorGlobal *world, void *call);
 };
 
-int runCall(QorGlobal *world, bool trapping, const CallSteps &steps, void *call);
+// What sets a frame apart. The constraint checker's traps on a list of its
+// own and leaves the per-call state (field stack, nested contexts, output
+// blocks, temporary range, message target) as it finds it.
+struct FrameOptions {
+    TrapList *traps = &callTraps;
+    bool keepState = false;
+};
+
+int runCall(QorGlobal *world, bool trapping, const CallSteps &steps, void *call,
+            const FrameOptions &options = {});
 
 } // namespace qor

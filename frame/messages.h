@@ -83,6 +83,9 @@ enum class Msg : int {
     kConstructedTooDeep = 180,
     kFragmentsNotGrouped = 254,
     kTimeFragmented = 258,
+    kBadOidIri = 286,    // the whole OID-IRI value is at fault
+    kBadOidIriArc = 287, // one of its arcs
+    kContainerLength = 306,
 };
 
 } // namespace qor

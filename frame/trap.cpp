@@ -1,4 +1,4 @@
-// The process-wide trap list, its guard, and the signal-11 handler.
+// The process-wide trap lists, their guard, and the drivers' signal-11 handler.
 #include "frame/trap.h"
 
 #include <cstring>
@@ -17,7 +17,6 @@ struct CriticalSection {
     bool initialised;
 };
 CriticalSection criticalSection;
-QorTrapRecord *trapList;
 
 void lock(CriticalSection *cs)
 {
@@ -31,12 +30,12 @@ void unlock(CriticalSection *cs)
         pthread_mutex_unlock(&cs->mutex);
 }
 
-void unlink(QorTrapRecord *r)
+void unlink(TrapList *list, QorTrapRecord *r)
 {
     if (r->prev != nullptr)
         r->prev->next = r->next;
-    else if (trapList == r)
-        trapList = r->next;
+    else if (list->head == r)
+        list->head = r->next;
     if (r->next != nullptr)
         r->next->prev = r->prev;
     r->next = r->prev = nullptr;
@@ -44,7 +43,7 @@ void unlink(QorTrapRecord *r)
 
 // Adds `record` for `world`; with a null `world`, removes the record of this
 // process and thread.
-bool beginTrap(QorGlobal *world, QorTrapRecord *record)
+bool beginTrap(QorGlobal *world, QorTrapRecord *record, TrapList *list)
 {
     void *sync = world != nullptr ? world->syncObject : syncObjectOfProcess();
     if (sync == nullptr)
@@ -56,12 +55,12 @@ bool beginTrap(QorGlobal *world, QorTrapRecord *record)
         record->tid = pthread_self();
         record->world = world;
         record->prev = nullptr;
-        record->next = trapList;
-        if (trapList != nullptr)
-            trapList->prev = record;
-        trapList = record;
+        record->next = list->head;
+        if (list->head != nullptr)
+            list->head->prev = record;
+        list->head = record;
     } else {
-        unlink(record);
+        unlink(list, record);
     }
     unlock(cs);
     return true;
@@ -69,37 +68,47 @@ bool beginTrap(QorGlobal *world, QorTrapRecord *record)
 
 void trapHandler(int signal)
 {
-    pid_t pid = getpid();
-    pthread_t self = pthread_self();
-    for (QorTrapRecord *r = trapList; r != nullptr; r = r->next) {
-        if (r->pid == pid && pthread_equal(r->tid, self))
-            raise(r->world, Msg::kMemoryViolation, longValue(signal));
-    }
-    // Not ours: let the fault take its ordinary course when it happens again.
-    ::signal(signal, SIG_DFL);
+    if (QorGlobal *world = trappedWorld(&callTraps, signal))
+        raise(world, Msg::kMemoryViolation, longValue(signal));
 }
 
 } // namespace
 
+TrapList callTraps = {nullptr, trapHandler};
+
 void *syncObjectOfProcess() { return &criticalSection; }
 
-void armTrap(QorGlobal *world, TrapState *trap)
+QorGlobal *trappedWorld(const TrapList *list, int signal)
+{
+    pid_t pid = getpid();
+    pthread_t self = pthread_self();
+    for (QorTrapRecord *r = list->head; r != nullptr; r = r->next) {
+        if (r->pid == pid && pthread_equal(r->tid, self))
+            return r->world;
+    }
+    // Not ours: let the fault take its ordinary course when it happens again.
+    ::signal(signal, SIG_DFL);
+    return nullptr;
+}
+
+void armTrap(QorGlobal *world, TrapState *trap, TrapList *list)
 {
     struct sigaction action;
     memset(&action, 0, sizeof action);
-    action.sa_handler = trapHandler;
+    action.sa_handler = list->handler;
     sigemptyset(&action.sa_mask);
     sigaction(SIGSEGV, &action, &trap->oldAction);
     world->oldSignalHandler = &trap->oldAction;
     memset(&trap->record, 0, sizeof trap->record);
-    trap->listed = beginTrap(world, &trap->record);
+    trap->list = list;
+    trap->listed = beginTrap(world, &trap->record, list);
     raiseIf(world, !trap->listed, Msg::kSerializationError, 0);
 }
 
 void disarmTrap(QorGlobal *world, TrapState *trap)
 {
     if (trap->listed)
-        beginTrap(nullptr, &trap->record);
+        beginTrap(nullptr, &trap->record, trap->list);
     sigaction(SIGSEGV, &trap->oldAction, nullptr);
     world->oldSignalHandler = nullptr;
 }

@@ -356,6 +356,12 @@ int qorGetMemoryHandleStat(QorGlobal *world, void *handle, QorMemoryHandleStat *
 
 /* Value services. */
 int qorFreePDU(QorGlobal *world, int pdunum, void *value);
+/* Whether a value keeps the constraints of its type, by the generated
+ * constraint entry: 0, or a code that names the kind of violation (17 for
+ * one without a code of its own, 14 a memory violation under TRAPPING); 6
+ * for a null context or value. No message is made, and a table without
+ * constraint code gives 0. The operation stays a check after the call. */
+int qorCheckConstraints(QorGlobal *world, int pdunum, void *value);
 
 /* Printing. Text goes through the print route: with a null print stream
  * nothing is printed, user functions included; a user vprint function (on a

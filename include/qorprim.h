@@ -619,6 +619,45 @@ typedef struct QorStringDescriptor {
     QorULong flags;
 } QorStringDescriptor;
 
+/* Constraint checks, for the generated constraint entry and for encoders
+ * under strict checking. Each raises its violation by message index and
+ * returns nothing: inside qorCheckConstraints the index becomes a return
+ * code and no message is made; elsewhere the message is formatted as for any
+ * failure. _qor_chk_uenum is the same function as _qor_chk_enum (message 36
+ * when the value isn't among `count` values; a count of 0 refuses all).
+ * The alphabet checks raise message 29 with the first character outside:
+ * _qor_chk_pac takes 7-bit characters and the alphabet's `encodeTable`;
+ * the wide ones take the 256-entry table from `base` (an entry of 255 is
+ * outside unless `count` is 256 or more), or, with `count` 0xFFFFFFFF,
+ * `decodeTable` as a range list: the nodes of a compact alphabet tree
+ * without the leading mark. */
+void _qor_chk_enum(QorGlobal *world, QorLong value, const QorEnumTable *record);
+void _qor_chk_uenum(QorGlobal *world, QorULong value, const QorEnumTable *record);
+void _qor_chk_pac(QorGlobal *world, const char *data, QorULong length,
+                  const QorPermittedAlphabet *alphabet);
+void _qor_chk_pac2(QorGlobal *world, const uint16_t *data, QorULong count,
+                   const QorPermittedAlphabet *alphabet);
+void _qor_chk_pac4(QorGlobal *world, const QorULong *data, QorULong count,
+                   const QorPermittedAlphabet *alphabet);
+/* UTF-8 form, message 135: sequences of 1 to 6 octets, whole, with
+ * continuation octets where they belong. Overlong forms and surrogates pass,
+ * as do 5- and 6-octet sequences; stricter checking is a later choice. The
+ * zero-terminated form takes a null text as valid. */
+void _qor_checkUtf8String(QorGlobal *world, const unsigned char *data, QorLong length);
+void _qor_checkUtf8String_nlltrm(QorGlobal *world, const char *text);
+/* The value inside a CONTAINING BIT or OCTET STRING of `length` (bits for a
+ * BIT STRING) took all of it but `read` octets, message 306 otherwise; in
+ * `flags` 0x20 a BIT STRING, 0x10 pad bits allowed, the low four bits the
+ * unused bits of the last octet (BIT STRING) or a mark of one extra octet at
+ * the end (OCTET STRING). Octets left over at `data` may be XML white space. */
+void _qor_check_container(QorGlobal *world, QorULong read, QorULong flags,
+                          const unsigned char *data, QorULong length);
+/* An OID-IRI of `length` octets: bit 0 of `flags` absolute ("/ISO/..."),
+ * else relative; bit 1 a value from an encoding, whose message shows the
+ * whole value. Message 286 for the value's form, 287 for an arc, with the
+ * piece at fault cut to 127 characters. */
+void _qor_check_oid_iri(QorGlobal *world, const char *text, QorLong length, QorULong flags);
+
 /* Known-multiplier strings, one octet a character. Only the top bit of
  * `extensionMark` counts: set for a value outside the extension root. */
 void _qor_penc_kmstr(QorGlobal *world, const char *chars, QorULong count,

@@ -82,6 +82,9 @@ QorULong treeIndexOf(const QorULong *tree, QorULong ch);
 // The character of `index`, or kNoCharacter.
 QorULong treeCharAt(const QorULong *tree, QorULong index);
 bool treeContains(const QorULong *tree, QorULong ch);
+// Membership in a compact tree's nodes without the mark, walked from the
+// control word at `list`: the range lists of the constraint checker.
+bool rangeListContains(const QorULong *list, QorULong ch);
 
 inline const QorULong *treeOf(const QorPermittedAlphabet *alphabet)
 {

@@ -12,22 +12,22 @@ constexpr QorULong kCompactMark = 0xFFFFFFFF;
 constexpr QorULong kSmallerFollows = 1u << 25;
 constexpr QorULong kGreaterDistance = 0xFFFF;
 
-// A node seen through its first index word, present or not: word 1 is the
-// control word, word 2 the character or lower bound.
+// A node seen through its control word; the full form's nodes have their
+// first index in the word before it, the compact form's none.
 struct Node {
-    const QorULong *w; // the compact form's nodes start one word before w
+    const QorULong *c;
     bool compact;
 
-    QorULong kind() const { return w[1] >> 30; }
-    QorULong listSize() const { return (w[1] >> 26) & 7; }
-    QorULong firstIndex() const { return w[0]; }
-    QorULong low() const { return w[2]; }
+    QorULong kind() const { return c[0] >> 30; }
+    QorULong listSize() const { return (c[0] >> 26) & 7; }
+    QorULong firstIndex() const { return c[-1]; }
+    QorULong low() const { return c[1]; }
     QorULong high() const
     {
         switch (kind()) {
-        case kSingle: return w[2];
-        case kRange: return w[3];
-        default: return listSize() > 2 ? w[listSize() - 1] : 0;
+        case kSingle: return c[1];
+        case kRange: return c[2];
+        default: return listSize() > 2 ? c[listSize() - 2] : 0;
         }
     }
     // Characters the node stands for.
@@ -35,7 +35,7 @@ struct Node {
     {
         switch (kind()) {
         case kSingle: return 1;
-        case kRange: return w[3] - w[2] + 1;
+        case kRange: return c[2] - c[1] + 1;
         default: return listSize() > 2 ? listSize() - 2 : 0;
         }
     }
@@ -47,17 +47,17 @@ struct Node {
     }
     bool smaller(Node *next) const
     {
-        if (!(w[1] & kSmallerFollows))
+        if (!(c[0] & kSmallerFollows))
             return false;
-        next->w = w + size();
+        next->c = c + size();
         return true;
     }
     bool greater(Node *next) const
     {
-        const QorULong distance = w[1] & kGreaterDistance;
+        const QorULong distance = c[0] & kGreaterDistance;
         if (distance == 0)
             return false;
-        next->w = w + distance;
+        next->c = c + distance;
         return true;
     }
 };
@@ -65,14 +65,13 @@ struct Node {
 Node rootOf(const QorULong *tree)
 {
     // Compact: the mark stands where the first node's index would be.
-    return Node{tree, tree[0] == kCompactMark};
+    return Node{tree + 1, tree[0] == kCompactMark};
 }
 
 // The node that holds `ch` between its bounds, and its position there;
 // false when the alphabet lacks it.
-bool findChar(const QorULong *tree, QorULong ch, Node *found, QorULong *position)
+bool findChar(Node n, QorULong ch, Node *found, QorULong *position)
 {
-    Node n = rootOf(tree);
     for (;;) {
         if (ch < n.low()) {
             if (!n.smaller(&n))
@@ -87,12 +86,15 @@ bool findChar(const QorULong *tree, QorULong ch, Node *found, QorULong *position
                 return true;
             }
             for (QorULong i = 0; i < n.count(); i++) {
-                if (n.w[2 + i] == ch) {
+                if (n.c[1 + i] == ch) {
                     *position = i;
                     return true;
                 }
             }
-            return false;
+            // A list lacking it passes it on, as a range below it would:
+            // in a search tree nothing greater holds it either.
+            if (!n.greater(&n))
+                return false;
         }
     }
 }
@@ -103,7 +105,7 @@ QorULong treeIndexOf(const QorULong *tree, QorULong ch)
 {
     Node n{};
     QorULong position = 0;
-    if (tree[0] == kCompactMark || !findChar(tree, ch, &n, &position))
+    if (tree[0] == kCompactMark || !findChar(rootOf(tree), ch, &n, &position))
         return kNotInAlphabet;
     return n.firstIndex() + position;
 }
@@ -112,7 +114,14 @@ bool treeContains(const QorULong *tree, QorULong ch)
 {
     Node n{};
     QorULong position = 0;
-    return findChar(tree, ch, &n, &position);
+    return findChar(rootOf(tree), ch, &n, &position);
+}
+
+bool rangeListContains(const QorULong *list, QorULong ch)
+{
+    Node n{};
+    QorULong position = 0;
+    return findChar(Node{list, true}, ch, &n, &position);
 }
 
 QorULong treeCharAt(const QorULong *tree, QorULong index)
@@ -129,7 +138,7 @@ QorULong treeCharAt(const QorULong *tree, QorULong index)
                 return kNoCharacter;
         } else {
             const QorULong position = index - n.firstIndex();
-            return n.kind() == kList ? n.w[2 + position] : n.low() + position;
+            return n.kind() == kList ? n.c[1 + position] : n.low() + position;
         }
     }
 }

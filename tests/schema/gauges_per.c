@@ -44,7 +44,7 @@ static const unsigned char upperIndexes[128] = {
      15,  16,  17,  18,  19,  20,  21,  22,  23,  24,  25, 255, 255, 255, 255, 255,
     255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
     255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255};
-static const QorPermittedAlphabet upperAlphabet = {26, upperChars, upperIndexes, 0};
+const QorPermittedAlphabet upperAlphabet = {26, upperChars, upperIndexes, 0};
 static const QorStringDescriptor codeString = {&upperAlphabet, 1, 8, 8, 0x88 | (5 << 8)};
 
 /* digits: NumericString (SIZE (1..10)), " 0".."9", the index in 4 bits in both. */
@@ -58,7 +58,7 @@ static const unsigned char numericIndexes[128] = {
     255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
     255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
     255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255};
-static const QorPermittedAlphabet numericAlphabet = {11, numericChars, numericIndexes, 0};
+const QorPermittedAlphabet numericAlphabet = {11, numericChars, numericIndexes, 0};
 static const QorStringDescriptor digitsString = {&numericAlphabet, 1, 10, 10, 4 | (4 << 8)};
 
 /* note: VisibleString, the code in 8 bits aligned and 7 unaligned. */

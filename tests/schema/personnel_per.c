@@ -31,7 +31,7 @@ static const unsigned char nameIndexes[128] = {
      17,  18,  19,  20,  21,  22,  23,  24,  25,  26,  27, 255, 255, 255, 255, 255,
     255,  28,  29,  30,  31,  32,  33,  34,  35,  36,  37,  38,  39,  40,  41,  42,
      43,  44,  45,  46,  47,  48,  49,  50,  51,  52,  53, 255, 255, 255, 255, 255};
-static const QorPermittedAlphabet nameAlphabet = {54, nameChars, nameIndexes, 0};
+const QorPermittedAlphabet nameAlphabet = {54, nameChars, nameIndexes, 0};
 
 /* Date ::= VisibleString (FROM("0".."9") ^ SIZE(8)) */
 static const char digitChars[] = "0123456789";
@@ -44,7 +44,7 @@ static const unsigned char digitIndexes[128] = {
     255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
     255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
     255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255};
-static const QorPermittedAlphabet digitAlphabet = {10, digitChars, digitIndexes, 0};
+const QorPermittedAlphabet digitAlphabet = {10, digitChars, digitIndexes, 0};
 
 /* Aligned: 8 bits a character, its code; unaligned: 7 bits, its code. */
 static const QorStringDescriptor visibleString = {NULL, 1, 0, 0, 0x88 | (0x87 << 8)};

@@ -763,7 +763,8 @@ static int initEntry(QorGlobal *world)
     return 0;
 }
 
-QorXapiEntries testSchemaXapi = {26, NULL, NULL, NULL, NULL, 0, NULL, 0, NULL, NULL, 0, 0, NULL, NULL};
+QorXapiEntries testSchemaXapi = {26, NULL, NULL, NULL, NULL, 0, testSchemaConstraints,
+                                  0,  NULL, NULL, 0,    0,    NULL, NULL};
 
 QorControlTable testSchemaTable = {initEntry,       berEncode, berDecode, freeValue,
                                    QOR_BER_VERSION, perEncode, perDecode, QOR_PER_VERSION,

@@ -389,6 +389,13 @@ typedef struct Fault {
     QorLong written;
 } Fault;
 
+/* The permitted alphabets that the PER entries and the constraint entry
+ * share: NameString's, Date's, and Gauges' `code` and `digits`. */
+extern const QorPermittedAlphabet nameAlphabet, digitAlphabet, upperAlphabet, numericAlphabet;
+
+/* The constraint entry: the constraints of each PDU above that has any. */
+int testSchemaConstraints(QorGlobal *world, int pdunum, void *value);
+
 /* Each PDU's type reference and the name of its type, for messages. */
 extern const char *const testSchemaPduNames[PDU_COUNT][2];
 
