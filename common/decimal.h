@@ -1,7 +1,8 @@
 // REAL values as every encoding family sees them: the decimal text record
 // with its parser, formatter and ordering; the reading of decimal contents
 // with the library's own exponent steps; the special values a double or float
-// holds; and the split of a double into an odd binary mantissa and exponent.
+// holds; the split of a double into an odd binary mantissa and exponent, and
+// the binary contents made of them.
 // Nothing here looks at the process locale: digits, points and signs are
 // tested by their codes, and numbers are printed with std::to_chars.
 #pragma once
@@ -77,8 +78,8 @@ size_t formatDecimal(const DecimalRecord &record, char *buffer);
 // Writes `record` in the canonical form, on `frame` (`frameSize` octets)
 // when it fits, else in temporary memory, which the caller gives back
 // through `*temp` (null when the frame served).
-const char *formatCanonical(QorGlobal *world, DecimalRecord &record, char *frame,
-                            size_t frameSize, void **temp);
+[[nodiscard]] const char *formatCanonical(QorGlobal *world, DecimalRecord &record, char *frame,
+                                          size_t frameSize, void **temp);
 
 enum class DecimalOrder : int { kLess = -1, kEqual = 0, kGreater = 1, kUnordered = 2 };
 

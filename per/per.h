@@ -104,7 +104,7 @@ QorULong decodeSmallLength(QorGlobal *world, unsigned char *done);
 // them first (message 45): read in place on an octet boundary, else copied
 // to `frame` of `frameSize` octets or, when longer, to temporary memory that
 // the caller gives back through `*temp` (null when none was taken).
-const unsigned char *takeOctets(QorGlobal *world, QorULong length, unsigned char *frame,
-                                size_t frameSize, void **temp);
+[[nodiscard]] const unsigned char *takeOctets(QorGlobal *world, QorULong length,
+                                             unsigned char *frame, size_t frameSize, void **temp);
 
 } // namespace qor

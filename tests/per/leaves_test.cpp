@@ -76,8 +76,26 @@ using Arcs = std::vector<QorULong>;
 struct WideNode {
     WideNode *next;
     uint16_t other;
-    QorULong arc;
+    QorULong value;
 };
+
+// `nodes` linked in order, holding `arcs`.
+template <class Node> Node *chain(Node *nodes, const QorULong *arcs, QorLong n)
+{
+    for (QorLong i = 0; i < n; i++) {
+        nodes[i].next = i + 1 < n ? &nodes[i + 1] : nullptr;
+        nodes[i].value = static_cast<decltype(nodes[i].value)>(arcs[i]);
+    }
+    return nodes;
+}
+
+template <class Node> QorLong walk(const Node *p, QorULong *out)
+{
+    QorLong n = 0;
+    for (; p != nullptr; p = p->next)
+        out[n++] = p->value;
+    return n;
+}
 
 // Every encoder of arcs; `shortArcs` ones take 16-bit arcs.
 struct Writer {
@@ -93,45 +111,32 @@ const Writer kWriters[] = {
      }},
     {false, [](QorGlobal *w, const QorULong *a, QorLong n) {
          QorObjidNode nodes[300];
-         for (QorLong i = 0; i < n; i++)
-             nodes[i] = {i + 1 < n ? &nodes[i + 1] : nullptr, a[i]};
-         _qor_penc_link_objidi(w, nodes);
+         _qor_penc_link_objidi(w, chain(nodes, a, n));
      }},
     {true, [](QorGlobal *w, const QorULong *a, QorLong n) {
          QorObjidNodeShort nodes[300];
-         for (QorLong i = 0; i < n; i++)
-             nodes[i] = {i + 1 < n ? &nodes[i + 1] : nullptr, static_cast<uint16_t>(a[i])};
-         _qor_penc_link_objids(w, nodes);
+         _qor_penc_link_objids(w, chain(nodes, a, n));
      }},
     {false, [](QorGlobal *w, const QorULong *a, QorLong n) {
          WideNode nodes[300];
-         for (QorLong i = 0; i < n; i++)
-             nodes[i] = {i + 1 < n ? &nodes[i + 1] : nullptr, 0, a[i]};
-         _qor_penc_link_objidl_ia(w, nodes, offsetof(WideNode, arc));
+         _qor_penc_link_objidl_ia(w, chain(nodes, a, n), offsetof(WideNode, value));
      }},
 };
 
 // Every decoder of arcs, each with its memory form read back into `out`.
-// Loose forms return at once on an empty value and have no octet limit.
+// Loose forms return at once on an empty value and have no octet limit;
+// pointer ones are loose, with the pointer forms' arc limit.
 enum Kind { kLoose, kStrict, kPointer };
-template <class Rec> QorLong fromRecord(void *p, QorULong *out)
+template <class Arc> struct Record { // as generated code declares it
+    char header[3];
+    uint16_t count;
+    Arc arcs[49];
+};
+template <class Arc> QorLong fromRecord(void *p, QorULong *out)
 {
-    if (p == nullptr)
-        return -1;
-    auto *r = static_cast<Rec *>(p);
-    std::copy(r->arcs, r->arcs + r->count, out);
-    return r->count;
+    auto *r = static_cast<Record<Arc> *>(p);
+    return r == nullptr ? -1 : std::copy(r->arcs, r->arcs + r->count, out) - out;
 }
-struct WideRec {
-    char header[3];
-    uint16_t count;
-    QorULong arcs[49];
-};
-struct ShortRec {
-    char header[3];
-    uint16_t count;
-    uint16_t arcs[49];
-};
 struct Reader {
     const char *name;
     Kind kind;
@@ -140,57 +145,44 @@ struct Reader {
 };
 const Reader kReaders[] = {
     {"aobjidi", kLoose, false, [](QorGlobal *w, QorULong *out) -> QorLong {
-         uint16_t n = 999;
+         uint16_t n = 0;
          _qor_pdec_aobjidi(w, out, &n, 300);
          return n;
      }},
     {"aobjids", kLoose, true, [](QorGlobal *w, QorULong *out) -> QorLong {
-         uint16_t a[300], n = 999;
+         uint16_t a[300], n = 0;
          _qor_pdec_aobjids(w, a, &n, 300);
-         std::copy(a, a + (n == 999 ? 0 : n), out);
-         return n;
+         return std::copy(a, a + n, out) - out;
      }},
-    {"aobjidi_ptr", kPointer, false, [](QorGlobal *w, QorULong *out) -> QorLong {
-         return fromRecord<WideRec>(_qor_pdec_aobjidi_ptr_ia(w, 3), out);
+    {"aobjidi_ptr", kPointer, false, [](QorGlobal *w, QorULong *out) {
+         return fromRecord<QorULong>(_qor_pdec_aobjidi_ptr_ia(w, 3), out);
      }},
-    {"aobjids_ptr", kStrict, true, [](QorGlobal *w, QorULong *out) -> QorLong {
-         return fromRecord<ShortRec>(_qor_pdec_aobjids_ptr_ia(w, 3), out);
+    {"aobjids_ptr", kStrict, true, [](QorGlobal *w, QorULong *out) {
+         return fromRecord<uint16_t>(_qor_pdec_aobjids_ptr_ia(w, 3), out);
      }},
     {"uobjidi", kStrict, false, [](QorGlobal *w, QorULong *out) -> QorLong {
          QorULong *a;
          uint16_t n;
          _qor_pdec_uobjidi(w, &a, &n);
-         std::copy(a, a + n, out);
-         return n;
+         return std::copy(a, a + n, out) - out;
      }},
     {"uobjids", kStrict, true, [](QorGlobal *w, QorULong *out) -> QorLong {
          uint16_t *a, n;
          _qor_pdec_uobjids(w, &a, &n);
-         std::copy(a, a + n, out);
-         return n;
+         return std::copy(a, a + n, out) - out;
      }},
-    {"link_objidi", kStrict, false, [](QorGlobal *w, QorULong *out) -> QorLong {
+    {"link_objidi", kStrict, false, [](QorGlobal *w, QorULong *out) {
          QorObjidNode *head;
          _qor_pdec_link_objidi(w, &head);
-         QorLong n = 0;
-         for (; head != nullptr; head = head->next)
-             out[n++] = head->value;
-         return n;
+         return walk(head, out);
      }},
-    {"link_objids", kStrict, true, [](QorGlobal *w, QorULong *out) -> QorLong {
+    {"link_objids", kStrict, true, [](QorGlobal *w, QorULong *out) {
          QorObjidNodeShort *head;
          _qor_pdec_link_objids(w, &head);
-         QorLong n = 0;
-         for (; head != nullptr; head = head->next)
-             out[n++] = head->value;
-         return n;
+         return walk(head, out);
      }},
-    {"link_objidl_ia", kStrict, false, [](QorGlobal *w, QorULong *out) -> QorLong {
-         QorLong n = 0;
-         auto *p = static_cast<WideNode *>(_qor_pdec_link_objidl_ia(w, offsetof(WideNode, arc)));
-         for (; p != nullptr; p = p->next)
-             out[n++] = p->arc;
-         return n;
+    {"link_objidl_ia", kStrict, false, [](QorGlobal *w, QorULong *out) {
+         return walk(static_cast<WideNode *>(_qor_pdec_link_objidl_ia(w, offsetof(WideNode, value))), out);
      }},
 };
 
