@@ -393,6 +393,10 @@ TEST_F(Leaves, BinaryReals)
             EXPECT_EQ(bitsOf(v), bitsOf(row.value));
             expectLeaf(aligned, expected, [&] { _qor_penc_mreal_ia(&world, 0, &mixed); }, [&] { text = _qor_pdec_creal(&world); });
             EXPECT_STREQ(text, row.text);
+            for (size_t cut = 0; cut < expected.size(); cut++) {
+                EXPECT_EQ(decode(aligned, prefix(expected, cut), [&] { _qor_pdec_nonneg_3int(&world); _qor_pdec_freal(&world); }), kEnd);
+                EXPECT_EQ(decode(aligned, prefix(expected, cut), [&] { _qor_pdec_nonneg_3int(&world); _qor_pdec_mreal_ia(&world, &mixed); }), kEnd);
+            }
             ASSERT_EQ(decode(aligned, expected, [&] { _qor_pdec_nonneg_3int(&world); _qor_pdec_mreal_ia(&world, &mixed); }), 0);
             const bool spelled = strchr(row.text, '_') != nullptr || strcmp(row.text, "-0") == 0;
             EXPECT_EQ(mixed.kind, spelled ? 1 : 0);
