@@ -21,39 +21,6 @@ QorLong writeOctet(QorGlobal *world, unsigned char **pos, QorLong *room, unsigne
     return writeBytes(world, pos, room, &octet, 1);
 }
 
-// The NR form of a decimal text: 1 digits alone, 2 with a point, 3 with an
-// exponent (point or not: the encoder adds a missing one); 0 for any other
-// text.
-int decimalForm(const char *text)
-{
-    auto digit = [](char c) { return c >= '0' && c <= '9'; };
-    const char *p = text;
-    while (*p == ' ')
-        p++;
-    if (*p == '+' || *p == '-')
-        p++;
-    int mantissaDigits = 0;
-    for (; digit(*p); p++)
-        mantissaDigits++;
-    bool point = *p == '.' || *p == ',';
-    if (point)
-        for (p++; digit(*p); p++)
-            mantissaDigits++;
-    bool exponent = *p == 'E' || *p == 'e';
-    if (exponent) {
-        p++;
-        if (*p == '+' || *p == '-')
-            p++;
-        if (!digit(*p))
-            return 0;
-        while (digit(*p))
-            p++;
-    }
-    if (*p != '\0' || mantissaDigits == 0)
-        return 0;
-    return exponent ? 3 : point ? 2 : 1;
-}
-
 // Whether the digits before the exponent are all zeros: such a text is zero
 // whatever exponent follows, even one too long to parse.
 bool mantissaIsZero(const char *text)
@@ -66,20 +33,6 @@ bool mantissaIsZero(const char *text)
         digits |= *p == '0';
     }
     return digits;
-}
-
-Msg parseMessage(int result)
-{
-    switch (result) {
-    case kDecimalNoMantissa:
-        return Msg::kNoMantissaDigits;
-    case kDecimalNoExponentDigits:
-        return Msg::kNoExponentDigits;
-    case kDecimalExponentTooLong:
-        return Msg::kExponentTooLong;
-    default:
-        return Msg::kInvalidDecimal;
-    }
 }
 
 // A REAL's contents, as far as the memory form needs them.
@@ -141,16 +94,6 @@ double binaryValue(QorGlobal *world, const unsigned char *contents, QorLong leng
     return v;
 }
 
-// The form octet against what the text holds: NR1 digits only, NR2 a point
-// and no exponent, NR3 both; relaxed rules let an NR3 without its point pass.
-// A form octet of 0 is not checked.
-void checkForm(QorGlobal *world, unsigned char form, const DecimalContents &d)
-{
-    raiseIf(world, form == 1 && (d.point || d.exponent), Msg::kBadNr1, 0);
-    raiseIf(world, form == 2 && (!d.point || d.exponent), Msg::kBadNr2, 0);
-    raiseIf(world, form == 3 && (!d.exponent || (!d.point && !relaxed(world))), Msg::kBadNr3, 0);
-}
-
 // Reads `length` octets of REAL contents and moves past them. The value of
 // decimal contents is worked out only when `decimalValue` asks for it: the
 // text forms keep the characters, which may lie beyond any double.
@@ -174,19 +117,8 @@ RealItem takeReal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong 
         item.kind = RealItem::kSpecial;
         item.octet = c;
     } else {
-        raiseIf(world, c > 3, Msg::kReservedReal, 0);
-        DecimalContents d;
-        scanDecimalContents(world, contents + 1, length - 1, d);
-        double v = 0;
-        if (decimalValue) {
-            v = decimalContentsValue(world, d, limits);
-            if (d.negative)
-                v = -v;
-        }
-        checkForm(world, c, d);
-        raiseIf(world, d.zero || (decimalValue && v == 0), Msg::kZeroWithContents, 0);
         item.kind = RealItem::kDecimal;
-        item.value = v;
+        item.value = decimalRealContents(world, contents, length, decimalValue ? &limits : nullptr);
         item.text = contents + 1;
         item.textLength = length - 1;
     }
@@ -239,29 +171,9 @@ QorLong _qor_encd_real(QorGlobal *world, unsigned char **pos, QorLong *room, dou
     // Base 2, scale 0, odd mantissa: the DER form, under every rule.
     BinaryReal parts;
     raiseIf(world, !splitReal(value, parts), Msg::kInvalidDecimal, 0);
-    int exponentOctets = 1;
-    for (int32_t rest = parts.exponent < 0 ? ~parts.exponent : parts.exponent; rest > 127;
-         rest >>= 8)
-        exponentOctets++;
-    int mantissaOctets = 1;
-    for (uint64_t rest = parts.mantissa >> 8; rest != 0; rest >>= 8)
-        mantissaOctets++;
-
     unsigned char item[kMaxItem];
-    unsigned char *out = item;
-    unsigned char first = parts.negative ? 0xC0 : 0x80;
-    if (exponentOctets - 1 < 2) {
-        *out++ = static_cast<unsigned char>(first | (exponentOctets - 1));
-    } else {
-        *out++ = static_cast<unsigned char>(first | 3);
-        *out++ = static_cast<unsigned char>(exponentOctets);
-    }
-    const auto exponent = static_cast<uint32_t>(parts.exponent);
-    for (int i = exponentOctets - 1; i >= 0; i--)
-        *out++ = static_cast<unsigned char>(exponent >> (8 * i));
-    for (int i = mantissaOctets - 1; i >= 0; i--)
-        *out++ = static_cast<unsigned char>(parts.mantissa >> (8 * i));
-    return writeBytes(world, pos, room, item, static_cast<int>(out - item));
+    const size_t n = binaryRealContents(parts, item);
+    return writeBytes(world, pos, room, item, static_cast<int>(n));
 }
 
 QorLong _qor_encd_creal(QorGlobal *world, unsigned char **pos, QorLong *room, const char *text)
@@ -281,25 +193,17 @@ QorLong _qor_encd_creal(QorGlobal *world, unsigned char **pos, QorLong *room, co
     void *temp = nullptr;
     if (strict) {
         if (parsed != kDecimalOk)
-            raise(world, parseMessage(parsed), longValue(0));
+            raise(world, decimalParseMessage(parsed), longValue(0));
         if (isZero(record)) // "0" has no contents, and "-0.0" is minus zero
             return (record.flags & kDecimalNegativeZero) != 0 ? writeOctet(world, pos, room, 0x43)
                                                                : 0;
-        record.flags = static_cast<uint8_t>((record.flags & ~kDecimalPlain) | kDecimalCanonical);
-        size_t size = decimalFormatSize(record);
-        char *buffer = frame;
-        if (size > sizeof frame) {
-            temp = _qor_dec_gettempmem(world, static_cast<QorLong>(size));
-            buffer = static_cast<char *>(temp);
-        }
-        formatDecimal(record, buffer);
-        out = buffer;
+        out = formatCanonical(world, record, frame, sizeof frame, &temp);
     } else if ((parsed == kDecimalOk && isZero(record)) ||
                (parsed == kDecimalExponentTooLong && mantissaIsZero(text))) {
         return 0; // any spelling of zero but "-0" has no contents, whatever its exponent
     }
 
-    int form = decimalForm(out);
+    int form = decimalTextForm(out);
     raiseIf(world, form == 0, Msg::kInvalidDecimal, 0);
     const QorLong length = static_cast<QorLong>(strlen(out));
     const char *marker = form == 3 ? strpbrk(out, "Ee") : nullptr;

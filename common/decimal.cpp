@@ -214,6 +214,47 @@ int parseDecimal(const char *text, DecimalRecord &r)
     return kDecimalOk;
 }
 
+Msg decimalParseMessage(int result)
+{
+    switch (result) {
+    case kDecimalNoMantissa:
+        return Msg::kNoMantissaDigits;
+    case kDecimalNoExponentDigits:
+        return Msg::kNoExponentDigits;
+    case kDecimalExponentTooLong:
+        return Msg::kExponentTooLong;
+    default:
+        return Msg::kInvalidDecimal;
+    }
+}
+
+int decimalTextForm(const char *text)
+{
+    const char *p = skipBlanks(text);
+    if (*p == '+' || *p == '-')
+        p++;
+    int mantissaDigits = 0;
+    for (; isDigit(*p); p++)
+        mantissaDigits++;
+    const bool point = isPoint(*p);
+    if (point)
+        for (p++; isDigit(*p); p++)
+            mantissaDigits++;
+    const bool exponent = *p == 'E' || *p == 'e';
+    if (exponent) {
+        p++;
+        if (*p == '+' || *p == '-')
+            p++;
+        if (!isDigit(*p))
+            return 0;
+        while (isDigit(*p))
+            p++;
+    }
+    if (*p != '\0' || mantissaDigits == 0)
+        return 0;
+    return exponent ? 3 : point ? 2 : 1;
+}
+
 size_t decimalFormatSize(const DecimalRecord &r)
 {
     // Sign, digits, point, a "0" after it, "E", the exponent's sign and up to
@@ -269,6 +310,21 @@ size_t formatDecimal(const DecimalRecord &r, char *buffer)
     }
     *out = '\0';
     return static_cast<size_t>(out - buffer);
+}
+
+const char *formatCanonical(QorGlobal *world, DecimalRecord &r, char *frame, size_t frameSize,
+                            void **temp)
+{
+    r.flags = static_cast<uint8_t>((r.flags & ~kDecimalPlain) | kDecimalCanonical);
+    const size_t size = decimalFormatSize(r);
+    char *buffer = frame;
+    *temp = nullptr;
+    if (size > frameSize) {
+        *temp = _qor_dec_gettempmem(world, static_cast<QorLong>(size));
+        buffer = static_cast<char *>(*temp);
+    }
+    formatDecimal(r, buffer);
+    return buffer;
 }
 
 DecimalOrder compareDecimal(const char *first, const char *second)
@@ -429,6 +485,28 @@ void scanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong le
     raiseIf(world, c.exponent && !exponentDigits, Msg::kNoExponentDigits, 0);
 }
 
+double decimalRealContents(QorGlobal *world, const unsigned char *contents, QorLong length,
+                           const RealLimits *limits)
+{
+    const unsigned char form = contents[0];
+    raiseIf(world, form > 3, Msg::kReservedReal, 0);
+    DecimalContents d;
+    scanDecimalContents(world, contents + 1, length - 1, d);
+    double v = 0;
+    if (limits != nullptr) {
+        v = decimalContentsValue(world, d, *limits);
+        if (d.negative)
+            v = -v;
+    }
+    // NR1 is digits only, NR2 a point and no exponent, NR3 both; relaxed
+    // rules let an NR3 without its point pass. A form octet of 0 says nothing.
+    raiseIf(world, form == 1 && (d.point || d.exponent), Msg::kBadNr1, 0);
+    raiseIf(world, form == 2 && (!d.point || d.exponent), Msg::kBadNr2, 0);
+    raiseIf(world, form == 3 && (!d.exponent || (!d.point && !relaxed(world))), Msg::kBadNr3, 0);
+    raiseIf(world, d.zero || (limits != nullptr && v == 0), Msg::kZeroWithContents, 0);
+    return v;
+}
+
 double decimalContentsValue(QorGlobal *world, const DecimalContents &c, const RealLimits &lim)
 {
     if (c.zero || c.digits == 0)
@@ -483,6 +561,31 @@ bool splitReal(double value, BinaryReal &parts)
     return true;
 }
 
+size_t binaryRealContents(const BinaryReal &parts, unsigned char *out)
+{
+    int exponentOctets = 1;
+    for (int32_t rest = parts.exponent < 0 ? ~parts.exponent : parts.exponent; rest > 127;
+         rest >>= 8)
+        exponentOctets++;
+    int mantissaOctets = 1;
+    for (uint64_t rest = parts.mantissa >> 8; rest != 0; rest >>= 8)
+        mantissaOctets++;
+    unsigned char *p = out;
+    const unsigned char first = parts.negative ? 0xC0 : 0x80;
+    if (exponentOctets <= 3) {
+        *p++ = static_cast<unsigned char>(first | (exponentOctets - 1));
+    } else {
+        *p++ = static_cast<unsigned char>(first | 3);
+        *p++ = static_cast<unsigned char>(exponentOctets);
+    }
+    const auto exponent = static_cast<uint32_t>(parts.exponent);
+    for (int i = exponentOctets - 1; i >= 0; i--)
+        *p++ = static_cast<unsigned char>(exponent >> (8 * i));
+    for (int i = mantissaOctets - 1; i >= 0; i--)
+        *p++ = static_cast<unsigned char>(parts.mantissa >> (8 * i));
+    return static_cast<size_t>(p - out);
+}
+
 size_t formatShortest(double value, char *buffer)
 {
     // std::to_chars gives the shortest digits that read back the same, in
@@ -497,6 +600,15 @@ size_t formatShortest(double value, char *buffer)
         return 0;
     }
     return formatDecimal(record, buffer);
+}
+
+size_t formatGeneral(double value, char *buffer)
+{
+    // std::to_chars with a precision is printf's "%.*g" in the C locale.
+    auto r = std::to_chars(buffer, buffer + kGeneralRealSize - 1, value,
+                           std::chars_format::general, 6);
+    *r.ptr = '\0';
+    return static_cast<size_t>(r.ptr - buffer);
 }
 
 } // namespace qor

@@ -1,7 +1,8 @@
 // REAL values as every encoding family sees them: the decimal text record
 // with its parser, formatter and ordering; the reading of decimal contents
 // with the library's own exponent steps; the special values a double or float
-// holds; and the split of a double into an odd binary mantissa and exponent.
+// holds; the split of a double into an odd binary mantissa and exponent, and
+// the binary contents made of them.
 // Nothing here looks at the process locale: digits, points and signs are
 // tested by their codes, and numbers are printed with std::to_chars.
 #pragma once
@@ -9,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "frame/messages.h"
 #include "frame/world.h"
 
 namespace qor {
@@ -48,6 +50,13 @@ enum DecimalResult : int {
     kDecimalExponentTooLong = 5,  // the exponent needs more than nine digits
 };
 
+// The message of a parseDecimal result other than kDecimalOk.
+[[nodiscard]] Msg decimalParseMessage(int result);
+
+// The NR form of a decimal text as an encoder sends it: 1 digits alone, 2
+// with a point, 3 with an exponent (point or not); 0 for any other text.
+[[nodiscard]] int decimalTextForm(const char *text);
+
 // The largest exponent the record holds; beyond it a text is "too long".
 constexpr int32_t kMaxDecimalExponent = 999999999;
 
@@ -65,6 +74,12 @@ constexpr int32_t kMaxDecimalExponent = 999999999;
 // the exponent: "1.25E-3", "1.0E0". kDecimalPlain and kDecimalCanonical ask
 // for the other forms; a zero is "0" or "-0" in every form.
 size_t formatDecimal(const DecimalRecord &record, char *buffer);
+
+// Writes `record` in the canonical form, on `frame` (`frameSize` octets)
+// when it fits, else in temporary memory, which the caller gives back
+// through `*temp` (null when the frame served).
+[[nodiscard]] const char *formatCanonical(QorGlobal *world, DecimalRecord &record, char *frame,
+                                          size_t frameSize, void **temp);
 
 enum class DecimalOrder : int { kLess = -1, kEqual = 0, kGreater = 1, kUnordered = 2 };
 
@@ -127,6 +142,14 @@ struct DecimalContents {
 void scanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong length,
                             DecimalContents &contents);
 
+// Decimal REAL contents, `length` octets from the form octet (0 to 3, else
+// message 113) on: their syntax, their form against what the text holds
+// (messages 109 to 111), and a zero value (112). With `limits`, the value
+// is worked out within them and returned, signed; without, 0 (the text
+// forms keep the characters, which may lie beyond any double).
+double decimalRealContents(QorGlobal *world, const unsigned char *contents, QorLong length,
+                           const RealLimits *limits);
+
 // The magnitude of `contents`, the exponent applied in steps of ten and then
 // of one within `limits`. A value that runs out of range downwards becomes
 // 0.0; upwards it is message 128. The sign is the caller's.
@@ -143,11 +166,24 @@ struct BinaryReal {
 // False for zero, infinities and NaN.
 [[nodiscard]] bool splitReal(double value, BinaryReal &parts);
 
+// The contents of a finite non-zero binary REAL at `out`: the first octet
+// (base 2, scale 0), the exponent in the fewest octets, with a count octet
+// when it needs more than three, and the mantissa. Returns their count.
+constexpr size_t kBinaryRealSize = 16;
+size_t binaryRealContents(const BinaryReal &parts, unsigned char *out);
+
 // Room for formatShortest's text.
 constexpr size_t kShortestRealSize = 40;
 
 // A finite double in the default decimal form, with the fewest digits that
 // read back to the same double: 0.1 is "1.0E-1", 1e300 "1.0E300".
 size_t formatShortest(double value, char *buffer);
+
+// Room for formatGeneral's text.
+constexpr size_t kGeneralRealSize = 24;
+
+// A finite double as "%lg" prints it in the C locale, six significant
+// digits: 0.1 is "0.1", 1e10 "1e+10", 1/3 "0.333333".
+size_t formatGeneral(double value, char *buffer);
 
 } // namespace qor

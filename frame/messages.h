@@ -51,6 +51,7 @@ enum class Msg : int {
     kDeferredWithoutLength = 90,
     kTagNeedlesslyLong = 91,
     kTagTooLong = 92,
+    kExponentNeedlesslyLong = 93,
     kExponentTooLong = 94,
     kIntegerNeedlesslyLong = 95,
     kSubidNeedlesslyLong = 96,

@@ -789,6 +789,76 @@ QorULong _qor_pdec_unconstr_voct_ptr_ia(QorGlobal *world, void **result, QorULon
 void _qor_pdec_unconstr_pbit(QorGlobal *world, void *target, QorULong size);
 QorULong _qor_pdec_unconstr_bpbit(QorGlobal *world, unsigned char *target, QorULong size);
 
+/* OBJECT IDENTIFIER and RELATIVE-OID in PER: BER's contents under a general
+ * length. Encoders: fewer than 2 arcs, a first arc above 2, a second of 40
+ * or more under 0 or 1, a first subidentifier past 32 bits, or under 0.0 a
+ * third arc of 0 or above 26: message 70 ("0010S"); a null array: 71.
+ * Decoders: an arc too wide for its type, message 97; contents that end
+ * inside a subidentifier, 106. The `aobjid` forms fill the caller's array of
+ * `capacity` arcs (more: message 79) and its count, which an empty value
+ * leaves alone; they return the count. The pointer forms return a record in
+ * new memory: `headerSize` octets for the caller, a 16-bit count, then the
+ * arcs aligned to their size; 50 arcs or more are message 79. The 32-bit
+ * ones give null for an empty value; the 16-bit one, the `uobjid` and the
+ * list forms refuse it (message 106) unless relaxed, and refuse contents of
+ * more than 225 octets (message 129); `uobjid` allocates the array (null
+ * for none), 50 arcs or more again message 79. `_ia` lists hold the arc at
+ * byte `offset` of each node, past the link, which comes first. The `e`
+ * forms keep the contents octets as they stand (relative identifiers
+ * too): the encoder refuses more than a `capacity` of 1 or more (79); the
+ * decoder's `target` is the caller's array of `capacity` octets, or with a
+ * negative `capacity` where the pointer to new memory goes. */
+void _qor_penc_objidi(QorGlobal *world, const QorULong *arcs, QorLong count);
+void _qor_penc_objidl(QorGlobal *world, const QorULong *arcs, QorLong count);
+void _qor_penc_objids(QorGlobal *world, const uint16_t *arcs, QorLong count);
+void _qor_penc_link_objidi(QorGlobal *world, const QorObjidNode *list);
+void _qor_penc_link_objids(QorGlobal *world, const QorObjidNodeShort *list);
+void _qor_penc_link_objidl_ia(QorGlobal *world, const void *list, QorULong offset);
+void _qor_penc_eobjid_ia(QorGlobal *world, const unsigned char *octets, QorULong count,
+                         QorULong capacity);
+void _qor_penc_ereloid_ia(QorGlobal *world, const unsigned char *octets, QorULong count,
+                          QorULong capacity);
+QorLong _qor_pdec_aobjidi(QorGlobal *world, QorULong *arcs, uint16_t *count, uint16_t capacity);
+QorLong _qor_pdec_aobjidl(QorGlobal *world, QorULong *arcs, uint16_t *count, uint16_t capacity);
+QorLong _qor_pdec_aobjids(QorGlobal *world, uint16_t *arcs, uint16_t *count, uint16_t capacity);
+void *_qor_pdec_aobjidi_ptr_ia(QorGlobal *world, QorULong headerSize);
+void *_qor_pdec_aobjidl_ptr_ia(QorGlobal *world, QorULong headerSize);
+void *_qor_pdec_aobjids_ptr_ia(QorGlobal *world, QorULong headerSize);
+QorLong _qor_pdec_uobjidi(QorGlobal *world, QorULong **array, uint16_t *count);
+QorLong _qor_pdec_uobjidl(QorGlobal *world, QorULong **array, uint16_t *count);
+QorLong _qor_pdec_uobjids(QorGlobal *world, uint16_t **array, uint16_t *count);
+void _qor_pdec_link_objidi(QorGlobal *world, QorObjidNode **head);
+void _qor_pdec_link_objids(QorGlobal *world, QorObjidNodeShort **head);
+void *_qor_pdec_link_objidl_ia(QorGlobal *world, QorULong offset);
+QorLong _qor_pdec_eobjid_ia(QorGlobal *world, void *target, QorLong capacity);
+QorLong _qor_pdec_ereloid_ia(QorGlobal *world, void *target, QorLong capacity);
+
+/* REAL in PER: BER's contents in DER's form under a general length. Text
+ * REALs go out canonical ("314159.E-5") unless compatibility flag 0x400 is
+ * set. Decoders take base 2 only (else message 106); unless relaxed a
+ * needlessly long exponent is message 93, a leading zero or even last
+ * mantissa octet 106. An exponent of more than four octets is message 94,
+ * a value past the type's range 128, a special value of more than one octet
+ * or a reserved one 113. `_qor_pdec_creal` gives new memory: a binary value
+ * as "%lg" prints it, six significant digits. `_qor_pdec_mreal_ia` fills
+ * the mixed record and returns its kind. */
+void _qor_penc_real(QorGlobal *world, double value);
+void _qor_penc_creal(QorGlobal *world, const char *text);
+void _qor_penc_mreal_ia(QorGlobal *world, int kind, const void *record);
+double _qor_pdec_real(QorGlobal *world);
+float _qor_pdec_freal(QorGlobal *world);
+char *_qor_pdec_creal(QorGlobal *world);
+int _qor_pdec_mreal_ia(QorGlobal *world, void *record);
+
+/* UTCTime and GeneralizedTime in PER: the fields checked (messages 73 to 78)
+ * unless NOCONSTRAIN, then the text with every field to the seconds, 8 bits
+ * a character in aligned PER and 7 in unaligned PER. A decoded text of 32
+ * characters or more, or one not of the type's form, is message 106. */
+void _qor_penc_utime(QorGlobal *world, const GeneralizedTime *value);
+void _qor_penc_gtime(QorGlobal *world, const GeneralizedTime *value);
+void _qor_pdec_utime(QorGlobal *world, GeneralizedTime *value);
+void _qor_pdec_gtime(QorGlobal *world, GeneralizedTime *value);
+
 #ifdef __cplusplus
 }
 #endif

@@ -95,6 +95,28 @@ uint64_t readOctets(QorGlobal *world, unsigned count)
     return v;
 }
 
+const unsigned char *takeOctets(QorGlobal *world, QorULong length, unsigned char *frame,
+                                size_t frameSize, void **temp)
+{
+    *temp = nullptr;
+    // Off a boundary the octets straddle one more of the input.
+    const uint64_t need = uint64_t{length} + (world->bitOffset != 0 ? 1 : 0);
+    raiseIf(world, world->inRoom < 0 || uint64_t(world->inRoom) < need, Msg::kEndOfInput, 0);
+    if (world->bitOffset == 0) {
+        const unsigned char *p = world->inPos;
+        world->inPos += length;
+        world->inRoom -= static_cast<QorLong>(length);
+        return p;
+    }
+    unsigned char *out = frame;
+    if (length > frameSize) {
+        *temp = _qor_dec_gettempmem(world, static_cast<QorLong>(length));
+        out = static_cast<unsigned char *>(*temp);
+    }
+    _qor_get_bits(world, out, length * 8, 0);
+    return out;
+}
+
 void writeOctets(QorGlobal *world, uint64_t value, unsigned count)
 {
     unsigned char buffer[8];

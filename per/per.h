@@ -2,6 +2,7 @@
 // 64-bit length form that huge values and linked identifiers use.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "frame/errors.h"
@@ -102,5 +103,12 @@ QorULong readJoinedOctets(QorGlobal *world, unsigned char **result);
 
 // The normally small length: 1 to 64 in seven bits, else a general length.
 QorULong decodeSmallLength(QorGlobal *world, unsigned char *done);
+
+// `length` octets of contents at the cursor, the input checked for all of
+// them first (message 45): read in place on an octet boundary, else copied
+// to `frame` of `frameSize` octets or, when longer, to temporary memory that
+// the caller gives back through `*temp` (null when none was taken).
+[[nodiscard]] const unsigned char *takeOctets(QorGlobal *world, QorULong length,
+                                             unsigned char *frame, size_t frameSize, void **temp);
 
 } // namespace qor

@@ -26,12 +26,15 @@ char *putNumber(QorGlobal *world, char *out, int value, int digits)
     return out + digits;
 }
 
-// "+hhmm" or "-hhmm" for an offset in minutes.
-char *putOffset(QorGlobal *world, char *out, int mindiff)
+// "+hhmm" or "-hhmm" for an offset in minutes; "+hh" for whole hours when
+// `hoursAlone`.
+char *putOffset(QorGlobal *world, char *out, int mindiff, bool hoursAlone)
 {
     *out++ = mindiff < 0 ? '-' : '+';
     int minutes = mindiff < 0 ? -mindiff : mindiff;
     out = putNumber(world, out, minutes / 60, 2);
+    if (hoursAlone && minutes % 60 == 0)
+        return out;
     return putNumber(world, out, minutes % 60, 2);
 }
 
@@ -62,6 +65,10 @@ int takeNumber(QorGlobal *world, TimeCursor &in, int digits)
 constexpr int64_t kUnitMilliseconds[6] = {0, 0, 86400000, 3600000, 60000, 1000};
 // Fraction digits read; the rest are skipped, as they cannot reach a millisecond.
 constexpr int kFractionDigits = 9;
+// Under the rounded reading, by the same index: the digits that reach a
+// millisecond of the field (7 of a day, 6 of an hour, 4 of a minute, 3 of a
+// second), and one more to round by.
+constexpr int kRoundedDigits[6] = {0, 0, 8, 7, 5, 4};
 
 // Two digits at `p`: false when the first is not a digit (the field is
 // absent); message 72 when only the second is missing.
@@ -122,7 +129,7 @@ size_t formatClassicTime(QorGlobal *world, const GeneralizedTime *t, const Class
         if (t->utc || t->mindiff == 0)
             *out++ = 'Z';
         else
-            out = putOffset(world, out, t->mindiff);
+            out = putOffset(world, out, t->mindiff, false);
     } else {
         // The fraction loses its trailing zeros, and its point with them.
         char *fraction = out;
@@ -144,7 +151,7 @@ size_t formatClassicTime(QorGlobal *world, const GeneralizedTime *t, const Class
         else if (rules.utcOnly)
             raise(world, Msg::kTimeNotUtc, longValue(0));
         else if (t->mindiff != 0)
-            out = putOffset(world, out, t->mindiff);
+            out = putOffset(world, out, t->mindiff, rules.shortOffset);
     }
     return static_cast<size_t>(out - text);
 }
@@ -176,8 +183,9 @@ void parseClassicTime(QorGlobal *world, const unsigned char *text, QorLong lengt
         int64_t value = 0;
         int64_t scale = 1;
         int count = 0;
+        const int kept = rules.roundedFraction ? kRoundedDigits[present] : kFractionDigits;
         for (; in.digitAt(0); in.p++, count++) {
-            if (count < kFractionDigits) {
+            if (count < kept) {
                 value = value * 10 + (*in.p - '0');
                 scale *= 10;
             }
@@ -185,7 +193,9 @@ void parseClassicTime(QorGlobal *world, const unsigned char *text, QorLong lengt
         raiseIf(world, strict && (count == 0 || in.p[-1] == '0'), Msg::kTimeNotUtc, 0);
         // The fraction is of the last field present; it is spread over the
         // fields below it, which are all zero.
-        int64_t ms = value * kUnitMilliseconds[present] / scale;
+        const int64_t unit = kUnitMilliseconds[present];
+        int64_t ms = rules.roundedFraction ? (2 * value * unit / scale + 1) / 2
+                                           : value * unit / scale;
         t->millisec = static_cast<int16_t>(ms % 1000);
         ms /= 1000;
         t->second = static_cast<int16_t>(t->second + ms % 60);

@@ -23,11 +23,14 @@ struct ClassicTimeRules {
     bool dropZeros;   // "00" seconds that end the text go, and in a
                       // GeneralizedTime minutes of "00" after them (BER)
     bool utcOnly;     // a time not in UTC is message kTimeNotUtc (DER, CER)
+    bool shortOffset; // a GeneralizedTime offset of whole hours is "+hh"
     // Reading.
     bool canonical;   // only the canonical form: every field, a "." fraction
                       // with no trailing zero, and "Z"; else message kTimeNotUtc
     bool lowerZ;      // "z" stands for "Z"
     bool fullUtcTime; // a UTCTime has its minutes, and "Z" or an offset
+    bool roundedFraction; // a fraction keeps the digits that reach a
+                          // millisecond and one more, and is rounded by it
 };
 
 // Month 1 to 12, day 1 to 31, hour 0 to 23, minute and second 0 to 59,
@@ -46,7 +49,7 @@ size_t formatClassicTime(QorGlobal *world, const GeneralizedTime *time,
 // Reads exactly `length` octets at `text` into `time`, which is cleared
 // first. Fields after the year may stop at any pair (a GeneralizedTime has
 // at least its month and day); a fraction of the last field present is
-// spread over the fields below it, cut to the millisecond. Then "Z", or "+"
+// spread over the fields below it, cut to the millisecond (or rounded). Then "Z", or "+"
 // or "-" with two or four digits, or nothing. A form broken otherwise is
 // message kMisencoded. The fields are not range-checked.
 void parseClassicTime(QorGlobal *world, const unsigned char *text, QorLong length,
