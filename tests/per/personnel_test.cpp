@@ -37,6 +37,8 @@ const Row kRows[] = {
     {nullptr, "UPER", QOR_PER_UNALIGNED, PDU_Gauges, 47, 3, &gaugesExample},
     {nullptr, "PER", QOR_PER_ALIGNED, PDU_Bits, 20, 6, &bitsExample},
     {nullptr, "UPER", QOR_PER_UNALIGNED, PDU_Bits, 17, 2, &bitsExample},
+    {nullptr, "PER", QOR_PER_ALIGNED, PDU_Leaves, 0, 0, &leavesExample},
+    {nullptr, "UPER", QOR_PER_UNALIGNED, PDU_Leaves, 0, 0, &leavesExample},
 };
 
 class PerPersonnel : public ContextTest {

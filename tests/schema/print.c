@@ -193,6 +193,43 @@ static void printChild(QorGlobal *world, const void *value)
     endValue(world);
 }
 
+static void printLeaves(QorGlobal *world, const Leaves *v)
+{
+    const QorObjidNode *node;
+    QorLong i;
+    beginValue(world);
+    qorPrint(world, "id {");
+    for (i = 0; i < v->id.count; i++)
+        qorPrint(world, " %lu", (unsigned long)v->id.value[i]);
+    qorPrint(world, " }");
+    nextComponent(world);
+    qorPrint(world, "path {");
+    for (node = v->path; node != NULL; node = node->next)
+        qorPrint(world, " %lu", (unsigned long)node->value);
+    qorPrint(world, " }");
+    nextComponent(world);
+    qorPrint(world, "relative ");
+    _qor_prt_oct(world, v->relative.value, v->relative.length);
+    nextComponent(world);
+    qorPrint(world, "ratio ");
+    _qor_prt_real(world, v->ratio);
+    nextComponent(world);
+    qorPrint(world, "mixed ");
+    if (v->mixed.kind == 1)
+        _qor_prt_creal(world, v->mixed.value.decimal.text);
+    else
+        _qor_prt_real(world, v->mixed.value.binary);
+    nextComponent(world);
+    qorPrint(world, "when ");
+    _qor_prt_gentime(world, &v->when);
+    nextComponent(world);
+    qorPrint(world, "day ");
+    _qor_prt_utctime(world, &v->day);
+    nextComponent(world);
+    qorPrint(world, "content %ld", (long)v->content);
+    endValue(world);
+}
+
 static void printPersonnel(QorGlobal *world, const PersonnelRecord *v)
 {
     beginValue(world);
@@ -404,6 +441,9 @@ int testSchemaPrint(QorGlobal *world, int pdunum, void *value)
         break;
     case PDU_Bits:
         printBits(world, (const Bits *)value);
+        break;
+    case PDU_Leaves:
+        printLeaves(world, (const Leaves *)value);
         break;
     }
     if (!nested)

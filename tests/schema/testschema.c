@@ -34,7 +34,8 @@ const char *const testSchemaPduNames[PDU_COUNT][2] = {
     {"Bags", "Bags"},        {"Record", "Record"}, {"PersonnelRecord", "PersonnelRecord"},
     {"Envelope", "Envelope"}, {"Chain", "Chain"}, {"PersonnelRecord", "PersonnelRecord"},
     {"Gauges", "Gauges"}, {"Texts", "Texts"}, {"Bits", "Bits"},
-    {"PersonnelRecord", "PersonnelRecord"}, {"PersonnelRecord", "PersonnelRecord"}};
+    {"PersonnelRecord", "PersonnelRecord"}, {"PersonnelRecord", "PersonnelRecord"},
+    {"", ""}, {"", ""}, {"", ""}, {"", ""}, {"Leaves", "Leaves"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -656,6 +657,9 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
     case PDU_Bits:
         bitsFree(world, (Bits *)value);
         return 0;
+    case PDU_Leaves:
+        leavesFree(world, (Leaves *)value);
+        return 0;
     case PDU_Chain: {
         Chain *link = (Chain *)value;
         while (link != NULL) {
@@ -703,6 +707,9 @@ static int perEncode(QorGlobal *world, int pdunum, void *value)
     case PDU_Bits:
         bitsPerEncode(world, (const Bits *)value);
         break;
+    case PDU_Leaves:
+        leavesPerEncode(world, (const Leaves *)value);
+        break;
     default:
         _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
     }
@@ -740,6 +747,9 @@ static int perDecode(QorGlobal *world, int *pdunum, void **output)
         break;
     case PDU_Bits:
         value = bitsPerDecode(world);
+        break;
+    case PDU_Leaves:
+        value = leavesPerDecode(world);
         break;
     default:
         _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);

@@ -25,7 +25,8 @@ enum {
     PDU_Bits = 12, /* bit and octet strings in every memory form: PER only */
     PDU_PersonnelExtensible = 13, /* with extension markers and an addition: PER only */
     PDU_PersonnelExtensibleFirst = 14, /* its first version, without the addition: PER only */
-    PDU_COUNT = 14
+    PDU_Leaves = 19, /* object identifiers, REAL, times and an open type: PER only */
+    PDU_COUNT = 19
 };
 
 /* Raw ::= OCTET STRING */
@@ -169,6 +170,37 @@ void personnelPerEncode(QorGlobal *world, const PersonnelRecord *value, int modu
 void *personnelPerDecode(QorGlobal *world, int module);
 /* The value of the extensible module's example: the second child's sex is female. */
 extern PersonnelRecord personnelExtensibleExample;
+
+/* Leaves ::= SEQUENCE {
+ *     id       OBJECT IDENTIFIER, -- an allocated array of arcs
+ *     path     OBJECT IDENTIFIER, -- a linked list
+ *     relative RELATIVE-OID,      -- the contents octets
+ *     ratio    REAL,              -- a double
+ *     mixed    REAL,              -- a double or a decimal text
+ *     when     GeneralizedTime,
+ *     day      UTCTime,
+ *     content  OPEN TYPE }        -- holding an INTEGER */
+typedef struct Leaves {
+    struct {
+        uint16_t count;
+        QorULong *value;
+    } id;
+    QorObjidNode *path;
+    struct {
+        QorLong length;
+        unsigned char *value;
+    } relative;
+    double ratio;
+    QorMixedReal mixed;
+    GeneralizedTime when;
+    GeneralizedTime day;
+    QorLong content;
+} Leaves;
+
+extern Leaves leavesExample;
+void leavesPerEncode(QorGlobal *world, const Leaves *value);
+void *leavesPerDecode(QorGlobal *world);
+void leavesFree(QorGlobal *world, Leaves *value);
 
 /* Gauges ::= SEQUENCE {
  *     tiny   INTEGER (0..7),
