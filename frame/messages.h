@@ -83,6 +83,7 @@ enum class Msg : int {
     kConstructedTooDeep = 180,
     kFragmentsNotGrouped = 254,
     kTimeFragmented = 258,
+    kOerNotSupported = 289,
 };
 
 } // namespace qor
