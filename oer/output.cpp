@@ -29,6 +29,7 @@ void oerSpill(QorGlobal *world, const unsigned char *bytes, uint64_t n)
         fits = n;
     if (fits > 0) {
         memcpy(world->outPos, bytes, static_cast<size_t>(fits));
+        world->outPos += fits;
         bytes += fits;
         n -= fits;
     }
