@@ -123,7 +123,11 @@ TEST_F(OerExtensions, BitMapsAndRetainedExtensions)
     const struct {
         QorULong number;
         const char *octets;
-    } retained[] = {{5, "05 02 AA BB"}, {300, "01 2C 02 AA BB"}, {70000, "01 11 70 02 AA BB"}};
+    } retained[] = {
+        {5, "05 02 AA BB"},
+        {300, "01 2C 02 AA BB"},
+        {70000, "01 11 70 02 AA BB"},
+    };
     for (const auto &r : retained) {
         Bytes got;
         ASSERT_EQ(encode([&] { _qor_oenc_rsf_ext(&world, r.number, 2, two); }, &got), 0);
@@ -165,7 +169,12 @@ TEST_F(OerExtensions, SkippingWhatIsNotKnown)
         QorULong length;
         int taken;
         int code;
-    } ends[] = {{3, 1, 0}, {3, 3, 0}, {3, 4, oertest::kMisencodedCode}, {9, 0, oertest::kEndOfInputCode}};
+    } ends[] = {
+        {3, 1, 0},
+        {3, 3, 0},
+        {3, 4, oertest::kMisencodedCode},
+        {9, 0, oertest::kEndOfInputCode},
+    };
     for (const auto &e : ends) {
         EXPECT_EQ(decode(hex("AA BB CC DD"),
                          [&] {

@@ -2,9 +2,6 @@
 // encodings that an independent tool made, the PDUs of whole numbers,
 // ENUMERATED and extensions by hand from the rules; what the driver sets up
 // and clears; and hostile input to every OER PDU.
-#include <cstring>
-#include <functional>
-#include <string>
 
 #include "support/vectors.h"
 
@@ -21,38 +18,7 @@ protected:
     }
 };
 
-void expectWidths(void *decoded)
-{
-    const Widths &got = *static_cast<const Widths *>(decoded), &want = widthsExample;
-    EXPECT_EQ(got.u8, want.u8);
-    EXPECT_EQ(got.u16, want.u16);
-    EXPECT_EQ(got.u32, want.u32);
-    EXPECT_EQ(got.u64, want.u64);
-    EXPECT_EQ(got.s8, want.s8);
-    EXPECT_EQ(got.s16, want.s16);
-    EXPECT_EQ(got.s32, want.s32);
-    EXPECT_EQ(got.s64, want.s64);
-    EXPECT_EQ(got.span, want.span);
-    EXPECT_EQ(got.natural, want.natural);
-    EXPECT_EQ(got.any, want.any);
-    EXPECT_EQ(got.wide, want.wide);
-    EXPECT_EQ(got.count, want.count);
-    EXPECT_EQ(got.step, want.step);
-    EXPECT_EQ(got.ext, want.ext);
-    EXPECT_EQ(Bytes(got.huge.value, got.huge.value + got.huge.length),
-              Bytes(want.huge.value, want.huge.value + want.huge.length));
-    EXPECT_EQ(Bytes(got.total.value, got.total.value + got.total.length), hex("00 80 01"));
-}
-
-void expectLevels(void *decoded)
-{
-    const Levels &got = *static_cast<const Levels *>(decoded);
-    EXPECT_EQ(got.size, levelsExample.size);
-    EXPECT_EQ(got.sign, levelsExample.sign);
-    EXPECT_EQ(got.wide, levelsExample.wide);
-}
-
-void expectExtended(void *decoded)
+void expectExtended(const void *decoded)
 {
     const Extended &got = *static_cast<const Extended *>(decoded);
     EXPECT_EQ(got.bit_mask, Extended_b_present);
@@ -66,7 +32,7 @@ struct Row {
     void *value;
     const char *schema; // the reference vectors' module, or null: `octets` hold the encoding
     const char *octets;
-    std::function<void(void *)> check;
+    void (*check)(const void *decoded); // null: the value encodes to the same octets again
 };
 
 const Row kRows[] = {
@@ -78,8 +44,8 @@ const Row kRows[] = {
      "FF FF FF FF FF FF FF  FF FF FF FF FF FF FF FF  80 80 00 80 00 00 00"
      " 80 00 00 00 00 00 00 00  FF FF FC 18  01 80  02 FF 7F  08 80 00 00 00 00 00 00 00"
      " 08 FF FF FF FF FF FF FF FF  02 FE D4  01 08  09 FE 00 00 00 00 00 00 00 00  02 80 01",
-     expectWidths},
-    {"Levels", PDU_Levels, &levelsExample, nullptr, "7F 81 FF 85 00 FF FF FF FF", expectLevels},
+     nullptr},
+    {"Levels", PDU_Levels, &levelsExample, nullptr, "7F 81 FF 85 00 FF FF FF FF", nullptr},
     {"Extended", PDU_Extended, &extendedExample, nullptr, "80 05 02 07 80 01 FF", expectExtended},
 };
 
@@ -105,7 +71,11 @@ TEST_F(OerPdus, EncodeExactlyAndDecodeBack)
             ADD_FAILURE() << "reference vectors not found";
             continue;
         }
-        expectRoundTrip(&world, row.pdu, row.value, want, row.check);
+        if (row.check != nullptr)
+            expectRoundTrip(&world, row.pdu, row.value, want, row.check);
+        else
+            expectRoundTrip(&world, row.pdu, row.value, want,
+                            [&](void *decoded) { EXPECT_EQ(encodePdu(&world, row.pdu, decoded), want); });
         EXPECT_EQ(world.blockStack, nullptr);
     }
     // The canonical form is the same octets.

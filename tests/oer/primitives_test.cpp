@@ -166,8 +166,12 @@ TEST_F(OerPrimitives, NumbersEnumeratedAndTags)
 TEST_F(OerPrimitives, EncodersCheckTheirRange)
 {
     const Row rows[] = {
-        {kInt1, 128, nullptr},   {kInt1, -129, nullptr},   {kInt2, 32768, nullptr},
-        {kInt2, -32769, nullptr}, {kUInt1, 256, nullptr},   {kUInt2, 65536, nullptr},
+        {kInt1, 128, nullptr},
+        {kInt1, -129, nullptr},
+        {kInt2, 32768, nullptr},
+        {kInt2, -32769, nullptr},
+        {kUInt1, 256, nullptr},
+        {kUInt2, 65536, nullptr},
     };
     for (const Row &row : rows) {
         EXPECT_EQ(encode([&] { put(&world, row.kind, row.value); }), oertest::kRangeCode) << row.value;
