@@ -37,10 +37,11 @@ int checkOerDecoder(QorGlobal *world)
 }
 
 // In the library's blocks the first octet takes a block, as the end equals
-// the (null) position.
+// the (null) position. A caller's buffer of a negative size holds nothing.
 void prepareOerEncoder(QorGlobal *world, QorBuf *)
 {
-    world->blockStack = world->userBuffer ? world->outPos + world->outRoom : nullptr;
+    world->blockStack = world->userBuffer ? world->outPos + (world->outRoom > 0 ? world->outRoom : 0)
+                                          : nullptr;
 }
 
 // A negative length holds nothing.

@@ -165,6 +165,10 @@ TEST_F(OerPdus, TheDriverPair)
         world.encRules = QOR_OER;
     }
 
+    // A caller's buffer of a negative size holds nothing.
+    out = {-1, seven};
+    EXPECT_EQ(qorEncode(&world, PDU_Extended, &extendedExample, &out), QOR_BUFFER_TOO_SMALL);
+
     // A PDU without OER entries.
     Raw raw = rawText("a");
     out = {0, nullptr};
