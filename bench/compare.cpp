@@ -6,9 +6,10 @@
 //
 // Peers: asn1c's DER encode and BER decode + ASN_STRUCT_FREE of the same
 // PersonnelRecord, and its unaligned PER encode and decode + free, which
-// stand for our aligned PER too (asn1c has none); memcpy of N octets for an
-// OCTET STRING of N; for a SEQUENCE OF INTEGER, the time an element at 1000
-// elements, so that the ratio is the growth with size (1.0 for linear).
+// stand for our aligned PER and OER too (Debian's asn1c has neither);
+// memcpy of N octets for an OCTET STRING of N; for a SEQUENCE OF INTEGER,
+// the time an element at 1000 elements, so that the ratio is the growth
+// with size (1.0 for linear).
 #include "compare.h"
 
 #include <benchmark/benchmark.h>
@@ -333,6 +334,8 @@ std::vector<Row> rows()
         {"PER (vs UPER)", QOR_PER_ALIGNED, asn1c::Rules::uper, "asn1c UPER encode",
          "asn1c UPER decode + free"},
         {"UPER", QOR_PER_UNALIGNED, asn1c::Rules::uper, "asn1c UPER encode",
+         "asn1c UPER decode + free"},
+        {"OER (vs UPER)", QOR_OER, asn1c::Rules::uper, "asn1c UPER encode",
          "asn1c UPER decode + free"},
     };
     const Named personnel[] = {

@@ -1,5 +1,5 @@
 // PersonnelRecord, the classic example value, encoded and decoded under BER,
-// DER, aligned and unaligned PER: nanoseconds a PDU and bytes a second, with
+// DER, aligned and unaligned PER and OER: nanoseconds a PDU and bytes a second, with
 // the library's memory and with a caller's buffer; and the scaling of large
 // values against memcpy.
 #include <benchmark/benchmark.h>
@@ -145,7 +145,7 @@ const bool personnelRegistered = [] {
         int rules;
         int ways; // how many of the ways below
     } rules[] = {{"BER", QOR_BER, 4}, {"DER", QOR_DER, 2}, {"PER", QOR_PER_ALIGNED, 4},
-                 {"UPER", QOR_PER_UNALIGNED, 4}};
+                 {"UPER", QOR_PER_UNALIGNED, 4}, {"OER", QOR_OER, 4}};
     const struct {
         const char *name;
         Runner run;

@@ -56,7 +56,7 @@ static int roundTrip(QorGlobal *world, int rules, const char *name, const char *
     QorBuf encoded = {0, NULL};
     QorBuf input;
     PersonnelRecord *decoded = NULL;
-    int pdu = PDU_PersonnelRecord; /* PER does not name its PDU; BER would find it */
+    int pdu = PDU_PersonnelRecord; /* PER and OER do not name their PDU; BER would find it */
     int rc;
     qorSetEncodingRules(world, rules);
     printf("%s (%s)\n", name, about);
@@ -93,7 +93,8 @@ static const struct Rule knownRules[] = {{"ber", QOR_BER, "BER"},
                                          {"der", QOR_DER, "DER"},
                                          {"cer", QOR_CER, "CER"},
                                          {"per", QOR_PER_ALIGNED, "aligned PER"},
-                                         {"uper", QOR_PER_UNALIGNED, "unaligned PER"}};
+                                         {"uper", QOR_PER_UNALIGNED, "unaligned PER"},
+                                         {"oer", QOR_OER, "OER"}};
 
 enum { LARGEST_FILE = 16 << 20 };
 
@@ -151,7 +152,7 @@ static int decodeFile(QorGlobal *world, const struct Rule *rule, const char *pat
 static int usage(void)
 {
     printf("usage: qordemo                      show PersonnelRecord under every rule\n"
-           "       qordemo [ber|der|cer|per|uper] FILE\n"
+           "       qordemo [ber|der|cer|per|uper|oer] FILE\n"
            "                                    decode FILE as a PersonnelRecord (BER if no rule)\n");
     return 2;
 }
@@ -191,6 +192,7 @@ int main(int argc, char **argv)
     failures += roundTrip(&world, QOR_CER, "CER", "Canonical Encoding Rules");
     failures += roundTrip(&world, QOR_PER_ALIGNED, "PER", "Packed Encoding Rules, aligned");
     failures += roundTrip(&world, QOR_PER_UNALIGNED, "UPER", "Packed Encoding Rules, unaligned");
+    failures += roundTrip(&world, QOR_OER, "OER", "Octet Encoding Rules");
     printf("%s\n", failures == 0 ? "Round trip exact under every rule." : "Some round trips failed.");
     qorterm(&world);
     return failures == 0 ? 0 : 1;

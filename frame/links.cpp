@@ -7,12 +7,10 @@ using namespace qor;
 
 extern "C" {
 
-// Each family links its own drivers where it lives. Until the XER and OER
-// families are built, their links leave the words null and selecting them
-// reports "not linked".
+// Each family links its own drivers where it lives. Until the XER family is
+// built, its link leaves the words null and selecting it reports "not
+// linked".
 void qorLinkXer(QorGlobal *) {}
-void qorLinkOerE(QorGlobal *) {}
-void qorLinkOerD(QorGlobal *) {}
 
 void *qorLink_Exer(QorGlobal *world, void *exerTables)
 {

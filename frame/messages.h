@@ -86,6 +86,7 @@ enum class Msg : int {
     kTimeFragmented = 258,
     kBadOidIri = 286,    // the whole OID-IRI value is at fault
     kBadOidIriArc = 287, // one of its arcs
+    kOerNotSupported = 289,
     kContainerLength = 306,
 };
 

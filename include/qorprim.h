@@ -859,6 +859,106 @@ void _qor_penc_gtime(QorGlobal *world, const GeneralizedTime *value);
 void _qor_pdec_utime(QorGlobal *world, GeneralizedTime *value);
 void _qor_pdec_gtime(QorGlobal *world, GeneralizedTime *value);
 
+/* OER. Output goes forwards at `outPos` up to `blockStack`, the end of the
+ * current block or of the caller's buffer; input is read at `inPos` up to
+ * `blockStack`, the end of the input. Multi-octet values are big-endian. */
+void _qor_oenc_append_byte(QorGlobal *world, unsigned char byte);
+void _qor_oenc_append_2bytes(QorGlobal *world, unsigned char first, unsigned char second);
+void _qor_oenc_append_3bytes(QorGlobal *world, unsigned char first, unsigned char second,
+                             unsigned char third);
+void _qor_oenc_append_bytes(QorGlobal *world, const void *bytes, QorULong count);
+/* A length determinant: one octet below 128, else 0x80 | n and n octets. */
+void _qor_oenc_octet_length(QorGlobal *world, QorULong length);
+/* The long form of `length` in `buffer` (room for 5); 0x80 alone for 0.
+ * Returns its size. */
+int _qor_oenc_enc_length(QorULong length, unsigned char *buffer);
+/* Fixed-size integers: the 1- and 2-octet forms check their range (messages
+ * 22 signed, 23 unsigned); the 3-octet form writes the top three octets of
+ * `value`, for tags and extension numbers. */
+void _qor_oenc_int_1byte(QorGlobal *world, QorLong value);
+void _qor_oenc_int_2byte(QorGlobal *world, QorLong value);
+void _qor_oenc_int_4byte(QorGlobal *world, QorLong value);
+void _qor_oenc_uint_1byte(QorGlobal *world, QorULong value);
+void _qor_oenc_uint_2byte(QorGlobal *world, QorULong value);
+void _qor_oenc_uint_3byte(QorGlobal *world, QorULong value);
+void _qor_oenc_uint_4byte(QorGlobal *world, QorULong value);
+/* Variable-size integers: a count octet and the minimal octets. */
+void _qor_oenc_int(QorGlobal *world, QorLong value);
+void _qor_oenc_int_ll(QorGlobal *world, int64_t value);
+void _qor_oenc_uint(QorGlobal *world, QorULong value);
+void _qor_oenc_uint_ll(QorGlobal *world, uint64_t value);
+/* Huge integers, most significant octet first: 1 to 4096 octets (else
+ * message 106); redundant leading octets are dropped. */
+void _qor_oenc_int_h(QorGlobal *world, const unsigned char *bytes, QorULong count);
+void _qor_oenc_uint_h(QorGlobal *world, const unsigned char *bytes, QorULong count);
+void _qor_oenc_enum(QorGlobal *world, QorLong value);
+void _qor_oenc_uenum(QorGlobal *world, QorULong value);
+
+/* Where a content of unknown length began, kept by generated code in a
+ * local from the start routine to the end one. Sizing mode keeps
+ * `encLength` in `blockBytes`. */
+typedef struct QorOerPosition {
+    unsigned char *address;     /* the octet reserved for the length, or the first content octet */
+    QorLong blockBytes;         /* octets from `address` to the end of its block */
+    QorMemBlockRecord *page;    /* the block list's record at the start */
+    QorLong pageIndex;          /* its count of blocks at the start */
+    QorLong mustNotBeEmpty;     /* set by generated code: an empty content is one 0 octet */
+} QorOerPosition;
+
+/* An open type or extension addition: one octet is reserved for the
+ * length, which `_qor_oenc_end_ext` sets (moving the content when the
+ * length needs more octets). Returns the content's size. */
+void _qor_oenc_begin_ext(QorGlobal *world, QorOerPosition *position);
+QorULong _qor_oenc_end_ext(QorGlobal *world, QorOerPosition *position);
+/* A mark without a reserved octet, and the octets written since it. */
+void _qor_oenc_store_encpos(QorGlobal *world, QorOerPosition *position);
+QorULong _qor_oenc_calc_enclen(QorGlobal *world, QorOerPosition *position);
+/* One retained unknown extension: its number in 1, 2 or 3 octets, a length
+ * and its octets. */
+void _qor_oenc_rsf_ext(QorGlobal *world, QorULong number, QorULong count,
+                       const unsigned char *bytes);
+/* An extension bit map: the known bits, then the retained ones behind them. */
+void _qor_oenc_rsf_ext_bitmask(QorGlobal *world, const unsigned char *known, QorULong knownBits,
+                               const unsigned char *retained, QorULong retainedBits);
+/* A type outside OER: message 289 with `text`, or 2 for an empty one. */
+QOR_NORETURN void _qor_oenc_not_supported(QorGlobal *world, QorLong ignored, const char *text);
+
+/* Decoders: end of input is message 45. A length is known to fit in what is
+ * left of the input, so the content can be read without a further test. */
+QorULong _qor_odec_length(QorGlobal *world);
+/* A tag's one to three octets as one number, class bits included. */
+QorULong _qor_odec_tag(QorGlobal *world);
+QorLong _qor_odec_int_1byte(QorGlobal *world);
+QorLong _qor_odec_int_2byte(QorGlobal *world);
+QorLong _qor_odec_int_4byte(QorGlobal *world);
+QorULong _qor_odec_uint_1byte(QorGlobal *world);
+QorULong _qor_odec_uint_2byte(QorGlobal *world);
+QorULong _qor_odec_uint_3byte(QorGlobal *world); /* the octets shifted left by 8 */
+QorULong _qor_odec_uint_4byte(QorGlobal *world);
+/* Variable-size: wider than the result is message 147. */
+short _qor_odec_int_s(QorGlobal *world);
+QorLong _qor_odec_int(QorGlobal *world);
+int64_t _qor_odec_int_ll(QorGlobal *world);
+unsigned short _qor_odec_uint_s(QorGlobal *world);
+QorULong _qor_odec_uint(QorGlobal *world);
+uint64_t _qor_odec_uint_ll(QorGlobal *world);
+/* Huge integers into decoder memory; returns the octet count. The unsigned
+ * form puts a 0x00 in front of a set top bit, so that the value reads as
+ * two's complement. */
+QorULong _qor_odec_int_h(QorGlobal *world, unsigned char **result);
+QorULong _qor_odec_uint_h(QorGlobal *world, unsigned char **result);
+QorLong _qor_odec_enum(QorGlobal *world);
+QorULong _qor_odec_uenum(QorGlobal *world);
+/* Steps over the extensions whose bits, from `first` to before `end`, are
+ * set in `mask` (bit 0 the top bit of its first octet); 1 if any was. */
+int _qor_odec_skip_unknown(QorGlobal *world, const unsigned char *mask, QorULong first,
+                           QorULong end);
+/* An extension that began at `start` with `length` octets ends there: what
+ * this version does not know of it is skipped; having read past it is
+ * message 106. */
+void _qor_odec_check_bytes(QorGlobal *world, const unsigned char *start, QorULong length);
+QOR_NORETURN void _qor_odec_not_supported(QorGlobal *world, QorLong *word, const char *text);
+
 #ifdef __cplusplus
 }
 #endif

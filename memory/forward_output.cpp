@@ -107,10 +107,12 @@ void _qorSetOutMemQueue(QorGlobal *world, QorLong *lengthOut, unsigned char **va
         return;
     }
     closePartialOctet(world);
+    const bool emptyAllowed = (world->outState & kEmptyEncodingAllowed) != 0;
+    world->outState &= ~kEmptyEncodingAllowed;
     QorLong size = *lengthOut;
     QorLong used = size - world->outRoom;
-    if (used == 0) {
-        // An empty encoding is one zero octet.
+    if (used == 0 && !emptyAllowed) {
+        // An empty encoding is one zero octet, unless the entry allowed none.
         raiseIf(world, size < 1, Msg::kBufferTooSmall, world->totalBytes);
         (*valueOut)[0] = 0;
         used = 1;

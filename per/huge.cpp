@@ -3,31 +3,12 @@
 // from the lower bound in a field the range's width decides.
 #include <cstring>
 
+#include "common/huge_octets.h"
 #include "per/per.h"
 
 using namespace qor;
 
 namespace {
-
-constexpr QorULong kHugeLimit = 4096;
-
-// Which leading octets are redundant: a signed value drops a 0x00 before a
-// clear top bit and a 0xFF before a set one; a positive one only the 0x00;
-// an unsigned one every 0x00.
-enum class Trim { kSigned, kPositive, kUnsigned };
-
-// Drops redundant leading octets, keeping at least one.
-QorULong trimmed(const unsigned char **bytes, QorULong count, Trim trim)
-{
-    const unsigned char *b = *bytes;
-    while (count > 1 && ((b[0] == 0x00 && ((b[1] & 0x80) == 0 || trim == Trim::kUnsigned)) ||
-                         (trim == Trim::kSigned && b[0] == 0xFF && (b[1] & 0x80) != 0))) {
-        b++;
-        count--;
-    }
-    *bytes = b;
-    return count;
-}
 
 // Steps over `octets` whole octets at the cursor, checked against the input.
 void skipOctets(QorGlobal *world, QorULong octets)

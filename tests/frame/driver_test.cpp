@@ -118,10 +118,10 @@ TEST_F(Driver, FrontDoorRefusesBadArgumentsRulesAndTables)
     }
     EXPECT_STREQ(world.errMsgBuffer, "E0100S: Unknown encoding rules were requested, use "
                                      "BER/DER/CER/PER/XER only.\n");
-    world.encRules = QOR_OER;
+    world.encRules = QOR_XER;
     EXPECT_EQ(qorEncode(&world, PDU_Raw, &value, &out), QOR_RULES_NOT_LINKED);
     EXPECT_STREQ(world.errMsgBuffer,
-                 "E0103S: The requested encoding rules were not linked: 'OER'.\n");
+                 "E0103S: The requested encoding rules were not linked: 'XER'.\n");
 
     world.encRules = QOR_DER;
     world.ruleBits &= ~QorULong{QOR_RULE_DER_ALLOWED};

@@ -33,12 +33,15 @@ TEST(Layout, SmallRecords)
     EXPECT_EQ(sizeof(QorOpenType), 24u);
     EXPECT_EQ(sizeof(QorOpenTypeUser), 32u);
     EXPECT_EQ(sizeof(QorEncodedOid), 16u);
+    EXPECT_EQ(sizeof(QorOerPosition), 32u);
     expectPins({
         PIN(QorBuf, value, 8), PIN(QorMemBlockRecord, slot, 8), PIN(QorMemBlockRecord, next, 424),
         PIN(QorFieldInfo, kind, 16), PIN(QorFieldRecord, index, 16), PIN(QorOpenType, length, 4),
         PIN(QorOpenType, encoded, 8), PIN(QorOpenType, decoded, 16),
         PIN(QorOpenTypeUser, userField, 24), PIN(QorMixedReal, value.binary, 8),
-        PIN(QorMixedReal, value.decimal.text, 16), PIN(QorEncodedOid, value, 8)
+        PIN(QorMixedReal, value.decimal.text, 16), PIN(QorEncodedOid, value, 8),
+        PIN(QorOerPosition, blockBytes, 8), PIN(QorOerPosition, page, 16),
+        PIN(QorOerPosition, pageIndex, 24), PIN(QorOerPosition, mustNotBeEmpty, 28)
     });
 }
 

@@ -35,7 +35,8 @@ const char *const testSchemaPduNames[PDU_COUNT][2] = {
     {"Envelope", "Envelope"}, {"Chain", "Chain"}, {"PersonnelRecord", "PersonnelRecord"},
     {"Gauges", "Gauges"}, {"Texts", "Texts"}, {"Bits", "Bits"},
     {"PersonnelRecord", "PersonnelRecord"}, {"PersonnelRecord", "PersonnelRecord"},
-    {"", ""}, {"", ""}, {"", ""}, {"", ""}, {"Leaves", "Leaves"}};
+    {"Widths", "Widths"}, {"Levels", "Levels"}, {"Extended", "Extended"}, {"Nothing", "NULL"},
+    {"Leaves", "Leaves"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -660,6 +661,12 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
     case PDU_Leaves:
         leavesFree(world, (Leaves *)value);
         return 0;
+    case PDU_Widths:
+    case PDU_Levels:
+    case PDU_Extended:
+    case PDU_Nothing:
+        numbersFree(world, pdunum, value);
+        return 0;
     case PDU_Chain: {
         Chain *link = (Chain *)value;
         while (link != NULL) {
@@ -759,22 +766,59 @@ static int perDecode(QorGlobal *world, int *pdunum, void **output)
     return 0;
 }
 
+/* OER: only the PersonnelRecord PDUs, Widths, Levels, Extended and Nothing
+ * have entries. The input holds no PDU number, so the caller gives one. */
+static int oerEncode(QorGlobal *world, int pdunum, void *value)
+{
+    if (pdunum < 1 || pdunum > PDU_COUNT)
+        _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
+    world->pduNumber = pdunum;
+    world->pduNames = testSchemaPduNames[pdunum - 1];
+    switch (pdunum) {
+    case PDU_PersonnelRecord:
+    case PDU_PersonnelConstrained:
+        personnelOerEncode(world, (const PersonnelRecord *)value,
+                           pdunum == PDU_PersonnelConstrained);
+        break;
+    default:
+        numbersOerEncode(world, pdunum, value);
+    }
+    return 0;
+}
+
+static void *oerDecode(QorGlobal *world, int pdunum)
+{
+    if (pdunum < 1 || pdunum > PDU_COUNT)
+        _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
+    world->pduNumber = pdunum;
+    world->pduNames = testSchemaPduNames[pdunum - 1];
+    switch (pdunum) {
+    case PDU_PersonnelRecord:
+    case PDU_PersonnelConstrained:
+        return personnelOerDecode(world, pdunum == PDU_PersonnelConstrained);
+    default:
+        return numbersOerDecode(world, pdunum);
+    }
+}
+
 /* The rules this table carries: BER (bit 0), aligned (1) and unaligned (2)
- * PER, DER (3) and CER (7). */
-static QorULong featureBits = 0x8F;
+ * PER, DER (3), CER (7) and OER (12). */
+static QorULong featureBits = 0x108F;
 
 static int initEntry(QorGlobal *world)
 {
-    qorPrivateSetMoreFlags(world, 8, &featureBits);
+    qorPrivateSetMoreFlags(world, 13, &featureBits);
     qorLinkBer(world);
     qorLinkPer(world);
+    qorLinkOerE(world);
+    qorLinkOerD(world);
     qorInitXAPIentries(world, &testSchemaXapi);
     world->ruleBits |= QOR_RULE_DER_ALLOWED;
     return 0;
 }
 
 QorXapiEntries testSchemaXapi = {26, NULL, NULL, NULL, NULL, 0, testSchemaConstraints,
-                                  0,  NULL, NULL, 0,    0,    NULL, NULL};
+                                  0,  NULL, NULL, 0,    QOR_OER_VERSION, oerEncode, oerDecode};
 
 QorControlTable testSchemaTable = {initEntry,       berEncode, berDecode, freeValue,
                                    QOR_BER_VERSION, perEncode, perDecode, QOR_PER_VERSION,

@@ -25,6 +25,10 @@ enum {
     PDU_Bits = 12, /* bit and octet strings in every memory form: PER only */
     PDU_PersonnelExtensible = 13, /* with extension markers and an addition: PER only */
     PDU_PersonnelExtensibleFirst = 14, /* its first version, without the addition: PER only */
+    PDU_Widths = 15,   /* whole numbers of every OER width: OER only */
+    PDU_Levels = 16,   /* ENUMERATED, signed and unsigned: OER only */
+    PDU_Extended = 17, /* a SEQUENCE with an extension addition: OER only */
+    PDU_Nothing = 18,  /* NULL, whose OER encoding is empty: OER only */
     PDU_Leaves = 19, /* object identifiers, REAL, times and an open type: PER only */
     PDU_COUNT = 19
 };
@@ -374,6 +378,100 @@ extern Bits bitsExample;
 void bitsPerEncode(QorGlobal *world, const Bits *value);
 void *bitsPerDecode(QorGlobal *world);
 void bitsFree(QorGlobal *world, Bits *value);
+
+/* The PersonnelRecord entries of OER, for both modules (0 unconstrained,
+ * 1 constrained). */
+void personnelOerEncode(QorGlobal *world, const PersonnelRecord *value, int constrained);
+void *personnelOerDecode(QorGlobal *world, int constrained);
+
+/* Widths ::= SEQUENCE {
+ *     u8      INTEGER (0..255),
+ *     u16     INTEGER (0..65535),
+ *     u32     INTEGER (0..4294967295),
+ *     u64     INTEGER (0..18446744073709551615),
+ *     s8      INTEGER (-128..127),
+ *     s16     INTEGER (-32768..32767),
+ *     s32     INTEGER (-2147483648..2147483647),
+ *     s64     INTEGER (-9223372036854775808..9223372036854775807),
+ *     span    INTEGER (-1000..60000),
+ *     natural INTEGER (0..MAX),
+ *     any     INTEGER,
+ *     wide    INTEGER,          -- 64 bits in memory
+ *     count   INTEGER (0..MAX), -- 64 bits in memory
+ *     step    INTEGER (-10..10, ...), -- 16 bits in memory
+ *     ext     INTEGER (0..7, ...),
+ *     huge    INTEGER,          -- an octet array, two's complement
+ *     total   INTEGER (0..MAX)  -- an octet array, unsigned
+ * }
+ * A PDU with OER entries only. A range's bounds pick the form: from a
+ * lower bound of 0, an unsigned number of 1, 2, 4 or 8 octets; below it a
+ * signed one; no upper bound or an extensible range, a length and octets.
+ * A decoded `total` whose top bit is set has a 0x00 in front. */
+typedef struct Widths {
+    unsigned char u8;
+    unsigned short u16;
+    QorULong u32;
+    uint64_t u64;
+    signed char s8;
+    short s16;
+    QorLong s32;
+    int64_t s64;
+    QorLong span;
+    QorULong natural;
+    QorLong any;
+    int64_t wide;
+    uint64_t count;
+    short step;
+    QorLong ext;
+    struct {
+        QorULong length;
+        unsigned char *value;
+    } huge;
+    struct {
+        QorULong length;
+        unsigned char *value;
+    } total;
+} Widths;
+
+/* The value of the tests: every field at an edge of its form. */
+extern Widths widthsExample;
+
+/* Levels ::= SEQUENCE {
+ *     size ENUMERATED { small(0), medium(1), large(127) },
+ *     sign ENUMERATED { minus(-1), zero(0), thousand(1000), ... },
+ *     wide ENUMERATED { none(0), top(4294967295) }  -- unsigned in memory
+ * }
+ * A PDU with OER entries only; `sign` takes any value, as later versions
+ * may add some. */
+typedef struct Levels {
+    int size;
+    QorLong sign;
+    QorULong wide;
+} Levels;
+
+extern Levels levelsExample;
+
+/* Extended ::= SEQUENCE { a INTEGER (0..255), ..., b BOOLEAN }
+ * A PDU with OER entries only. Additions of a later version are read past. */
+typedef struct Extended {
+    unsigned char bit_mask;
+#define Extended_b_present 0x80
+    unsigned char a;
+    char b;
+} Extended;
+
+extern Extended extendedExample; /* { a 5, b TRUE } */
+
+/* Nothing ::= NULL: a PDU with OER entries only, encoded as no octets. */
+typedef struct Nothing {
+    char null;
+} Nothing;
+
+/* The entries of Widths, Levels, Extended and Nothing, called by the
+ * schema's switch. */
+void numbersOerEncode(QorGlobal *world, int pdunum, const void *value);
+void *numbersOerDecode(QorGlobal *world, int pdunum);
+void numbersFree(QorGlobal *world, int pdunum, void *value);
 
 /* Envelope ::= [APPLICATION 3] IMPLICIT SEQUENCE { kind [0] INTEGER,
  *     content [1] OPEN TYPE }  -- content: any PDU of this module.

@@ -200,9 +200,9 @@ void expectRoundTrip(QorGlobal *world, int pdu, void *value, const Bytes &expect
 
     QorBuf input = {library.length, library.value};
     void *decoded = nullptr;
-    // BER finds the PDU from the tag; PER input doesn't say.
+    // BER finds the PDU from the tag; PER and OER input doesn't say.
     const int rules = qorGetEncodingRules(world);
-    int found = rules == QOR_PER_ALIGNED || rules == QOR_PER_UNALIGNED ? pdu : 0;
+    int found = rules == QOR_PER_ALIGNED || rules == QOR_PER_UNALIGNED || rules == QOR_OER ? pdu : 0;
     ASSERT_EQ(qorDecode(world, &found, &input, &decoded), 0) << qorGetErrMsg(world);
     EXPECT_EQ(found, pdu);
     EXPECT_EQ(qorGetBytesReadByDecoder(world), size);
