@@ -35,15 +35,6 @@ bool mantissaIsZero(const char *text)
     return digits;
 }
 
-// A REAL's contents, as far as the memory form needs them.
-struct RealItem {
-    enum Kind : int { kEmpty, kBinary, kSpecial, kDecimal } kind;
-    double value;              // kBinary; kDecimal when its value was asked for
-    unsigned char octet;       // kSpecial: 0x40 to 0x43
-    const unsigned char *text; // kDecimal: the characters after the form octet
-    QorLong textLength;
-};
-
 // Binary contents: the first octet, the exponent, the mantissa. Base 8 and 16
 // shift the exponent left by 3 and 4 places, that is by the base's own value
 // and not by its logarithm; kept so on purpose, as the library has always
@@ -127,35 +118,6 @@ RealItem takeReal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong 
     return item;
 }
 
-// A zero-terminated copy of `length` octets in decoder memory.
-char *newText(QorGlobal *world, const void *data, QorLong length)
-{
-    auto *text = static_cast<char *>(_qor_dec_getfixmem(world, length + 1));
-    memcpy(text, data, static_cast<size_t>(length));
-    text[length] = '\0';
-    return text;
-}
-
-// The text form of decoded contents other than binary.
-char *textOf(QorGlobal *world, const RealItem &item)
-{
-    switch (item.kind) {
-    case RealItem::kEmpty:
-        return newText(world, "0", 1);
-    case RealItem::kSpecial: {
-        const char *spelling = specialRealText(item.octet);
-        return newText(world, spelling, static_cast<QorLong>(strlen(spelling)));
-    }
-    case RealItem::kDecimal:
-        return newText(world, item.text, item.textLength);
-    case RealItem::kBinary:
-    default: {
-        char shortest[kShortestRealSize];
-        size_t n = formatShortest(item.value, shortest);
-        return newText(world, shortest, static_cast<QorLong>(n));
-    }
-    }
-}
 
 } // namespace
 
@@ -275,7 +237,7 @@ void _qor_dec_creal(QorGlobal *world, unsigned char **pos, QorLong *room, QorLon
                     char **out)
 {
     RealItem item = takeReal(world, pos, room, length, kDoubleLimits, false);
-    *out = textOf(world, item);
+    *out = realItemText(world, item, false);
 }
 
 void _qor_dec_mreal_ia(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
@@ -289,7 +251,7 @@ void _qor_dec_mreal_ia(QorGlobal *world, unsigned char **pos, QorLong *room, Qor
         return;
     }
     // Decimal contents keep their text; the special values their spellings.
-    mixed->value.decimal.text = textOf(world, item);
+    mixed->value.decimal.text = realItemText(world, item, false);
     mixed->kind = 1;
 }
 

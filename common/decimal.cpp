@@ -611,4 +611,32 @@ size_t formatGeneral(double value, char *buffer)
     return static_cast<size_t>(r.ptr - buffer);
 }
 
+char *decoderText(QorGlobal *world, const void *data, size_t length)
+{
+    auto *text = static_cast<char *>(_qor_dec_getfixmem(world, static_cast<QorLong>(length + 1)));
+    memcpy(text, data, length);
+    text[length] = '\0';
+    return text;
+}
+
+char *realItemText(QorGlobal *world, const RealItem &item, bool general)
+{
+    switch (item.kind) {
+    case RealItem::kEmpty:
+        return decoderText(world, "0", 1);
+    case RealItem::kSpecial: {
+        const char *spelling = specialRealText(item.octet);
+        return decoderText(world, spelling, strlen(spelling));
+    }
+    case RealItem::kDecimal:
+        return decoderText(world, item.text, static_cast<size_t>(item.textLength));
+    case RealItem::kBinary:
+    default: {
+        char text[kShortestRealSize > kGeneralRealSize ? kShortestRealSize : kGeneralRealSize];
+        const size_t n = general ? formatGeneral(item.value, text) : formatShortest(item.value, text);
+        return decoderText(world, text, n);
+    }
+    }
+}
+
 } // namespace qor

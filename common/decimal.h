@@ -186,4 +186,22 @@ constexpr size_t kGeneralRealSize = 24;
 // digits: 0.1 is "0.1", 1e10 "1e+10", 1/3 "0.333333".
 size_t formatGeneral(double value, char *buffer);
 
+// A decoded REAL's contents, as far as a memory form needs them.
+struct RealItem {
+    enum Kind : int { kEmpty, kBinary, kSpecial, kDecimal } kind;
+    double value;              // kBinary; kDecimal when its value was asked for
+    unsigned char octet;       // kSpecial: 0x40 to 0x43
+    const unsigned char *text; // kDecimal: the characters after the form octet
+    QorLong textLength;
+    void *temp;                // contents copied to temporary memory, if they were
+};
+
+// A zero-terminated copy of `length` octets in decoder memory.
+char *decoderText(QorGlobal *world, const void *data, size_t length);
+
+// The text form of a decoded REAL in decoder memory: "0" when empty, a
+// special value's name, decimal characters as they came; a binary value as
+// "%lg" prints it when `general`, else its shortest exact form.
+char *realItemText(QorGlobal *world, const RealItem &item, bool general);
+
 } // namespace qor

@@ -65,16 +65,6 @@ double binaryValue(QorGlobal *world, const unsigned char *contents, QorLong leng
     return (c & 0x40) != 0 ? -v : v;
 }
 
-// A REAL's contents, as far as the memory form needs them.
-struct RealItem {
-    enum Kind : int { kEmpty, kBinary, kSpecial, kDecimal } kind;
-    double value;              // kBinary; kDecimal when its value was asked for
-    unsigned char octet;       // kSpecial: 0x40 to 0x43
-    const unsigned char *text; // kDecimal: the characters after the form octet
-    QorLong textLength;
-    void *temp;                // contents copied to temporary memory
-};
-
 // Reads a REAL's length and contents. The value of decimal contents is
 // worked out only with `limits`: the text forms keep the characters. A
 // REAL long enough to be fragmented is none this library would send.
@@ -111,35 +101,6 @@ void release(QorGlobal *world, const RealItem &item)
 {
     if (item.temp != nullptr)
         _qor_dec_freetempmem(world, item.temp);
-}
-
-// A zero-terminated copy of `length` octets in decoder memory.
-char *newText(QorGlobal *world, const void *data, size_t length)
-{
-    auto *text = static_cast<char *>(_qor_dec_getfixmem(world, static_cast<QorLong>(length + 1)));
-    memcpy(text, data, length);
-    text[length] = '\0';
-    return text;
-}
-
-// The text form of decoded contents: a binary value as "%lg" prints it.
-char *textOf(QorGlobal *world, const RealItem &item)
-{
-    switch (item.kind) {
-    case RealItem::kEmpty:
-        return newText(world, "0", 1);
-    case RealItem::kSpecial: {
-        const char *spelling = specialRealText(item.octet);
-        return newText(world, spelling, strlen(spelling));
-    }
-    case RealItem::kDecimal:
-        return newText(world, item.text, static_cast<size_t>(item.textLength));
-    case RealItem::kBinary:
-    default: {
-        char general[kGeneralRealSize];
-        return newText(world, general, formatGeneral(item.value, general));
-    }
-    }
 }
 
 void storeSpecial(QorGlobal *world, const RealItem &item, void *out, size_t size)
@@ -272,7 +233,7 @@ char *_qor_pdec_creal(QorGlobal *world)
 {
     unsigned char frame[kFrameText];
     const RealItem item = takeReal(world, nullptr, frame);
-    char *text = textOf(world, item);
+    char *text = realItemText(world, item, true);
     release(world, item);
     return text;
 }
@@ -287,7 +248,7 @@ int _qor_pdec_mreal_ia(QorGlobal *world, void *record)
         mixed->value.binary = item.value;
     } else {
         // Decimal contents keep their text; the special values their spellings.
-        mixed->value.decimal.text = textOf(world, item);
+        mixed->value.decimal.text = realItemText(world, item, true);
         mixed->kind = 1;
     }
     release(world, item);
