@@ -28,6 +28,19 @@ void releaseAddedRecords(QorGlobal *world, QorFreeFn release)
     }
 }
 
+// Turns a chain of records round; returns its new first, the newest.
+QorMemBlockRecord *newestFirst(QorMemBlockRecord *oldest)
+{
+    QorMemBlockRecord *newest = nullptr;
+    while (oldest != nullptr) {
+        QorMemBlockRecord *next = oldest->next;
+        oldest->next = newest;
+        newest = oldest;
+        oldest = next;
+    }
+    return newest;
+}
+
 } // namespace
 
 QorMemBlockRecord *addQueueRecord(QorGlobal *world, QorMallocFn alloc)
@@ -49,14 +62,7 @@ void memQueueFree(QorGlobal *world, QorFreeFn release)
     // Newest first. Records link forwards only, so the added ones are turned
     // round once; a turned chain is marked by the tail pointing at the head.
     if (world->blockQueueTail != head) {
-        QorMemBlockRecord *newest = nullptr;
-        for (QorMemBlockRecord *r = head->next; r != nullptr;) {
-            QorMemBlockRecord *next = r->next;
-            r->next = newest;
-            newest = r;
-            r = next;
-        }
-        head->next = newest;
+        head->next = newestFirst(head->next);
         world->blockQueueTail = head;
     }
     auto releaseOne = [world, release](void *p) {
@@ -89,13 +95,7 @@ void truncateOutput(QorGlobal *world, QorMemBlockRecord *record, int slot)
     // Newest first, as memQueueFree gives them back: the records after
     // `record`, turned round, each after its blocks; then the blocks of
     // `record` after `slot`.
-    QorMemBlockRecord *newest = nullptr;
-    for (QorMemBlockRecord *r = record->next; r != nullptr;) {
-        QorMemBlockRecord *next = r->next;
-        r->next = newest;
-        newest = r;
-        r = next;
-    }
+    QorMemBlockRecord *newest = newestFirst(record->next);
     record->next = nullptr;
     world->blockQueueTail = record;
     while (newest != nullptr) {
