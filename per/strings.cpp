@@ -186,11 +186,19 @@ void _qor_penc_kmstr(QorGlobal *world, const char *chars, QorULong count,
                      const QorStringDescriptor *desc, unsigned char extensionMark)
 {
     const auto *text = reinterpret_cast<const unsigned char *>(chars);
-    // Pad, two length octets and pad again, then the characters.
-    if ((desc->flags & (kTimeString | kExtensibleSize)) == 0 && count < kFragmentUnit &&
-        outputHasRoom(world, uint64_t{count} + 4)) {
-        putUsual(world, text, count, desc);
-        return;
+    // Pad, two length octets and pad again, then the characters. An
+    // extensible size within its root is the same after a 0 bit.
+    const QorULong flags = desc->flags;
+    if ((flags & kTimeString) == 0 && count < kFragmentUnit && outputHasRoom(world, uint64_t{count} + 4)) {
+        if ((flags & kExtensibleSize) == 0) {
+            putUsual(world, text, count, desc);
+            return;
+        }
+        if (!markSet(extensionMark) && count >= desc->lowerSize && count <= desc->upperSize) {
+            putBitsAt(world, 0, 1);
+            putUsual(world, text, count, desc);
+            return;
+        }
     }
     encodeKmstr(world, text, count, desc, extensionMark);
 }
