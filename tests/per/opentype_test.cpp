@@ -23,7 +23,6 @@ struct Target {
     bool userBuffer;
     long shortBy; // octets less than the encoding needs
 };
-constexpr Target kLibraryMemory{"library memory", false, 0};
 
 class OpenTypeTest : public pertest::PerTest {
 protected:
