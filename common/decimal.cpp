@@ -420,7 +420,7 @@ const RealLimits kFloatLimits = {FLT_MAX,
                                  sizeof(float)};
 
 void scanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong length,
-                            DecimalContents &c)
+                            DecimalContents &c, Msg rubbish)
 {
     c = DecimalContents{};
     c.zero = true;
@@ -480,7 +480,7 @@ void scanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong le
         }
         c.scale = clampScale(c.scale + (minus ? -given : given));
     }
-    raiseIf(world, p != end, Msg::kMisencoded, 0);
+    raiseIf(world, p != end, rubbish, 0);
     raiseIf(world, !anyDigit, Msg::kNoMantissaDigits, 0);
     raiseIf(world, c.exponent && !exponentDigits, Msg::kNoExponentDigits, 0);
 }
@@ -507,7 +507,8 @@ double decimalRealContents(QorGlobal *world, const unsigned char *contents, QorL
     return v;
 }
 
-double decimalContentsValue(QorGlobal *world, const DecimalContents &c, const RealLimits &lim)
+double decimalContentsValue(QorGlobal *world, const DecimalContents &c, const RealLimits &lim,
+                            bool saturate)
 {
     if (c.zero || c.digits == 0)
         return 0.0;
@@ -527,9 +528,13 @@ double decimalContentsValue(QorGlobal *world, const DecimalContents &c, const Re
             v *= 1e10;
         for (; e > 0 && v < lim.oneUp; e--)
             v *= 10;
+        if (e > 0 && saturate)
+            return lim.largest;
         raiseIf(world, e > 0, Msg::kRealTooLarge, 0);
     }
     // The last step by ten may round past the largest value.
+    if (!(v <= lim.largest) && saturate)
+        return lim.largest;
     raiseIf(world, !(v <= lim.largest), Msg::kRealTooLarge, 0);
     return v;
 }

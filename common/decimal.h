@@ -137,10 +137,11 @@ struct DecimalContents {
 };
 
 // Reads blanks, a sign, digits, "." or ",", digits, "E" or "e", a sign and
-// digits from exactly `length` octets. Another character is message 106, no
-// digit in the mantissa 107, an exponent marker without digits 108.
+// digits from exactly `length` octets. Another character is message
+// `rubbish` (106 for contents, 83 where an encoder checks a text), no digit
+// in the mantissa 107, an exponent marker without digits 108.
 void scanDecimalContents(QorGlobal *world, const unsigned char *text, QorLong length,
-                            DecimalContents &contents);
+                            DecimalContents &contents, Msg rubbish = Msg::kMisencoded);
 
 // Decimal REAL contents, `length` octets from the form octet (0 to 3, else
 // message 113) on: their syntax, their form against what the text holds
@@ -152,9 +153,10 @@ double decimalRealContents(QorGlobal *world, const unsigned char *contents, QorL
 
 // The magnitude of `contents`, the exponent applied in steps of ten and then
 // of one within `limits`. A value that runs out of range downwards becomes
-// 0.0; upwards it is message 128. The sign is the caller's.
+// 0.0; upwards it is message 128, or with `saturate` the largest value
+// (OER's decimal REAL, which never fails on range). The sign is the caller's.
 [[nodiscard]] double decimalContentsValue(QorGlobal *world, const DecimalContents &contents,
-                               const RealLimits &limits);
+                               const RealLimits &limits, bool saturate = false);
 
 // A finite non-zero double as mantissa x 2^exponent, the mantissa odd.
 struct BinaryReal {

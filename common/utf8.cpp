@@ -51,6 +51,19 @@ void checkWidth(QorGlobal *world, int width)
     raiseIf(world, width != 1 && width != 2 && width != 4, Msg::kUnknownSize, width);
 }
 
+// The low bits of `value` that a character of `width` octets holds.
+void narrowChar(unsigned char *out, QorULong value, int width)
+{
+    if (width == 4) {
+        memcpy(out, &value, 4);
+    } else if (width == 2) {
+        const auto c = static_cast<uint16_t>(value);
+        memcpy(out, &c, 2);
+    } else {
+        *out = static_cast<unsigned char>(value);
+    }
+}
+
 } // namespace
 
 QorULong charAt(const void *chars, QorLong i, int width)
@@ -176,15 +189,20 @@ QorLong utf8CharCount(QorGlobal *world, const unsigned char *in, QorLong length)
 }
 
 QorLong decodeUtf8Chars(QorGlobal *world, void *out, const unsigned char *in, QorLong length,
-                           int width)
+                           int width, bool cut)
 {
     checkWidth(world, width);
     auto *target = static_cast<unsigned char *>(out);
     QorLong count = 0;
     for (QorLong at = 0; at < length; count++) {
         int used;
-        if (!decodeUtf8Char(world, target, in + at, length - at, width, &used))
+        QorULong wide;
+        const bool whole = cut ? decodeUtf8Char(world, &wide, in + at, length - at, 4, &used)
+                               : decodeUtf8Char(world, target, in + at, length - at, width, &used);
+        if (!whole)
             raise(world, Msg::kBadUtf8Sequence, longValue(0));
+        if (cut)
+            narrowChar(target, wide, width);
         at += used;
         target += width;
     }

@@ -53,8 +53,9 @@ unsigned char *putUtf8Chars(unsigned char *out, const void *chars, QorLong count
 
 // Converts `length` octets of UTF-8 into characters of `width` octets at
 // `out`, which has room for utf8CharCount of them; returns their count.
-// A bad sequence is message 135, a character too wide message 99.
+// A bad sequence is message 135, a character too wide message 99; with
+// `cut`, a character too wide keeps its low bits instead (OER's BMP form).
 QorLong decodeUtf8Chars(QorGlobal *world, void *out, const unsigned char *in, QorLong length,
-                           int width);
+                           int width, bool cut = false);
 
 } // namespace qor

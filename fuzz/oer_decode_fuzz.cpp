@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (input.empty())
         input.push_back(0); // a QorBuf needs an octet to point at
     for (int pdu : {PDU_PersonnelRecord, PDU_PersonnelConstrained, PDU_Widths, PDU_Levels,
-                    PDU_Extended, PDU_Nothing})
+                    PDU_Extended, PDU_Nothing, PDU_OerBits, PDU_OerTexts, PDU_OerLeaves})
         qorfuzz::decodeOnce(world, pdu, input, static_cast<QorLong>(size));
     return 0;
 }

@@ -959,6 +959,129 @@ int _qor_odec_skip_unknown(QorGlobal *world, const unsigned char *mask, QorULong
 void _qor_odec_check_bytes(QorGlobal *world, const unsigned char *start, QorULong length);
 QOR_NORETURN void _qor_odec_not_supported(QorGlobal *world, QorLong *word, const char *text);
 
+/* OER BIT STRING: a length, the unused bits of the last octet (0 to 7, and
+ * 0 when there is no octet: else message 105), the octets; the encoders
+ * clear the unused bits on the wire. The `padded` form is an integer whose
+ * value the encoder gets as big-endian octets; the decoder gives one octet
+ * as it is, two as a 16-bit value, three as the top of 32 bits, four as 32
+ * bits. `big_padded`: an array of (`capacity` + 7) / 8 octets, cleared
+ * beyond the value. A value over `capacity`: message 27. The named-bit
+ * forms take a longer value whose excess bits are 0 and cut it to the
+ * capacity; the varying ones refuse one with message 42, and the unbounded
+ * one tests only a capacity other than 0, and not under NOCONSTRAIN.
+ * Decoders return the count of bits. `_qor_oenc_bit_unbounded_fixed` writes
+ * a fixed size: the octets and zeros, no length. `_qor_odec_bits_by_len`
+ * reads the unused octet and `octets` octets after a length read by the
+ * caller. */
+void _qor_oenc_bit_padded(QorGlobal *world, const unsigned char *bits, QorULong count);
+void _qor_oenc_bit_unbounded(QorGlobal *world, const unsigned char *bits, QorULong count);
+void _qor_oenc_bit_unbounded_fixed(QorGlobal *world, const unsigned char *bits, QorULong count,
+                                   QorULong fixedSize);
+void _qor_odec_bit_big_padded(QorGlobal *world, unsigned char *target, QorULong capacity);
+QorULong _qor_odec_bit_padded(QorGlobal *world, QorULong capacity);
+QorULong _qor_odec_bit_unbounded(QorGlobal *world, unsigned char **result);
+QorULong _qor_odec_bits_by_len(QorGlobal *world, unsigned char *target, QorULong octets);
+void _qor_odec_named_bit_big_padded(QorGlobal *world, unsigned char *target, QorULong capacity);
+QorULong _qor_odec_named_bit_padded(QorGlobal *world, QorULong capacity);
+QorULong _qor_odec_named_bit_unbounded(QorGlobal *world, unsigned char **result,
+                                       QorULong capacity);
+QorULong _qor_odec_named_bit_varying(QorGlobal *world, unsigned char *target, QorULong capacity);
+QorULong _qor_odec_named_bit_varying_ptr(QorGlobal *world, void **result, QorULong headerSize,
+                                         QorULong capacity);
+
+/* OER character strings. One octet a character needs no encoder: the
+ * length and the octets go by the byte writers. BMPString and
+ * UniversalString go as big-endian units with no length (the caller writes
+ * it); UTF8String from 16 or 32-bit characters with its length (message 87
+ * for a character without a UTF-8 form). Decoders: `read_octets` a fixed
+ * count; `string_padded` an array of `size` filled up with spaces, a longer
+ * value only if its excess is spaces (else message 79); new memory for the
+ * others (null when empty), whose count they return; a BMP or Universal
+ * length not a multiple of the width: message 140; the fixed forms a count
+ * the type fixes; bad UTF-8: message 135, and a character above 16 bits
+ * keeps its low 16 in the BMP form. */
+void _qor_oenc_bmpstr(QorGlobal *world, const uint16_t *chars, QorULong count);
+void _qor_oenc_unistr(QorGlobal *world, const QorULong *chars, QorULong count);
+void _qor_oenc_utf8_string_bmp(QorGlobal *world, const uint16_t *chars, QorULong count);
+void _qor_oenc_utf8_string_universal(QorGlobal *world, const QorULong *chars, QorULong count);
+void _qor_odec_read_octets(QorGlobal *world, void *target, QorULong count);
+void _qor_odec_string_padded(QorGlobal *world, char *target, QorULong size);
+QorULong _qor_odec_string_unbounded(QorGlobal *world, unsigned char **result);
+QorULong _qor_odec_bmp_string(QorGlobal *world, uint16_t **result);
+QorULong _qor_odec_universal_string(QorGlobal *world, QorULong **result);
+void _qor_odec_fixed_bmp_string(QorGlobal *world, uint16_t *target, QorULong count);
+void _qor_odec_fixed_universal_string(QorGlobal *world, QorULong *target, QorULong count);
+QorULong _qor_odec_utf8_string_bmp(QorGlobal *world, uint16_t **result);
+QorULong _qor_odec_utf8_string_universal(QorGlobal *world, QorULong **result);
+
+/* OER OBJECT IDENTIFIER and RELATIVE-OID: BER's contents behind a length.
+ * Encoders check before writing: fewer than 2 arcs, a first arc above 2, a
+ * second above 39 under 0 or 1 or of 0xFFFFFFB0 or more under 2, under 0.0 a
+ * third of 0 or above 26: message 70. `_i` and `_l` are 32-bit arcs, `_s`
+ * 16-bit; lists hold the link first and the arc at byte `offset`. Decoders:
+ * contents that end inside a subidentifier, or empty unless relaxed:
+ * message 106; an arc too wide for its type: 97; more arcs (octets for
+ * `encoded`) than a `capacity` other than 0: 79. `array` fills and clears
+ * the caller's array; `_ptr` returns a record with the 16-bit count first
+ * and the arcs after `headerSize` octets; `linked` makes QorObjidNode or
+ * QorObjidNodeShort nodes; `unbounded` a new array (null for none);
+ * `encoded` copies the contents, into new memory through `target` when
+ * `capacity` is 0. The array forms return the count. */
+void _qor_oenc_oid_array_i(QorGlobal *world, const QorULong *arcs, QorLong count);
+void _qor_oenc_oid_array_l(QorGlobal *world, const QorULong *arcs, QorLong count);
+void _qor_oenc_oid_array_s(QorGlobal *world, const uint16_t *arcs, QorLong count);
+void _qor_oenc_oid_unbounded_i(QorGlobal *world, const QorULong *arcs, QorLong count);
+void _qor_oenc_oid_unbounded_l(QorGlobal *world, const QorULong *arcs, QorLong count);
+void _qor_oenc_oid_unbounded_s(QorGlobal *world, const uint16_t *arcs, QorLong count);
+void _qor_oenc_oid_linked_i(QorGlobal *world, const void *list, QorULong offset);
+void _qor_oenc_oid_linked_l(QorGlobal *world, const void *list, QorULong offset);
+void _qor_oenc_oid_linked_s(QorGlobal *world, const void *list, QorULong offset);
+QorLong _qor_odec_oid_array_i(QorGlobal *world, QorULong *target, QorULong capacity);
+QorLong _qor_odec_oid_array_l(QorGlobal *world, QorULong *target, QorULong capacity);
+QorLong _qor_odec_oid_array_s(QorGlobal *world, uint16_t *target, QorULong capacity);
+void *_qor_odec_oid_array_i_ptr(QorGlobal *world, QorULong headerSize);
+void *_qor_odec_oid_array_l_ptr(QorGlobal *world, QorULong headerSize);
+void *_qor_odec_oid_array_s_ptr(QorGlobal *world, QorULong headerSize);
+void _qor_odec_oid_linked_i(QorGlobal *world, QorObjidNode **head, QorULong capacity);
+void _qor_odec_oid_linked_l(QorGlobal *world, QorObjidNode **head, QorULong capacity);
+void _qor_odec_oid_linked_s(QorGlobal *world, QorObjidNodeShort **head, QorULong capacity);
+QorLong _qor_odec_oid_unbounded_i(QorGlobal *world, QorULong **array);
+QorLong _qor_odec_oid_unbounded_l(QorGlobal *world, QorULong **array);
+QorLong _qor_odec_oid_unbounded_s(QorGlobal *world, uint16_t **array);
+QorLong _qor_odec_oid_encoded(QorGlobal *world, void *target, QorULong capacity);
+
+/* OER REAL as decimal text behind a length: a double as "%lg" prints it in
+ * no locale, 0.0 as no octets, -0.0 as "-0", the special values as
+ * "PLUS-INFINITY", "MINUS-INFINITY", "NOT-A-NUMBER". A text goes out as it
+ * stands once checked (messages 83, 107, 108); the names in memory have
+ * underscores. Decoders: no octets is 0; bad text message 106, 107 or 108;
+ * a value beyond the range saturates to the largest one, or to 0, with no
+ * error. The text decoder gives new memory; the mixed one stores the text
+ * and returns its kind, 1. */
+void _qor_oenc_real(QorGlobal *world, double value);
+void _qor_oenc_real_decimal(QorGlobal *world, const char *text);
+double _qor_odec_real_double(QorGlobal *world);
+float _qor_odec_real_float(QorGlobal *world);
+char *_qor_odec_real_decimal(QorGlobal *world);
+int _qor_odec_real_mixed(QorGlobal *world, QorMixedReal *value);
+
+/* OER UTCTime and GeneralizedTime: PER's text (every field to the seconds)
+ * behind a length, the fields checked unless NOCONSTRAIN (messages 73 to
+ * 78). A GeneralizedTime shorter than 4 octets or a UTCTime shorter than 2:
+ * message 102; a text not of the type's form, 106. The TIME types as text
+ * by `kind`: 14 any TIME as it stands; 31 DATE, 32 TIME-OF-DAY and 33
+ * DATE-TIME without their "-", ":" and "T" (8, 6 and 14 octets on the wire);
+ * 34 DURATION without its "P". Another kind, another size, or under
+ * NOCONSTRAIN a text of more than 128 octets in kinds 31 to 33: message 72;
+ * an empty one on decoding, 106. The decoder gives the text zero-terminated
+ * in new memory. */
+void _qor_oenc_utime(QorGlobal *world, const GeneralizedTime *value);
+void _qor_oenc_gtime(QorGlobal *world, const GeneralizedTime *value);
+void _qor_odec_utime(QorGlobal *world, GeneralizedTime *value);
+void _qor_odec_gtime(QorGlobal *world, GeneralizedTime *value);
+void _qor_oenc_date_time(QorGlobal *world, const char *text, int kind);
+void _qor_odec_date_time(QorGlobal *world, char **result, int kind);
+
 #ifdef __cplusplus
 }
 #endif

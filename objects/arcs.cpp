@@ -1,6 +1,8 @@
 // OBJECT IDENTIFIER arcs to contents octets and back.
 #include "objects/arcs.h"
 
+#include <cstring>
+
 #include "frame/errors.h"
 
 namespace qor {
@@ -164,6 +166,68 @@ unsigned char *packSubidentifiers(unsigned char *out, const QorObjidNodeShort *n
 unsigned char *packSubidentifiers(unsigned char *out, const QorObjidNode *node)
 {
     return packList(out, node);
+}
+
+namespace {
+
+const void *nextNode(const void *node)
+{
+    const void *next;
+    memcpy(&next, node, sizeof next);
+    return next;
+}
+
+QorULong arcOf(const OffsetList &list, const void *node)
+{
+    const auto *at = static_cast<const unsigned char *>(node) + list.offset;
+    if (list.arcWidth == 2) {
+        uint16_t arc;
+        memcpy(&arc, at, sizeof arc);
+        return arc;
+    }
+    QorULong arc;
+    memcpy(&arc, at, sizeof arc);
+    return arc;
+}
+
+// The node after the first two, or null.
+const void *thirdNode(const OffsetList &list)
+{
+    return nextNode(nextNode(list.head));
+}
+
+} // namespace
+
+int64_t listLength(const OffsetList &list)
+{
+    int64_t count = 0;
+    for (const void *n = list.head; n != nullptr; n = nextNode(n))
+        count++;
+    return count;
+}
+
+QorULong firstSubidentifier(QorGlobal *world, const OffsetList &list, int64_t count)
+{
+    raiseIf(world, count < 2, Msg::kBadObjectIdentifier, static_cast<QorLong>(count));
+    const void *rest = thirdNode(list);
+    const QorULong third = rest != nullptr ? arcOf(list, rest) : 0;
+    return firstSubidentifier(world, arcOf(list, list.head), arcOf(list, nextNode(list.head)),
+                              rest != nullptr ? &third : nullptr);
+}
+
+int64_t subidentifiersSize(const OffsetList &list)
+{
+    int64_t octets = 0;
+    for (const void *n = thirdNode(list); n != nullptr; n = nextNode(n))
+        octets += subidentifierSize(arcOf(list, n));
+    return octets;
+}
+
+unsigned char *packSubidentifiers(unsigned char *out, const OffsetList &list)
+{
+    for (const void *n = thirdNode(list); n != nullptr; n = nextNode(n))
+        out = putSubidentifier(out, arcOf(list, n));
+    return out;
 }
 
 QorLong countSubidentifiers(QorGlobal *world, const unsigned char *p, QorLong length, bool relaxed)

@@ -68,6 +68,22 @@ unsigned char *packSubidentifiers(unsigned char *out, const QorULong *arcs, QorL
 unsigned char *packSubidentifiers(unsigned char *out, const QorObjidNodeShort *node);
 unsigned char *packSubidentifiers(unsigned char *out, const QorObjidNode *node);
 
+// A list of generated code's own layout: each node's first word links the
+// next, and the arc, of 16 or 32 bits (`arcWidth` 2 or 4), lies `offset`
+// octets into it.
+struct OffsetList {
+    const void *head;
+    QorULong offset;
+    int arcWidth;
+};
+
+[[nodiscard]] int64_t listLength(const OffsetList &list);
+// Fewer than two nodes is message kBadObjectIdentifier with the count.
+[[nodiscard]] QorULong firstSubidentifier(QorGlobal *world, const OffsetList &list, int64_t count);
+// The octets of the arcs from the third node on, and their packing.
+[[nodiscard]] int64_t subidentifiersSize(const OffsetList &list);
+unsigned char *packSubidentifiers(unsigned char *out, const OffsetList &list);
+
 // ---------------------------------------------------------------- unpacking
 
 // Checks contents of `length` octets and returns the number of

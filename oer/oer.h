@@ -111,4 +111,45 @@ inline uint64_t takeBigEndian(QorGlobal *world, unsigned count)
     return v;
 }
 
+// The `n` octets of a content whose length `_qor_odec_length` gave: they are
+// known to be there.
+inline const unsigned char *takeContents(QorGlobal *world, uint64_t n)
+{
+    const unsigned char *at = world->inPos;
+    world->inPos += n;
+    return at;
+}
+
+// Contents converted on their way out (big-endian characters, UTF-8, time
+// texts without their punctuation) are built in a buffer on the frame and
+// stored whenever it fills, so that no length of value can overflow it.
+class OerStaging {
+public:
+    static constexpr size_t kRoom = 128;
+    explicit OerStaging(QorGlobal *world) : world_(world) {}
+    // Room for `n` more octets, storing what is held if need be.
+    unsigned char *reserve(size_t n)
+    {
+        if (used_ + n > kRoom)
+            flush();
+        return buffer_ + used_;
+    }
+    void advance(size_t n) { used_ += n; }
+    void put(unsigned char octet)
+    {
+        *reserve(1) = octet;
+        advance(1);
+    }
+    void flush()
+    {
+        oerPut(world_, buffer_, used_);
+        used_ = 0;
+    }
+
+private:
+    QorGlobal *world_;
+    size_t used_ = 0;
+    unsigned char buffer_[kRoom];
+};
+
 } // namespace qor

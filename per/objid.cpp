@@ -63,38 +63,13 @@ template <class Node> void writeArcList(QorGlobal *world, const Node *list)
                   [&](unsigned char *out) { packSubidentifiers(putSubidentifier(out, first), rest); });
 }
 
-// A node of generated code's own layout: the link first, the 32-bit arc at
-// a byte offset that the code gives.
-struct Link {
-    const Link *next;
-};
-
-QorULong arcAt(const Link *node, QorULong offset)
+// A list of generated code's own layout, the 32-bit arc at `offset`.
+void writeOffsetList(QorGlobal *world, const void *list, QorULong offset)
 {
-    QorULong arc;
-    memcpy(&arc, reinterpret_cast<const unsigned char *>(node) + offset, sizeof arc);
-    return arc;
-}
-
-void writeOffsetList(QorGlobal *world, const Link *list, QorULong offset)
-{
-    int64_t count = 0;
-    for (const Link *n = list; n != nullptr; n = n->next)
-        count++;
-    raiseIf(world, count < 2, Msg::kBadObjectIdentifier, static_cast<QorLong>(count));
-    const Link *rest = list->next->next;
-    const QorULong third = rest != nullptr ? arcAt(rest, offset) : 0;
-    const QorULong first = firstSubidentifier(world, arcAt(list, offset),
-                                              arcAt(list->next, offset),
-                                              rest != nullptr ? &third : nullptr);
-    int64_t size = subidentifierSize(first);
-    for (const Link *n = rest; n != nullptr; n = n->next)
-        size += subidentifierSize(arcAt(n, offset));
-    writeContents(world, size, [&](unsigned char *out) {
-        out = putSubidentifier(out, first);
-        for (const Link *n = rest; n != nullptr; n = n->next)
-            out = putSubidentifier(out, arcAt(n, offset));
-    });
+    const OffsetList l{list, offset, 4};
+    const QorULong first = firstSubidentifier(world, l, listLength(l));
+    writeContents(world, subidentifierSize(first) + subidentifiersSize(l),
+                  [&](unsigned char *out) { packSubidentifiers(putSubidentifier(out, first), l); });
 }
 
 // ---------------------------------------------------------------- decoding
@@ -255,7 +230,7 @@ void _qor_penc_link_objids(QorGlobal *world, const QorObjidNodeShort *list)
 
 void _qor_penc_link_objidl_ia(QorGlobal *world, const void *list, QorULong offset)
 {
-    writeOffsetList(world, static_cast<const Link *>(list), offset);
+    writeOffsetList(world, list, offset);
 }
 
 // The contents as they stand: `capacity` of 1 or more is the octets the

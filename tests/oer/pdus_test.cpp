@@ -47,6 +47,23 @@ const Row kRows[] = {
      nullptr},
     {"Levels", PDU_Levels, &levelsExample, nullptr, "7F 81 FF 85 00 FF FF FF FF", nullptr},
     {"Extended", PDU_Extended, &extendedExample, nullptr, "80 05 02 07 80 01 FF", expectExtended},
+    {"OerBits", PDU_OerBits, &oerBitsExample, nullptr,
+     "02 00 A5  03 00 E0 00  04 04 DE AD B0  02 05 60  AB C0  04 06 A5 5A C0  04 06 80 00 40"
+     "  02 05 E0  03 06 12 40  03 07 FF 80",
+     nullptr},
+    {"OerTexts", PDU_OerTexts, &oerTextsExample, nullptr,
+     "03 41 42 43  78 79 7A  04 6E 6F 74 65  04 00 41 03 A9  08 00 01 F6 00 00 00 00 42"
+     "  03 B1 03 B2  00 01 00 00 00 00 00 61  06 C3 A9 E2 82 AC 7A  05 F0 90 8D 88 41",
+     nullptr},
+    {"OerLeaves", PDU_OerLeaves, &oerLeavesExample, nullptr,
+     "06 2A 86 48 86 F7 0D  02 55 04  02 2B 06  01 09  07 88 37 8F FF FF FF 7F  03 81 00 05"
+     "  03 31 2E 35  05 2D 30 2E 32 35  08 20 31 32 2C 35 45 2D 31  05 31 45 39 39 39"
+     "  11 32 30 30 31 30 32 30 33 30 34 30 35 30 36 2E 35 5A"
+     "  11 39 39 31 32 33 31 32 33 35 39 35 38 2D 30 31 33 30"
+     "  08 32 30 30 31 30 32 30 33  06 30 34 30 35 30 36"
+     "  0E 32 30 30 31 30 32 30 33 30 34 30 35 30 36  04 31 59 32 4D"
+     "  08 32 30 30 31 2D 57 30 35",
+     nullptr},
 };
 
 // The encoding of a row: its reference vector, or its own octets.
@@ -213,6 +230,11 @@ TEST_F(OerPdus, HostileInput)
         {"an addition of no octets", PDU_Extended, "80 05 02 07 80 00 FF", 5},
         {"an unsigned enumeration of six octets", PDU_Levels, "7F 81 FF 86 00 00 FF FF FF FF", 10},
         {"an enumeration not listed", PDU_Levels, "05 81 FF 00", 17},
+        {"a bit string of 2^31 octets", PDU_OerBits, "84 80 00 00 00 00", 4},
+        {"a BMPString of odd length", PDU_OerTexts, "01 41 78 79 7A 00 03 00 41 00", 5},
+        {"an identifier of 2^32 - 1 octets", PDU_OerLeaves, "84 FF FF FF FF 2A", 4},
+        {"arcs past 16 bits in the 16-bit record", PDU_OerLeaves, "01 00 04 2A 84 80 00", 10},
+        {"a REAL of 2^31 octets", PDU_OerLeaves, "01 00 01 00 01 00 01 00 01 00 01 00 84 80 00 00 00 31", 4},
     };
     for (const auto &lie : lies) {
         EXPECT_EQ(decodePdu(&world, hex(lie.octets), lie.pdu), lie.code) << lie.what;

@@ -36,7 +36,9 @@ const char *const testSchemaPduNames[PDU_COUNT][2] = {
     {"Gauges", "Gauges"}, {"Texts", "Texts"}, {"Bits", "Bits"},
     {"PersonnelRecord", "PersonnelRecord"}, {"PersonnelRecord", "PersonnelRecord"},
     {"Widths", "Widths"}, {"Levels", "Levels"}, {"Extended", "Extended"}, {"Nothing", "NULL"},
-    {"Leaves", "Leaves"}};
+    {"Leaves", "Leaves"},
+    [PDU_OerBits - 1] = {"OerBits", "OerBits"}, {"OerTexts", "OerTexts"},
+    {"OerLeaves", "OerLeaves"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -667,6 +669,11 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
     case PDU_Nothing:
         numbersFree(world, pdunum, value);
         return 0;
+    case PDU_OerBits:
+    case PDU_OerTexts:
+    case PDU_OerLeaves:
+        leavesOerFree(world, pdunum, value);
+        return 0;
     case PDU_Chain: {
         Chain *link = (Chain *)value;
         while (link != NULL) {
@@ -780,6 +787,11 @@ static int oerEncode(QorGlobal *world, int pdunum, void *value)
         personnelOerEncode(world, (const PersonnelRecord *)value,
                            pdunum == PDU_PersonnelConstrained);
         break;
+    case PDU_OerBits:
+    case PDU_OerTexts:
+    case PDU_OerLeaves:
+        leavesOerEncode(world, pdunum, value);
+        break;
     default:
         numbersOerEncode(world, pdunum, value);
     }
@@ -796,6 +808,10 @@ static void *oerDecode(QorGlobal *world, int pdunum)
     case PDU_PersonnelRecord:
     case PDU_PersonnelConstrained:
         return personnelOerDecode(world, pdunum == PDU_PersonnelConstrained);
+    case PDU_OerBits:
+    case PDU_OerTexts:
+    case PDU_OerLeaves:
+        return leavesOerDecode(world, pdunum);
     default:
         return numbersOerDecode(world, pdunum);
     }

@@ -30,7 +30,10 @@ enum {
     PDU_Extended = 17, /* a SEQUENCE with an extension addition: OER only */
     PDU_Nothing = 18,  /* NULL, whose OER encoding is empty: OER only */
     PDU_Leaves = 19, /* object identifiers, REAL, times and an open type: PER only */
-    PDU_COUNT = 19
+    PDU_OerBits = 29,   /* bit strings in every OER memory form: OER only */
+    PDU_OerTexts = 30,  /* character strings in every OER memory form: OER only */
+    PDU_OerLeaves = 31, /* object identifiers, REAL and times in OER's forms: OER only */
+    PDU_COUNT = 31
 };
 
 /* Raw ::= OCTET STRING */
@@ -472,6 +475,125 @@ typedef struct Nothing {
 void numbersOerEncode(QorGlobal *world, int pdunum, const void *value);
 void *numbersOerDecode(QorGlobal *world, int pdunum);
 void numbersFree(QorGlobal *world, int pdunum, void *value);
+
+/* OerBits ::= SEQUENCE {
+ *     byte   BIT STRING (SIZE(0..8)),   -- an integer, sent whole
+ *     word   BIT STRING { a(0), b(1), c(2) } (SIZE(0..16)), -- an integer, sent whole
+ *     block  BIT STRING (SIZE(0..20)),  -- an array of 3, sent whole
+ *     named  BIT STRING { a(0), b(1), c(2) } (SIZE(0..8)), -- an array of 1
+ *     fixed  BIT STRING (SIZE(12)),     -- no length on the wire
+ *     any    BIT STRING,
+ *     flags  BIT STRING { a(0), b(1), c(2) } (SIZE(0..24)), -- new memory
+ *     mask   BIT STRING { a(0), b(1), c(2) } (SIZE(0..16)), -- an array and count
+ *     tail   BIT STRING { a(0), b(1), c(2) } (SIZE(0..32)), -- a record behind a pointer
+ *     raw    BIT STRING (SIZE(0..32)) } -- its length read by the caller
+ * Named bits go without their trailing zeros. */
+typedef struct OerBitRecord {
+    QorULong count;
+    unsigned char value[4];
+} OerBitRecord;
+
+typedef struct OerBitArray {
+    QorULong count;
+    unsigned char value[4];
+} OerBitArray;
+
+typedef struct OerBits {
+    unsigned char byte;
+    unsigned short word;
+    unsigned char block[3];
+    unsigned char named[1];
+    unsigned char fixed[2];
+    struct {
+        QorULong count;
+        unsigned char *value;
+    } any, flags;
+    OerBitArray mask;
+    OerBitRecord *tail;
+    OerBitArray raw;
+} OerBits;
+
+/* OerTexts ::= SEQUENCE {
+ *     code  PrintableString (SIZE(1..5)), -- an array padded with spaces
+ *     tag   IA5String (SIZE(3)),
+ *     note  IA5String,
+ *     bmp   BMPString,
+ *     uni   UniversalString,
+ *     pair  BMPString (SIZE(2)),
+ *     quad  UniversalString (SIZE(2)),
+ *     utf16 UTF8String,                   -- 16-bit characters in memory
+ *     utf32 UTF8String }                  -- 32-bit characters */
+typedef struct OerTexts {
+    char code[5];
+    char tag[3];
+    struct {
+        QorULong length;
+        unsigned char *value;
+    } note;
+    struct {
+        QorULong count;
+        uint16_t *value;
+    } bmp, utf16;
+    struct {
+        QorULong count;
+        QorULong *value;
+    } uni, utf32;
+    uint16_t pair[2];
+    QorULong quad[2];
+} OerTexts;
+
+/* OerLeaves ::= SEQUENCE {
+ *     id       OBJECT IDENTIFIER, -- an array of 8 and a count
+ *     shortId  OBJECT IDENTIFIER, -- 16-bit arcs in a record behind a pointer
+ *     path     OBJECT IDENTIFIER, -- a linked list
+ *     shortPath OBJECT IDENTIFIER, -- a linked list of 16-bit arcs, 16 at most
+ *     wide     OBJECT IDENTIFIER, -- an allocated array
+ *     relative RELATIVE-OID,      -- the contents octets
+ *     ratio    REAL, small REAL,  -- a double, a float
+ *     text     REAL,              -- decimal text
+ *     mixed    REAL,              -- a double or a text
+ *     when     GeneralizedTime, day UTCTime,
+ *     date     DATE, clock TIME-OF-DAY, stamp DATE-TIME, span DURATION,
+ *     moment   TIME }             -- the TIME types as text */
+typedef struct OerShortOid {
+    uint16_t count;
+    uint16_t value[1]; /* as many as `count` */
+} OerShortOid;
+
+typedef struct OerLeaves {
+    struct {
+        uint16_t count;
+        QorULong value[8];
+    } id;
+    OerShortOid *shortId;
+    QorObjidNode *path;
+    QorObjidNodeShort *shortPath;
+    struct {
+        uint16_t count;
+        QorULong *value;
+    } wide;
+    struct {
+        QorLong length;
+        unsigned char *value;
+    } relative;
+    double ratio;
+    float small;
+    const char *text;
+    QorMixedReal mixed;
+    GeneralizedTime when;
+    GeneralizedTime day;
+    const char *date, *clock, *stamp, *span, *moment;
+} OerLeaves;
+
+extern OerBits oerBitsExample;
+extern OerTexts oerTextsExample;
+extern OerLeaves oerLeavesExample;
+
+/* The entries of OerBits, OerTexts and OerLeaves, called by the schema's
+ * switch. */
+void leavesOerEncode(QorGlobal *world, int pdunum, const void *value);
+void *leavesOerDecode(QorGlobal *world, int pdunum);
+void leavesOerFree(QorGlobal *world, int pdunum, void *value);
 
 /* Envelope ::= [APPLICATION 3] IMPLICIT SEQUENCE { kind [0] INTEGER,
  *     content [1] OPEN TYPE }  -- content: any PDU of this module.

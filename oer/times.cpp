@@ -1,0 +1,178 @@
+// OER UTCTime and GeneralizedTime from and to the time record, as their
+// text behind a length, written and read by the classic time text that
+// every family shares under PER's rules: every field down to the seconds,
+// "z" read for "Z", a fraction rounded to the millisecond. The ASN.1 TIME
+// types go as their text too, with the punctuation that their form fixes
+// left out on the wire and put back on decoding.
+#include <cstring>
+
+#include "oer/oer.h"
+#include "time/classic_text.h"
+
+using namespace qor;
+
+namespace {
+
+// The shortest texts that hold the year and what must follow it.
+constexpr uint64_t kShortestGeneralized = 4;
+constexpr uint64_t kShortestUtc = 2;
+
+ClassicTimeRules oerRules(bool utcTime)
+{
+    ClassicTimeRules rules{};
+    rules.utcTime = utcTime;
+    rules.shortOffset = true;
+    rules.lowerZ = true;
+    rules.fullUtcTime = true;
+    rules.roundedFraction = true;
+    return rules;
+}
+
+void encodeTime(QorGlobal *world, const GeneralizedTime *t, bool utcTime)
+{
+    ClassicTimeRules rules = oerRules(utcTime);
+    rules.checkFields = (world->encodingFlags & NOCONSTRAIN) == 0;
+    char text[kClassicTimeText];
+    const size_t length = formatClassicTime(world, t, rules, text);
+    _qor_oenc_octet_length(world, static_cast<QorULong>(length));
+    oerPut(world, reinterpret_cast<const unsigned char *>(text), length);
+}
+
+void decodeTime(QorGlobal *world, GeneralizedTime *t, bool utcTime)
+{
+    const uint64_t length = _qor_odec_length(world);
+    raiseIf(world, length < (utcTime ? kShortestUtc : kShortestGeneralized),
+            Msg::kInconsistentLengths, static_cast<QorLong>(length));
+    raiseIf(world, length > INT32_MAX, Msg::kMisencoded, 0);
+    parseClassicTime(world, takeContents(world, length), static_cast<QorLong>(length),
+                     oerRules(utcTime), t);
+    if ((world->decodingFlags & NOCONSTRAIN) == 0)
+        checkTimeFields(world, t, utcTime);
+}
+
+// The forms of the TIME types by `kind`: what the encoder leaves out, the
+// size the decoder wants (0: any), and the marks it puts back before the
+// octets of the wire text at their places.
+struct Mark {
+    unsigned char before;
+    char mark;
+};
+struct TimeForm {
+    int kind;
+    const char *dropped; // every one of these characters
+    bool dropFirstP;     // the first "P" only
+    uint64_t size;
+    Mark marks[5];
+    unsigned markCount;
+};
+
+constexpr TimeForm kForms[] = {
+    {14, "", false, 0, {}, 0},
+    {31, "-", false, 8, {{4, '-'}, {6, '-'}}, 2},
+    {32, ":", false, 6, {{2, ':'}, {4, ':'}}, 2},
+    {33, "-:T", false, 14, {{4, '-'}, {6, '-'}, {8, 'T'}, {10, ':'}, {12, ':'}}, 5},
+    {34, "", true, 0, {{0, 'P'}}, 1},
+};
+
+// The longest text of a DATE, TIME-OF-DAY or DATE-TIME taken when its
+// constraints were not checked.
+constexpr size_t kLongestUncheckedText = 128;
+
+const TimeForm &formOf(QorGlobal *world, int kind)
+{
+    for (const TimeForm &form : kForms)
+        if (form.kind == kind)
+            return form;
+    raise(world, Msg::kBadTime, longValue(kind));
+}
+
+// Whether the character at `p` stays on the wire; `pSeen` follows the
+// first "P" of a DURATION.
+bool kept(const TimeForm &form, const char *p, bool &pSeen)
+{
+    if (form.dropFirstP && !pSeen && *p == 'P') {
+        pSeen = true;
+        return false;
+    }
+    return *form.dropped == '\0' || strchr(form.dropped, *p) == nullptr;
+}
+
+} // namespace
+
+extern "C" {
+
+void _qor_oenc_utime(QorGlobal *world, const GeneralizedTime *value)
+{
+    encodeTime(world, value, true);
+}
+
+void _qor_oenc_gtime(QorGlobal *world, const GeneralizedTime *value)
+{
+    encodeTime(world, value, false);
+}
+
+void _qor_odec_utime(QorGlobal *world, GeneralizedTime *value)
+{
+    decodeTime(world, value, true);
+}
+
+void _qor_odec_gtime(QorGlobal *world, GeneralizedTime *value)
+{
+    decodeTime(world, value, false);
+}
+
+// The octets are counted before any is written, and the text goes out
+// through a staging buffer that it never overflows, whatever its length.
+void _qor_oenc_date_time(QorGlobal *world, const char *text, int kind)
+{
+    const TimeForm &form = formOf(world, kind);
+    raiseIf(world, text == nullptr, Msg::kNullInput, 0);
+    const size_t length = strlen(text);
+    raiseIf(world, (world->encodingFlags & NOCONSTRAIN) != 0 && kind >= 31 && kind <= 33 &&
+                       length > kLongestUncheckedText,
+            Msg::kBadTime, static_cast<QorLong>(length));
+    uint64_t count = 0;
+    bool pSeen = false;
+    for (const char *p = text; *p != '\0'; p++)
+        count += kept(form, p, pSeen) ? 1 : 0;
+    raiseIf(world, count > INT32_MAX, Msg::kBadTime, 0);
+    _qor_oenc_octet_length(world, static_cast<QorULong>(count));
+    if (sizingOnly(world)) {
+        world->encLength += static_cast<QorLong>(count);
+        return;
+    }
+    OerStaging out(world);
+    pSeen = false;
+    for (const char *p = text; *p != '\0'; p++)
+        if (kept(form, p, pSeen))
+            out.put(static_cast<unsigned char>(*p));
+    out.flush();
+}
+
+// The text with its punctuation, zero-terminated, in decoder memory.
+void _qor_odec_date_time(QorGlobal *world, char **result, int kind)
+{
+    const TimeForm &form = formOf(world, kind);
+    const uint64_t length = _qor_odec_length(world);
+    raiseIf(world, length == 0, Msg::kMisencoded, 0);
+    raiseIf(world, form.size != 0 && length != form.size, Msg::kBadTime,
+            static_cast<QorLong>(length));
+    raiseIf(world, length > INT32_MAX - 8, Msg::kMisencoded, 0);
+    const unsigned char *in = takeContents(world, length);
+    auto *text = static_cast<char *>(
+        _qor_dec_getfixmem(world, static_cast<QorLong>(length + form.markCount + 1)));
+    char *out = text;
+    uint64_t from = 0;
+    for (unsigned i = 0; i < form.markCount; i++) {
+        const uint64_t upTo = form.marks[i].before;
+        memcpy(out, in + from, static_cast<size_t>(upTo - from));
+        out += upTo - from;
+        *out++ = form.marks[i].mark;
+        from = upTo;
+    }
+    memcpy(out, in + from, static_cast<size_t>(length - from));
+    out[length - from] = '\0';
+    *result = text;
+}
+
+} // extern "C"
