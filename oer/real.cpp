@@ -98,15 +98,6 @@ template <class Real> Real realValue(QorGlobal *world, const RealLimits &limits)
     return r.contents.negative ? -v : v;
 }
 
-char *newText(QorGlobal *world, const char *text, size_t length)
-{
-    auto *out = static_cast<char *>(_qor_dec_getfixmem(world, static_cast<QorLong>(length + 1)));
-    if (length > 0)
-        memcpy(out, text, length);
-    out[length] = '\0';
-    return out;
-}
-
 } // namespace
 
 extern "C" {
@@ -168,12 +159,12 @@ char *_qor_odec_real_decimal(QorGlobal *world)
 {
     const RealText r = takeReal(world);
     if (r.length == 0)
-        return newText(world, "0", 1);
+        return decoderText(world, "0", 1);
     if (r.special != 0) {
         const char *name = specialRealText(r.special);
-        return newText(world, name, strlen(name));
+        return decoderText(world, name, strlen(name));
     }
-    return newText(world, r.text, static_cast<size_t>(r.length));
+    return decoderText(world, r.text, static_cast<size_t>(r.length));
 }
 
 // Every OER REAL is text, so the mixed record always holds its text form.

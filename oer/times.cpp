@@ -17,20 +17,9 @@ namespace {
 constexpr uint64_t kShortestGeneralized = 4;
 constexpr uint64_t kShortestUtc = 2;
 
-ClassicTimeRules oerRules(bool utcTime)
-{
-    ClassicTimeRules rules{};
-    rules.utcTime = utcTime;
-    rules.shortOffset = true;
-    rules.lowerZ = true;
-    rules.fullUtcTime = true;
-    rules.roundedFraction = true;
-    return rules;
-}
-
 void encodeTime(QorGlobal *world, const GeneralizedTime *t, bool utcTime)
 {
-    ClassicTimeRules rules = oerRules(utcTime);
+    ClassicTimeRules rules = perTimeRules(utcTime);
     rules.checkFields = (world->encodingFlags & NOCONSTRAIN) == 0;
     char text[kClassicTimeText];
     const size_t length = formatClassicTime(world, t, rules, text);
@@ -45,7 +34,7 @@ void decodeTime(QorGlobal *world, GeneralizedTime *t, bool utcTime)
             Msg::kInconsistentLengths, static_cast<QorLong>(length));
     raiseIf(world, length > INT32_MAX, Msg::kMisencoded, 0);
     parseClassicTime(world, takeContents(world, length), static_cast<QorLong>(length),
-                     oerRules(utcTime), t);
+                     perTimeRules(utcTime), t);
     if ((world->decodingFlags & NOCONSTRAIN) == 0)
         checkTimeFields(world, t, utcTime);
 }

@@ -13,20 +13,9 @@ namespace {
 // No classic time text reaches this length.
 constexpr QorULong kLongestText = 32;
 
-ClassicTimeRules perRules(bool utcTime)
-{
-    ClassicTimeRules rules{};
-    rules.utcTime = utcTime;
-    rules.shortOffset = true;
-    rules.lowerZ = true;
-    rules.fullUtcTime = true;
-    rules.roundedFraction = true;
-    return rules;
-}
-
 void encodeTime(QorGlobal *world, const GeneralizedTime *t, bool utcTime)
 {
-    ClassicTimeRules rules = perRules(utcTime);
+    ClassicTimeRules rules = perTimeRules(utcTime);
     rules.checkFields = (world->encodingFlags & NOCONSTRAIN) == 0;
     char text[kClassicTimeText];
     const size_t length = formatClassicTime(world, t, rules, text);
@@ -52,7 +41,7 @@ void decodeTime(QorGlobal *world, GeneralizedTime *t, bool utcTime)
         for (QorULong i = 0; i < length; i++)
             text[i] = static_cast<unsigned char>(_qor_pdec_nonneg_7int(world));
     }
-    const ClassicTimeRules rules = perRules(utcTime);
+    const ClassicTimeRules rules = perTimeRules(utcTime);
     parseClassicTime(world, text, static_cast<QorLong>(length), rules, t);
     if ((world->decodingFlags & NOCONSTRAIN) == 0)
         checkTimeFields(world, t, utcTime);

@@ -33,6 +33,20 @@ struct ClassicTimeRules {
                           // millisecond and one more, and is rounded by it
 };
 
+// The rules of PER and OER: every field down to the seconds, "+hh" for an
+// offset of whole hours, "z" read as "Z", a fraction rounded to the
+// millisecond.
+inline ClassicTimeRules perTimeRules(bool utcTime)
+{
+    ClassicTimeRules rules{};
+    rules.utcTime = utcTime;
+    rules.shortOffset = true;
+    rules.lowerZ = true;
+    rules.fullUtcTime = true;
+    rules.roundedFraction = true;
+    return rules;
+}
+
 // Month 1 to 12, day 1 to 31, hour 0 to 23, minute and second 0 to 59,
 // millisecond 0 to 999 (0 in a UTCTime): messages kBadMonth to
 // kBadMillisecond with the value.
