@@ -84,6 +84,10 @@ enum class Msg : int {
     kConstructedTooDeep = 180,
     kFragmentsNotGrouped = 254,
     kTimeFragmented = 258,
+    kNonCanonicalTime = 276,
+    kBadWeek = 277,
+    kBadCentury = 278,
+    kBadYear = 279,
     kBadOidIri = 286,    // the whole OID-IRI value is at fault
     kBadOidIriArc = 287, // one of its arcs
     kOerNotSupported = 289,

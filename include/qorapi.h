@@ -438,6 +438,106 @@ int qorAsnValToEncodedOid(QorGlobal *world, const char *string, QorEncodedOid *e
 int qorDotValToEncodedRelOid(QorGlobal *world, const char *string, QorEncodedOid *encoded);
 int qorAsnValToEncodedRelOid(QorGlobal *world, const char *string, QorEncodedOid *encoded);
 
+/* TIME values as ISO 8601 text, parsed into records and written back. These
+ * calls raise nothing: they run anywhere, and give 0 or 12, also for a null
+ * argument and for lack of memory.
+ *
+ * The kind of a text, by its shape alone (nothing is validated): 0 a time
+ * point, 1 a duration, 2 start and end, 3 start and duration, 4 duration and
+ * end, 5 to 8 the same as 1 to 4 recurring ("Rn/..."), 9 none of these (or a
+ * null context). */
+int qorGetTimeKind(QorGlobal *world, const char *text);
+
+/* A time point; the record is cleared before parsing. */
+typedef struct QorTimePoint {
+    /* 0x8000 century, 0x4000 year, 0x2000 week, 0x1000 month, 0x0800 day,
+     * 0x0400 hours, 0x0200 minutes, 0x0100 seconds, 0x0080 UTC,
+     * 0x0040 fraction, 0x0020 time difference */
+    uint16_t flags;
+    int32_t century;
+    int32_t year;
+    uint16_t week;
+    uint16_t month;
+    uint16_t day;
+    uint16_t hours;
+    uint16_t minutes;
+    uint16_t seconds;
+    QorULong fractionDigits;
+    QorULong fraction;
+    unsigned char diffMinutesPresent; /* top bit: `diffMinutes` was written */
+    uint16_t diffHours;
+    uint16_t diffMinutes;
+    unsigned char diffNegative; /* 1 for "-" */
+} QorTimePoint;
+
+/* A duration. Parsing keeps the flag of every unit written, zero or not. */
+typedef struct QorDuration {
+    /* 0x80000000 years, 0x40000000 months, 0x20000000 weeks, 0x10000000 days,
+     * 0x08000000 hours, 0x04000000 minutes, 0x02000000 seconds,
+     * 0x01000000 a decimal fraction (of the last unit) */
+    QorULong flags;
+    QorULong years;
+    QorULong months;
+    QorULong weeks;
+    QorULong days;
+    QorULong hours;
+    QorULong minutes;
+    QorULong seconds;
+    QorULong fractionDigits;
+    QorULong fraction;
+} QorDuration;
+
+/* Text to records: the whole text must be of the call's kind. A recurrence
+ * count is -1 for "R" alone, "R0" or a count written with a leading zero.
+ * The two points of an interval must have the same components, except for a
+ * time difference that only the start has. */
+int qorStringToTimePoint(QorGlobal *world, const char *text, QorTimePoint *point);
+int qorStringToDurationInterval(QorGlobal *world, const char *text, QorDuration *duration);
+int qorStringToStartPointEndPointInterval(QorGlobal *world, const char *text, QorTimePoint *start,
+                                          QorTimePoint *end);
+int qorStringToStartPointDurationInterval(QorGlobal *world, const char *text, QorTimePoint *start,
+                                          QorDuration *duration);
+int qorStringToDurationEndPointInterval(QorGlobal *world, const char *text, QorDuration *duration,
+                                        QorTimePoint *end);
+int qorStringToDurationRecInterval(QorGlobal *world, const char *text, QorDuration *duration,
+                                   QorLong *recurrences);
+int qorStringToStartPointEndPointRecInterval(QorGlobal *world, const char *text,
+                                             QorTimePoint *start, QorTimePoint *end,
+                                             QorLong *recurrences);
+int qorStringToStartPointDurationRecInterval(QorGlobal *world, const char *text,
+                                             QorTimePoint *start, QorDuration *duration,
+                                             QorLong *recurrences);
+int qorStringToDurationEndPointRecInterval(QorGlobal *world, const char *text,
+                                           QorDuration *duration, QorTimePoint *end,
+                                           QorLong *recurrences);
+
+/* Records to text. A null `*text` gets new memory of the exact size from the
+ * context's allocator, which the caller frees with qorFreeBuf; otherwise the
+ * caller's buffer must hold the text and its terminator (the call can't tell).
+ * 12 for a record that can't be written, and the buffer is then untouched.
+ * Under DER, CER and canonical XER (`encRules`) a duration leaves out units
+ * of value 0 beside others, and an end point leaves out the time difference
+ * that equals its start's. A recurrence count below 0 writes "R/". */
+int qorTimePointToString(QorGlobal *world, const QorTimePoint *point, char **text);
+int qorDurationIntervalToString(QorGlobal *world, const QorDuration *duration, char **text);
+int qorStartPointEndPointIntervalToString(QorGlobal *world, const QorTimePoint *start,
+                                          const QorTimePoint *end, char **text);
+int qorStartPointDurationIntervalToString(QorGlobal *world, const QorTimePoint *start,
+                                          const QorDuration *duration, char **text);
+int qorDurationEndPointIntervalToString(QorGlobal *world, const QorDuration *duration,
+                                        const QorTimePoint *end, char **text);
+int qorDurationRecIntervalToString(QorGlobal *world, const QorDuration *duration,
+                                   QorLong recurrences, char **text);
+int qorStartPointEndPointRecIntervalToString(QorGlobal *world, const QorTimePoint *start,
+                                             const QorTimePoint *end, QorLong recurrences,
+                                             char **text);
+int qorStartPointDurationRecIntervalToString(QorGlobal *world, const QorTimePoint *start,
+                                             const QorDuration *duration, QorLong recurrences,
+                                             char **text);
+int qorDurationEndPointRecIntervalToString(QorGlobal *world, const QorDuration *duration,
+                                           const QorTimePoint *end, QorLong recurrences,
+                                           char **text);
+
 #ifdef __cplusplus
 }
 #endif

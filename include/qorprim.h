@@ -226,6 +226,107 @@ void _qor_dec_untime(QorGlobal *world, unsigned char **pos, QorLong *room, QorLo
                      char **out, QorLong max, int kind);
 void _qor_check_nullterm_time(QorGlobal *world, const char *text, int isUTCTime);
 
+/* The ASN.1 TIME types (DATE, TIME-OF-DAY, DATE-TIME, DURATION and the
+ * general TIME) are held as zero-terminated ISO 8601 text. Generated code
+ * and the property checks read the text parsed into a QorDateTimeValue.
+ * Each part begins with its `flags`, so that a first byte of 0 tells that the
+ * part is absent. */
+typedef struct QorDatePart {
+    /* 0x80 century, 0x40 year, 0x20 week, 0x10 month, 0x08 day; the low three
+     * bits the era: 1 negative (-9999 to -1, century -99 to -1), 2 proleptic
+     * (0 to 1581, century 0 to 14), 4 basic (1582 to 9999, century 15 to 99),
+     * none for a year or century beyond them. */
+    unsigned char flags;
+    uint16_t digits; /* written for the year or century, without the sign */
+    int32_t year;    /* the year or the century, negative after "-" */
+    uint16_t week;
+    uint16_t month;
+    uint16_t day; /* of the week, of the month, or of the year, by `flags` */
+} QorDatePart;
+
+typedef struct QorTimePart {
+    /* 0x80 hours, 0x40 minutes, 0x20 seconds, 0x10 a decimal fraction,
+     * 0x08 UTC ("Z"), 0x04 a time difference */
+    unsigned char flags;
+    uint16_t hours;
+    uint16_t minutes;
+    uint16_t seconds;
+    uint16_t fractionDigits;
+    uint32_t fraction;
+    unsigned char diffFlags; /* 0x80 negative difference, 0x40 its minutes written */
+    uint16_t diffHours;
+    uint16_t diffMinutes;
+} QorTimePart;
+
+typedef struct QorDurationPart {
+    /* 0x80 years, 0x40 months, 0x20 weeks, 0x10 days, 0x08 hours,
+     * 0x04 minutes, 0x02 seconds, 0x01 a decimal fraction (of the last unit).
+     * A unit of value 0 has its bit only when it was the last one read. */
+    unsigned char flags;
+    unsigned char lastUnit; /* the bit of the last unit read */
+    uint32_t years;
+    uint32_t months;
+    uint32_t weeks;
+    uint32_t days;
+    uint32_t hours;
+    uint32_t minutes;
+    uint32_t seconds;
+    uint16_t fractionDigits;
+    uint32_t fraction;
+} QorDurationPart;
+
+/* One element of a TIME value: a time point or a duration, 40 octets. */
+typedef union QorTimeElement {
+    struct {
+        QorDatePart date;
+        QorTimePart time;
+    } point;
+    QorDurationPart duration;
+} QorTimeElement;
+
+typedef struct QorDateTimeValue {
+    /* 0x80 recurring; 0x40 the first element is a time point, 0x20 the second
+     * one is; 0x10 the first is a duration, 0x08 the second one is */
+    unsigned char kinds;
+    uint16_t recurrenceDigits; /* written after "R" */
+    uint32_t recurrences;      /* 0xFFFFFFFF: "R" alone, unlimited */
+    QorTimeElement first;
+    QorTimeElement second;
+} QorDateTimeValue;
+
+/* Parses a TIME text into `value`, which is cleared first. Any fault raises
+ * message 72 to 79 or 277 to 279 (code 12), or 147 (code 10) for a number
+ * beyond 32 bits, so it runs only inside a call of the library; the two
+ * time points of an interval must be in order and alike in composition.
+ * Returns 0. */
+int _qorGetDateTimeValue(QorGlobal *world, const char *text, QorDateTimeValue *value);
+/* 0 when two parsed values are equal, 1 when not. */
+int _qorCmpDTIntervals(const QorDateTimeValue *first, const QorDateTimeValue *second);
+/* The order of two single time points or two single durations: -1 the first
+ * is earlier or shorter, 0 equal, 1 later or longer; -2 when they can't be
+ * compared (other kinds, compositions, time differences or units). */
+int _qorDTIntervalsRelation(const QorDateTimeValue *first, const QorDateTimeValue *second);
+/* 0 when two TIME texts denote the same value, 1 when not (or when either is
+ * no TIME value). Nothing is normalised: "12:00:00.5" differs from
+ * "12:00:00.50", and only the units' values count, so "P1Y" equals "P1Y0M". */
+int _qor_cmp_date_time(QorGlobal *world, const char *first, const char *second);
+
+/* The TIME types in BER contents. `kind`: 14 TIME and 34 DURATION, written
+ * as they stand (DURATION without its leading "P"); 31 DATE, 32 TIME-OF-DAY
+ * and 33 DATE-TIME without their "-", ":" and "T". Under DER a TIME or
+ * DURATION is first brought to its canonical form: the text parsed as the
+ * public conversions (qorStringToTimePoint and kin) parse it and written
+ * again as their writers write it under DER; a text they refuse is message
+ * 72. Other kinds are message 72, and so is a DATE, TIME-OF-DAY or
+ * DATE-TIME of more than 128 octets. The decoder puts back what the encoder
+ * took out, into new decoder memory at `*out`: DATE 8 octets, TIME-OF-DAY 6,
+ * DATE-TIME 14, else message 72; no octets is message 106. Under DER a TIME
+ * or DURATION not in its canonical form is message 276. */
+QorLong _qor_encd_date_time(QorGlobal *world, unsigned char **pos, QorLong *room, const char *text,
+                            int kind);
+void _qor_dec_date_time(QorGlobal *world, unsigned char **pos, QorLong *room, QorLong length,
+                        char **out, int kind);
+
 /* BER strings, bit strings, object identifiers and open types. Encoders
  * write the contents only and return their octets (a negative count from a
  * bit string tells generated code to use the constructed tag); decoders take

@@ -100,3 +100,39 @@ TEST(Layout, Context)
         PIN(QorGlobal, reservedForGeneratedCode, 1440)
     });
 }
+
+// The TIME records: generated code tests a part's first octet, its flags.
+TEST(Layout, TimeRecords)
+{
+    EXPECT_EQ(sizeof(QorDatePart), 16u);
+    EXPECT_EQ(sizeof(QorTimePart), 24u);
+    EXPECT_EQ(sizeof(QorDurationPart), 40u);
+    EXPECT_EQ(sizeof(QorTimeElement), 40u);
+    EXPECT_EQ(sizeof(QorDateTimeValue), 88u);
+    EXPECT_EQ(sizeof(QorTimePoint), 40u);
+    EXPECT_EQ(sizeof(QorDuration), 40u);
+    expectPins({
+        PIN(QorDatePart, flags, 0), PIN(QorDatePart, digits, 2), PIN(QorDatePart, year, 4),
+        PIN(QorDatePart, week, 8), PIN(QorDatePart, month, 10), PIN(QorDatePart, day, 12),
+        PIN(QorTimePart, flags, 0), PIN(QorTimePart, hours, 2), PIN(QorTimePart, minutes, 4),
+        PIN(QorTimePart, seconds, 6), PIN(QorTimePart, fractionDigits, 8),
+        PIN(QorTimePart, fraction, 12), PIN(QorTimePart, diffFlags, 16),
+        PIN(QorTimePart, diffHours, 18), PIN(QorTimePart, diffMinutes, 20),
+        PIN(QorDurationPart, flags, 0), PIN(QorDurationPart, lastUnit, 1),
+        PIN(QorDurationPart, years, 4), PIN(QorDurationPart, seconds, 28),
+        PIN(QorDurationPart, fractionDigits, 32), PIN(QorDurationPart, fraction, 36),
+        PIN(QorTimeElement, point.date, 0), PIN(QorTimeElement, point.time, 16),
+        PIN(QorTimeElement, duration, 0), PIN(QorDateTimeValue, kinds, 0),
+        PIN(QorDateTimeValue, recurrenceDigits, 2), PIN(QorDateTimeValue, recurrences, 4),
+        PIN(QorDateTimeValue, first, 8), PIN(QorDateTimeValue, second, 48),
+        PIN(QorTimePoint, flags, 0), PIN(QorTimePoint, century, 4), PIN(QorTimePoint, year, 8),
+        PIN(QorTimePoint, week, 12), PIN(QorTimePoint, month, 14), PIN(QorTimePoint, day, 16),
+        PIN(QorTimePoint, hours, 18), PIN(QorTimePoint, minutes, 20),
+        PIN(QorTimePoint, seconds, 22), PIN(QorTimePoint, fractionDigits, 24),
+        PIN(QorTimePoint, fraction, 28), PIN(QorTimePoint, diffMinutesPresent, 32),
+        PIN(QorTimePoint, diffHours, 34), PIN(QorTimePoint, diffMinutes, 36),
+        PIN(QorTimePoint, diffNegative, 38), PIN(QorDuration, flags, 0),
+        PIN(QorDuration, years, 4), PIN(QorDuration, fractionDigits, 32),
+        PIN(QorDuration, fraction, 36)
+    });
+}
