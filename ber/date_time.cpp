@@ -11,7 +11,6 @@ using namespace qor;
 
 namespace {
 
-constexpr int kTimeKind = 14, kDurationKind = 34;
 // Room on the frame for the contents in hand; longer canonical forms go to
 // temporary memory.
 constexpr size_t kArea = 128;
@@ -83,19 +82,11 @@ void _qor_dec_date_time(QorGlobal *world, unsigned char **pos, QorLong *room, Qo
     char *text = nullptr;
     if (const CompactTimeForm *form = compactTimeForm(kind)) {
         raiseIf(world, static_cast<size_t>(length) != form->size, Msg::kBadTime, 0);
-        const size_t size = strlen(form->pattern);
-        text = static_cast<char *>(_qor_dec_getfixmem(world, static_cast<QorLong>(size + 1)));
-        for (size_t i = 0; i < size; i++)
-            text[i] = form->pattern[i] == 'd' ? static_cast<char>(*in++) : form->pattern[i];
-        text[size] = '\0';
+        text = timeTextOf(world, in, static_cast<size_t>(length), kind);
     } else {
         refuseOtherKinds(world, kind);
-        const size_t extra = kind == kDurationKind; // its "P" goes back in front
-        const size_t size = static_cast<size_t>(length) + extra;
-        text = static_cast<char *>(_qor_dec_getfixmem(world, static_cast<QorLong>(size + 1)));
-        text[0] = 'P';
-        memcpy(text + extra, in, static_cast<size_t>(length));
-        text[size] = '\0';
+        text = timeTextOf(world, in, static_cast<size_t>(length), kind);
+        const size_t size = strlen(text);
         if (world->encRules == QOR_DER) {
             char area[kArea];
             size_t canonicalLength = 0;

@@ -8,6 +8,7 @@
 
 #include "oer/oer.h"
 #include "time/classic_text.h"
+#include "time/iso_time.h"
 
 using namespace qor;
 
@@ -39,52 +40,17 @@ void decodeTime(QorGlobal *world, GeneralizedTime *t, bool utcTime)
         checkTimeFields(world, t, utcTime);
 }
 
-// The forms of the TIME types by `kind`: what the encoder leaves out, the
-// size the decoder wants (0: any), and the marks it puts back before the
-// octets of the wire text at their places.
-struct Mark {
-    unsigned char before;
-    char mark;
-};
-struct TimeForm {
-    int kind;
-    const char *dropped; // every one of these characters
-    bool dropFirstP;     // the first "P" only
-    uint64_t size;
-    Mark marks[5];
-    unsigned markCount;
-};
-
-constexpr TimeForm kForms[] = {
-    {14, "", false, 0, {}, 0},
-    {31, "-", false, 8, {{4, '-'}, {6, '-'}}, 2},
-    {32, ":", false, 6, {{2, ':'}, {4, ':'}}, 2},
-    {33, "-:T", false, 14, {{4, '-'}, {6, '-'}, {8, 'T'}, {10, ':'}, {12, ':'}}, 5},
-    {34, "", true, 0, {{0, 'P'}}, 1},
-};
+// The TIME types' kinds: the general TIME, DATE, TIME-OF-DAY, DATE-TIME,
+// DURATION.
+void checkKind(QorGlobal *world, int kind)
+{
+    raiseIf(world, kind != kTimeKind && kind != kDurationKind && compactTimeForm(kind) == nullptr,
+            Msg::kBadTime, kind);
+}
 
 // The longest text of a DATE, TIME-OF-DAY or DATE-TIME taken when its
 // constraints were not checked.
 constexpr size_t kLongestUncheckedText = 128;
-
-const TimeForm &formOf(QorGlobal *world, int kind)
-{
-    for (const TimeForm &form : kForms)
-        if (form.kind == kind)
-            return form;
-    raise(world, Msg::kBadTime, longValue(kind));
-}
-
-// Whether the character at `p` stays on the wire; `pSeen` follows the
-// first "P" of a DURATION.
-bool kept(const TimeForm &form, const char *p, bool &pSeen)
-{
-    if (form.dropFirstP && !pSeen && *p == 'P') {
-        pSeen = true;
-        return false;
-    }
-    return *form.dropped == '\0' || strchr(form.dropped, *p) == nullptr;
-}
 
 } // namespace
 
@@ -114,16 +80,17 @@ void _qor_odec_gtime(QorGlobal *world, GeneralizedTime *value)
 // through a staging buffer that it never overflows, whatever its length.
 void _qor_oenc_date_time(QorGlobal *world, const char *text, int kind)
 {
-    const TimeForm &form = formOf(world, kind);
+    checkKind(world, kind);
+    const CompactTimeForm *form = compactTimeForm(kind);
     raiseIf(world, text == nullptr, Msg::kNullInput, 0);
     const size_t length = strlen(text);
-    raiseIf(world, (world->encodingFlags & NOCONSTRAIN) != 0 && kind >= 31 && kind <= 33 &&
+    raiseIf(world, (world->encodingFlags & NOCONSTRAIN) != 0 && form != nullptr &&
                        length > kLongestUncheckedText,
             Msg::kBadTime, static_cast<QorLong>(length));
     uint64_t count = 0;
     bool pSeen = false;
     for (const char *p = text; *p != '\0'; p++)
-        count += kept(form, p, pSeen) ? 1 : 0;
+        count += keptInContents(form, kind, p, pSeen) ? 1 : 0;
     raiseIf(world, count > INT32_MAX, Msg::kBadTime, 0);
     _qor_oenc_octet_length(world, static_cast<QorULong>(count));
     if (sizingOnly(world)) {
@@ -133,7 +100,7 @@ void _qor_oenc_date_time(QorGlobal *world, const char *text, int kind)
     OerStaging out(world);
     pSeen = false;
     for (const char *p = text; *p != '\0'; p++)
-        if (kept(form, p, pSeen))
+        if (keptInContents(form, kind, p, pSeen))
             out.put(static_cast<unsigned char>(*p));
     out.flush();
 }
@@ -141,27 +108,13 @@ void _qor_oenc_date_time(QorGlobal *world, const char *text, int kind)
 // The text with its punctuation, zero-terminated, in decoder memory.
 void _qor_odec_date_time(QorGlobal *world, char **result, int kind)
 {
-    const TimeForm &form = formOf(world, kind);
+    checkKind(world, kind);
+    const CompactTimeForm *form = compactTimeForm(kind);
     const uint64_t length = _qor_odec_length(world);
     raiseIf(world, length == 0, Msg::kMisencoded, 0);
-    raiseIf(world, form.size != 0 && length != form.size, Msg::kBadTime,
-            static_cast<QorLong>(length));
+    raiseIf(world, form != nullptr && length != form->size, Msg::kBadTime, static_cast<QorLong>(length));
     raiseIf(world, length > INT32_MAX - 8, Msg::kMisencoded, 0);
-    const unsigned char *in = takeContents(world, length);
-    auto *text = static_cast<char *>(
-        _qor_dec_getfixmem(world, static_cast<QorLong>(length + form.markCount + 1)));
-    char *out = text;
-    uint64_t from = 0;
-    for (unsigned i = 0; i < form.markCount; i++) {
-        const uint64_t upTo = form.marks[i].before;
-        memcpy(out, in + from, static_cast<size_t>(upTo - from));
-        out += upTo - from;
-        *out++ = form.marks[i].mark;
-        from = upTo;
-    }
-    memcpy(out, in + from, static_cast<size_t>(length - from));
-    out[length - from] = '\0';
-    *result = text;
+    *result = timeTextOf(world, takeContents(world, length), static_cast<size_t>(length), kind);
 }
 
 } // extern "C"

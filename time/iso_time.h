@@ -5,7 +5,9 @@
 // purpose; the two share only the calendar below.
 #pragma once
 
+
 #include <cstddef>
+#include <cstring>
 
 #include "frame/world.h"
 
@@ -79,5 +81,26 @@ struct CompactTimeForm {
 };
 // The form of `kind`, or null for the other kinds.
 const CompactTimeForm *compactTimeForm(int kind);
+
+constexpr int kTimeKind = 14, kDurationKind = 34;
+
+// Whether the contents of `kind` keep the character at `p` of its text:
+// DATE, TIME-OF-DAY and DATE-TIME leave their punctuation out, a DURATION
+// its first "P" (`pSeen` follows it), the general TIME nothing.
+inline bool keptInContents(const CompactTimeForm *form, int kind, const char *p, bool &pSeen)
+{
+    if (form != nullptr)
+        return strchr(form->removed, *p) == nullptr;
+    if (kind == kDurationKind && !pSeen && *p == 'P') {
+        pSeen = true;
+        return false;
+    }
+    return true;
+}
+
+// The text of `kind` from contents of `length` octets, the form's size
+// already checked: punctuation or the "P" put back, zero-terminated, in
+// decoder memory.
+char *timeTextOf(QorGlobal *world, const unsigned char *in, size_t length, int kind);
 
 } // namespace qor

@@ -298,6 +298,22 @@ const CompactTimeForm *compactTimeForm(int kind)
     return kind >= 31 && kind <= 33 ? &kForms[kind - 31] : nullptr;
 }
 
+char *timeTextOf(QorGlobal *world, const unsigned char *in, size_t length, int kind)
+{
+    const CompactTimeForm *form = compactTimeForm(kind);
+    const size_t extra = form != nullptr ? strlen(form->pattern) - form->size : kind == kDurationKind;
+    auto *text = static_cast<char *>(_qor_dec_getfixmem(world, static_cast<QorLong>(length + extra + 1)));
+    if (form != nullptr) {
+        for (size_t i = 0; form->pattern[i] != '\0'; i++)
+            text[i] = form->pattern[i] == 'd' ? static_cast<char>(*in++) : form->pattern[i];
+    } else {
+        text[0] = 'P';
+        memcpy(text + extra, in, length);
+    }
+    text[length + extra] = '\0';
+    return text;
+}
+
 } // namespace qor
 
 using namespace qor;
