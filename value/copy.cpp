@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "frame/errors.h"
+#include "memory/copy.h"
 #include "value/service.h"
 
 using namespace qor;
@@ -165,7 +166,7 @@ char *_qor_cpy_char_real(QorGlobal *world, const char *text)
     const size_t size = strlen(text) + 1;
     raiseIf(world, size > INT32_MAX, Msg::kOutOfMemory, -1);
     auto *copy = static_cast<char *>(_qor_dec_getfixmem(world, static_cast<QorLong>(size)));
-    memcpy(copy, text, size);
+    copyOctets(copy, text, size);
     return copy;
 }
 

@@ -33,16 +33,10 @@ static void *recordFor(QorGlobal *world, void **target, QorLong size)
     return *target;
 }
 
+/* Zero-terminated text: the library's copy of a character real serves. */
 static char *copyText(QorGlobal *world, const char *text)
 {
-    size_t size;
-    char *copy;
-    if (text == NULL)
-        return NULL;
-    size = strlen(text) + 1;
-    copy = (char *)_qor_dec_getfixmem(world, (QorLong)size);
-    memcpy(copy, text, size);
-    return copy;
+    return _qor_cpy_char_real(world, text);
 }
 
 static unsigned char *copyOctets(QorGlobal *world, const unsigned char *data, QorULong length)
