@@ -11,8 +11,7 @@
 
 using namespace qor;
 
-namespace
-{
+namespace {
 
 int compareInFrame(QorGlobal *world, const ServiceCall &call)
 {

@@ -6,13 +6,12 @@
 #include <cstring>
 
 #include "frame/errors.h"
-#include "memory/copy.h"
+#include "memory/blocks.h"
 #include "value/service.h"
 
 using namespace qor;
 
-namespace
-{
+namespace {
 
 int copyInFrame(QorGlobal *world, const ServiceCall &call)
 {
@@ -161,13 +160,7 @@ void *_qor_cpy_dlink_plus(QorGlobal *world, const void *source, void *target, Qo
 
 char *_qor_cpy_char_real(QorGlobal *world, const char *text)
 {
-    if (text == nullptr)
-        return nullptr;
-    const size_t size = strlen(text) + 1;
-    raiseIf(world, size > INT32_MAX, Msg::kOutOfMemory, -1);
-    auto *copy = static_cast<char *>(_qor_dec_getfixmem(world, static_cast<QorLong>(size)));
-    copyOctets(copy, text, size);
-    return copy;
+    return text != nullptr ? textPiece(world, text) : nullptr;
 }
 
 // A record the caller supplies has been copied word for word by generated

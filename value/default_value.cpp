@@ -9,8 +9,7 @@
 
 using namespace qor;
 
-namespace
-{
+namespace {
 
 enum : unsigned char { kIsDefault = 0, kNotDefault = 1, kUnknownKind = 255 };
 

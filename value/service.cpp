@@ -6,11 +6,9 @@
 #include "frame/call.h"
 #include "memory/blocks.h"
 
-namespace qor
-{
+namespace qor {
 
-namespace
-{
+namespace {
 
 struct Frame {
     const ServiceCall *call;
@@ -22,7 +20,7 @@ int serviceInFrame(QorGlobal *world, void *data)
     auto *frame = static_cast<Frame *>(data);
     int result = frame->call->run(world, *frame->call);
     // The pieces of a copy in the library's memory are the caller's now.
-    if (!frame->insideCall && !world->userBuffer)
+    if (!frame->insideCall && !world->userBuffer && world->blockQueue.count != 0)
         memQueueForget(world, world->userFree);
     return result;
 }

@@ -5,8 +5,7 @@
 
 #include "frame/world.h"
 
-namespace qor
-{
+namespace qor {
 
 struct ServiceCall {
     // Calls the generated entry; its result is the service's.

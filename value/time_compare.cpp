@@ -6,8 +6,7 @@
 
 #include "frame/world.h"
 
-namespace
-{
+namespace {
 
 bool isDigit(char c)
 {

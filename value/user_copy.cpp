@@ -6,8 +6,7 @@
 
 #include "frame/world.h"
 
-namespace
-{
+namespace {
 
 // A count followed by its data, as generated code lays out unbounded values.
 struct Counted {

@@ -28,8 +28,8 @@ void testSchemaFaultRaise(QorGlobal *world, const Fault *f)
 /* The caller's record, or a new one. */
 static void *recordFor(QorGlobal *world, void **target, QorLong size)
 {
-    if (*target == NULL)
-        *target = _qor_dec_getmem(world, size);
+    if (*target == NULL) /* filled whole by the caller */
+        *target = _qor_dec_getmem_internal(world, size);
     return *target;
 }
 

@@ -6,8 +6,7 @@
 
 using namespace qortest;
 
-namespace
-{
+namespace {
 
 TEST(Compare, BitStrings)
 {

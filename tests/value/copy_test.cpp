@@ -13,8 +13,7 @@
 
 using namespace qortest;
 
-namespace
-{
+namespace {
 
 unsigned char abc[] = "abc";
 unsigned char hello[] = "hello";
@@ -67,8 +66,7 @@ const PduCase kPdus[] = {
     {QOR_OER, PDU_Nothing, &nothingExample},
 };
 
-class Copy : public ContextTest
-{
+class Copy : public ContextTest {
   protected:
     void SetUp() override
     {
