@@ -83,6 +83,36 @@ static int roundTrip(QorGlobal *world, int rules, const char *name, const char *
     return rc;
 }
 
+/* Copies the value with qorCpyValue and compares the copy with the original
+ * by qorCmpValue, then once more after a change to the copy; 0 when the
+ * first compare finds them equal and the second does not. */
+static int copyAndCompare(QorGlobal *world)
+{
+    void *copy = NULL;
+    PersonnelRecord *record;
+    int same;
+    int changed;
+    int rc = qorCpyValue(world, PDU_PersonnelRecord, &personnelExample, &copy);
+    printf("Copy (qorCpyValue) and compare (qorCmpValue)\n");
+    if (rc != 0) {
+        printf("  copying failed, return code %d: %s\n", rc, qorGetErrMsg(world));
+        return 1;
+    }
+    record = (PersonnelRecord *)copy;
+    showRecord(record);
+    same = qorCmpValue(world, PDU_PersonnelRecord, &personnelExample, copy);
+    printf("  the copy %s the original (qorCmpValue gives %d).\n",
+           same == 0 ? "equals" : "DIFFERS FROM", same);
+    record->children.value[1].name.givenName[0] = 'J';
+    changed = qorCmpValue(world, PDU_PersonnelRecord, &personnelExample, copy);
+    printf("  with the copy's second child named %s, qorCmpValue gives %d; the original still "
+           "names %s.\n\n",
+           record->children.value[1].name.givenName, changed,
+           personnelExample.children.value[1].name.givenName);
+    qorFreePDU(world, PDU_PersonnelRecord, copy);
+    return same == 0 && changed != 0 ? 0 : 1;
+}
+
 struct Rule {
     const char *option;
     int rules;
@@ -193,6 +223,7 @@ int main(int argc, char **argv)
     failures += roundTrip(&world, QOR_PER_ALIGNED, "PER", "Packed Encoding Rules, aligned");
     failures += roundTrip(&world, QOR_PER_UNALIGNED, "UPER", "Packed Encoding Rules, unaligned");
     failures += roundTrip(&world, QOR_OER, "OER", "Octet Encoding Rules");
+    failures += copyAndCompare(&world);
     printf("%s\n", failures == 0 ? "Round trip exact under every rule." : "Some round trips failed.");
     qorterm(&world);
     return failures == 0 ? 0 : 1;

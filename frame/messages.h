@@ -21,6 +21,8 @@ enum class Msg : int {
     kUnsignedRangeViolated = 23, // an unsigned one: shown with a leading 0
     kSizeViolated = 27,
     kBadCharacter = 29,
+    kOpenTypeCopyFailed = 32,
+    kUserFieldFailed = 33,
     kNotAnEnumerator = 36,
     kNullTable = 37,
     kNullFunction = 38,
@@ -29,6 +31,7 @@ enum class Msg : int {
     kEndOfInput = 45,
     kUnknownRules = 51,
     kRulesNotLinked = 53,
+    kNotForDer = 64,
     kRulesNotGenerated = 65,
     kLibraryLoadFailed = 66,
     kBadObjectIdentifier = 70,

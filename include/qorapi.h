@@ -538,6 +538,59 @@ int qorDurationEndPointRecIntervalToString(QorGlobal *world, const QorDuration *
                                            const QorTimePoint *end, QorLong recurrences,
                                            char **text);
 
+/* Copy and compare, by the generated copy and compare entries. qorCpyValue:
+ * `*target` null: the copy goes in the library's memory (free it with
+ * qorFreePDU); else into the caller's buffer at `*target` of
+ * qorSetDecodingLength octets. 0, or 6 for a null argument or a buffer of
+ * no length, 25 without copy code, 1 a buffer too small, 8 no memory; after
+ * a failure `*target` is null and nothing is kept. qorCmpValue: 0 when the
+ * values are equal, else the entry's non-zero result; 6 and 25 as above.
+ * Open types follow DONT_DO_ENCODED and DONT_DO_DECODED of either flag word. */
+int qorCpyValue(QorGlobal *world, int pdunum, void *source, void **target);
+int qorCmpValue(QorGlobal *world, int pdunum, void *first, void *second);
+
+/* Cells and records for values built by hand, from the context's allocator
+ * (free each with qorFreeMemory); null when memory runs out. Records are a
+ * 32-bit count and a pointer; the CONTAINING records have a third word for
+ * the decoded value. A count of 0 gives a null pointer, except from a text. */
+int *qor__Int_copy(QorGlobal *world, int value);
+QorLong *qor__Long_copy(QorGlobal *world, QorLong value);
+unsigned int *qor__UInt_copy(QorGlobal *world, unsigned int value);
+QorULong *qor__ULong_copy(QorGlobal *world, QorULong value);
+void **qor__Ptr_copy(QorGlobal *world, void *value);
+int64_t *qor__LongLong_copy(QorGlobal *world, int64_t value);
+uint64_t *qor__ULongLong_copy(QorGlobal *world, uint64_t value);
+char *qor__Bool_copy(QorGlobal *world, char value);
+char *qor__Char_copy(QorGlobal *world, char value);
+unsigned char *qor__UChar_copy(QorGlobal *world, unsigned char value);
+float *qor__Float_copy(QorGlobal *world, float value);
+double *qor__Double_copy(QorGlobal *world, double value);
+char *qor__CharStr_new(QorGlobal *world, QorULong size); /* size + 1 octets, empty */
+char *qor__CharStr_copy(QorGlobal *world, const char *text);
+/* The data with a zero octet behind it. */
+void *qor__UnbCharString_copy(QorGlobal *world, const char *data, QorULong length);
+void *qor__UnbCharString_copy_nullterm(QorGlobal *world, const char *text);
+void *qor__BmpString_copy(QorGlobal *world, const uint16_t *data, QorULong count);
+void *qor__UnivString_copy(QorGlobal *world, const QorULong *data, QorULong count);
+/* bits / 8 + 1 octets: one more than needed on a whole octet, cleared. */
+void *qor__UnbBitStr_copy(QorGlobal *world, const unsigned char *data, QorULong bits);
+void *qor__UnbSeqOf_new(QorGlobal *world, QorULong count, QorULong size, int clear);
+void *qor__UnbSeqOf_copy(QorGlobal *world, const void *data, QorULong count, QorULong size);
+void *qor__BitStrCC_copy_encoded(QorGlobal *world, const unsigned char *data, QorULong bits);
+void *qor__OctStrCC_copy_encoded(QorGlobal *world, const unsigned char *data, QorULong length);
+void *qor__CC_copy_decoded(QorGlobal *world, void *value, int pdunum);
+/* Open type records of `recordSize` octets, cleared, with the encoding, or
+ * with a copy of `value` by qorCpyValue (free that with qorFreePDU). The
+ * "new" form has its length and octets at `offset`, or the PDU number in
+ * its first `width` octets (1, 2 or 4) and the value's pointer at `offset`. */
+void *qor__OpenType_copy_encoded(QorGlobal *world, const unsigned char *data, QorULong length,
+                                 QorULong recordSize);
+void *qor__OpenType_copy_decoded(QorGlobal *world, void *value, int pdunum, QorULong recordSize);
+void *qor__NewOpenType_copy_encoded(QorGlobal *world, const unsigned char *data, QorULong length,
+                                    QorULong recordSize, QorULong offset);
+void *qor__NewOpenType_copy_decoded(QorGlobal *world, void *value, int pdunum,
+                                    QorULong recordSize, int width, QorULong offset);
+
 #ifdef __cplusplus
 }
 #endif

@@ -1183,6 +1183,78 @@ void _qor_odec_gtime(QorGlobal *world, GeneralizedTime *value);
 void _qor_oenc_date_time(QorGlobal *world, const char *text, int kind);
 void _qor_odec_date_time(QorGlobal *world, char **result, int kind);
 
+/* Value copy, for the generated copy entry. Every piece comes from decoder
+ * memory, so a copy is freed as a decoded value is. A linked element begins
+ * with its next pointer (doubly linked: then its previous one) and is
+ * copied whole, `size` octets; a source head is read for its first pointer
+ * only. A null target makes a new head or record; in a supplied one only
+ * the words named here are written. */
+typedef struct QorLinkHead {
+    void *first;
+    void *more;
+} QorLinkHead;
+typedef struct QorDLinkPlusHead {
+    void *head;
+    void *tail;
+    QorULong count;
+    void *more;
+} QorDLinkPlusHead;
+void *_qor_cpy_link_obj(QorGlobal *world, const void *source, void *target, QorLong size);
+void *_qor_cpy_dlink_obj(QorGlobal *world, const void *source, void *target, QorLong size);
+void *_qor_cpy_dlink_plus(QorGlobal *world, const void *source, void *target, QorLong size);
+char *_qor_cpy_char_real(QorGlobal *world, const char *text);
+/* The encoding and the decoded value in new memory (the latter by the copy
+ * entry; one it cannot copy is message 32), unless DONT_DO_ENCODED or
+ * DONT_DO_DECODED leaves them out; then the user-field function, if set
+ * (a non-zero result is message 33). */
+QorOpenType *_qor_cpy_open_type(QorGlobal *world, const QorOpenType *source, QorOpenType *target);
+/* A counter of `width` octets (2, else 4) at the record's start and a data
+ * pointer at `offset`; `elementSize` below 0 counts bits. */
+void *_qor_cpy_unbnd_octet_ia(QorGlobal *world, const void *source, void *target, int width,
+                              QorLong elementSize, QorLong offset);
+/* The presence bits of the extension additions this schema does not know,
+ * from bit `known` to `total`, into new memory at *target from its first
+ * bit; their number into `counter` (`width` octets: 1, 2, 4 or 8). Returns
+ * how many are set. */
+QorULong _qor_copy_preamble(QorGlobal *world, const unsigned char *bits, QorULong total,
+                            QorULong known, void *counter, unsigned char **target, int width);
+/* The length without trailing zero bits; without trailing zero octets and blanks. */
+QorULong _qor_count_bits(const unsigned char *bits, QorULong length);
+QorULong _qor_tex_count_bits(const unsigned char *bits, QorULong length);
+QorULong _qor_count_chars(const char *text, QorULong length);
+QorULong _qor_tex_count_chars(const char *text, QorULong length);
+/* The items of an encoded SET OF or SEQUENCE OF from *pos, which stays where
+ * it is: `length` octets of them (reading past is message 102), or up to
+ * end-of-contents for a negative `length`. */
+QorLong _qor_count_setof_items(QorGlobal *world, unsigned char **pos, QorLong *room,
+                               QorLong length);
+
+/* Value compare, for the generated compare entry: 0 for equal, 1 for not,
+ * unless said otherwise. */
+int _qor_cmp_membits(const unsigned char *first, const unsigned char *second, QorULong bits);
+/* Trailing zero bits are not looked at. */
+int _qor_cmp_arrbits(const unsigned char *first, const unsigned char *second, QorULong firstBits,
+                     QorULong secondBits);
+/* A head, and the other list's first element; `size` payload octets behind
+ * each element's next pointer. */
+int _qor_cmp_link_obj(const void *head, const void *otherFirst, QorLong size);
+int _qor_cmp_link_objid(const void *first, const void *second, QorLong size);
+int _qor_cmp_open_type(QorGlobal *world, const QorOpenType *first, const QorOpenType *second);
+int _qor_cmp_unbnd_octet_ia(const void *first, const void *second, int width, QorLong elementSize,
+                            QorLong offset);
+/* Two huge integers, two's complement when `isSigned`: -1, 0 or 1. */
+int _qor_cmp_huge_int_ia(const void *first, const void *second, int width, int isSigned,
+                         QorLong offset);
+/* 1 when two time texts name the same fields, the UTC mark aside; else 0. */
+int _qor_cmp_str2time(const char *first, const char *second, int isUTCTime);
+/* Two REAL texts: 0 equal, 2 the first is less, 3 greater, 4 not comparable. */
+int compare_char_real(QorGlobal *world, const char *first, const char *second);
+/* For PER, DER and OER encoders: 0 when a component of layout `kind` holds
+ * its DEFAULT, 1 when not (always 1 under the other rules), 255 for a kind
+ * not known (message 64 under DER). */
+unsigned char _qor_not_dflt_ia(QorGlobal *world, const void *value, const void *dflt, QorLong size,
+                               QorLong offset, QorLong extra, int kind);
+
 #ifdef __cplusplus
 }
 #endif

@@ -70,6 +70,28 @@ void releaseGatheredBlocks(QorGlobal *world, void *gathered);
 // each piece has an 8-octet size header; pieces go back in reverse order.
 void *tmpBufAlloc(QorGlobal *world, size_t size);
 void tmpBufFree(QorGlobal *world, void *p);
+// A copy of a zero-terminated text, its terminator included, in decoder
+// memory; message 1 or 6 when there is no room for it. In a caller's buffer
+// the text is copied as it is scanned: one pass over it instead of a length
+// and then a copy, which is most of the cost of the short texts that values
+// are made of.
+char *textPieceSlow(QorGlobal *world, const char *text);
+inline char *textPiece(QorGlobal *world, const char *text)
+{
+    if (world->userBuffer) {
+        char *to = reinterpret_cast<char *>(world->outPos);
+        const QorLong room = world->outRoom;
+        for (QorLong n = 0; n < room; n++) {
+            if ((to[n] = text[n]) == '\0') {
+                world->outPos += n + 1;
+                world->outRoom = room - (n + 1);
+                return to;
+            }
+        }
+    }
+    return textPieceSlow(world, text); // the library's memory, or no room
+}
+
 // Releases all temporary memory of the call: the temporary stack's blocks
 // and alternate decoder memory.
 void releaseTemp(QorGlobal *world);

@@ -6,6 +6,7 @@
 
 #include "frame/errors.h"
 #include "memory/blocks.h"
+#include "memory/copy.h"
 
 using namespace qor;
 
@@ -46,6 +47,20 @@ void *getPiece(QorGlobal *world, QorLong size, bool aligned)
 }
 
 } // namespace
+
+namespace qor {
+
+char *textPieceSlow(QorGlobal *world, const char *text)
+{
+    raiseIf(world, world->userBuffer != 0, Msg::kBufferTooSmall, world->totalBytes);
+    const size_t size = strlen(text) + 1;
+    raiseIf(world, size > INT32_MAX, Msg::kOutOfMemory, -1);
+    auto *copy = static_cast<char *>(getPiece(world, static_cast<QorLong>(size), false));
+    copyOctets(copy, text, size);
+    return copy;
+}
+
+} // namespace qor
 
 extern "C" {
 

@@ -3,6 +3,7 @@
 #include "testschema.h"
 
 #include "print.h"
+#include "values.h"
 
 #include "extent.h"
 
@@ -833,8 +834,9 @@ static int initEntry(QorGlobal *world)
     return 0;
 }
 
-QorXapiEntries testSchemaXapi = {26, NULL, NULL, NULL, NULL, 0, testSchemaConstraints,
-                                  0,  NULL, NULL, 0,    QOR_OER_VERSION, oerEncode, oerDecode};
+QorXapiEntries testSchemaXapi = {26, testSchemaCopy, testSchemaCompare, NULL, NULL, 0,
+                                  testSchemaConstraints, 0, NULL, NULL, 0, QOR_OER_VERSION,
+                                  oerEncode, oerDecode};
 
 QorControlTable testSchemaTable = {initEntry,       berEncode, berDecode, freeValue,
                                    QOR_BER_VERSION, perEncode, perDecode, QOR_PER_VERSION,
