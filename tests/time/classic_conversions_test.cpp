@@ -94,6 +94,7 @@ TEST_F(ClassicConversionsTest, GeneralizedTimeToIntegers)
         {QOR_BER, "20000102030405+0", kBad, 0, 0, 0, 0, 0, 0},
         {QOR_BER, "20000102030405Zx", kBad, 0, 0, 0, 0, 0, 0},
         {QOR_BER, "20000102036005", kBad, 0, 0, 0, 0, 0, 0},
+        {QOR_BER, "20000102235960Z", kBad, 0, 0, 0, 0, 0, 0},
         {QOR_DER, "20000102030405.5Z", 0, 3, 4, 5, 5, 1, 1},
         {QOR_DER, "20000102030405.50Z", kBad, 0, 0, 0, 0, 0, 0},
         {QOR_DER, "20000102030405,5Z", kBad, 0, 0, 0, 0, 0, 0},
@@ -133,6 +134,7 @@ TEST_F(ClassicConversionsTest, UtcTimeToIntegersAndShorts)
         {QOR_BER, "000102030405-05", 0, 5, -300},
         {QOR_BER, "000102030405", kBad, 0, 0},
         {QOR_BER, "000102030405Z0", kBad, 0, 0},
+        {QOR_BER, "000102235960Z", kBad, 0, 0},
         {QOR_DER, "0001020304Z", kBad, 0, 0},
         {QOR_DER, "000102030405+0000", kBad, 0, 0},
     };
@@ -180,6 +182,7 @@ TEST_F(ClassicConversionsTest, CalendarTime)
         {1969, 12, 31, 23, 59, 59, 0, 0, kBad},
         {2050, 1, 1, 0, 0, 0, 0, 0, kBad},
         {2001, 2, 29, 0, 0, 0, 0, 0, kBad},
+        {2000, 1, 1, 23, 59, 60, 0, 0, kBad},
         {2000, 1, 1, 0, 0, 0, 1440, 0, kBad},
     };
     for (const auto &c : cases) {

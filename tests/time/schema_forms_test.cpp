@@ -8,7 +8,7 @@ using namespace qortest;
 
 namespace {
 
-constexpr int kBad = QOR_BAD_TIME, kNone = 0x7FFFFFFE, kZ = 0x7FFFFFFF;
+constexpr int kNone = 0x7FFFFFFE, kZ = 0x7FFFFFFF;
 
 enum Form { kDate, kTime, kDateTime, kYear, kYearMonth, kMonth, kMonthDay, kDay, kDuration };
 
