@@ -215,6 +215,15 @@ TEST_F(PropertyChecksTest, DurationUnitsAndRecurrences)
             EXPECT_STREQ(message, r.message) << r.text;
     }
 
+    // Generated code raises 270 with the text as it is: a cleared one adds nothing.
+    const QorDateTimeValue unlimited = parse("R/P1Y");
+    const char *cleared = "(unset)";
+    ASSERT_EQ(_qorChkRecurrenceRange(&unlimited, 1, 9, &cleared), 1);
+    EXPECT_EQ(inFrame(&world, QOR_OP_ENCODE, [&] { _qor_krod_error(&world, 270, cleared); }),
+              QOR_CONSTRAINT_VIOLATED);
+    EXPECT_TRUE(messageHas("0326S: PropertySettings constraint violated: "));
+    EXPECT_FALSE(messageHas("null"));
+
     // Relations compare like units only.
     const struct {
         const char *first, *second;
