@@ -91,6 +91,8 @@ enum class Msg : int {
     kBadWeek = 277,
     kBadCentury = 278,
     kBadYear = 279,
+    kAbsenceOfComponent = 284,  // a TIME duration unit the type forbids
+    kPresenceOfComponent = 285, // one it requires
     kBadOidIri = 286,    // the whole OID-IRI value is at fault
     kBadOidIriArc = 287, // one of its arcs
     kOerNotSupported = 289,

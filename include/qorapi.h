@@ -591,6 +591,81 @@ void *qor__NewOpenType_copy_encoded(QorGlobal *world, const unsigned char *data,
 void *qor__NewOpenType_copy_decoded(QorGlobal *world, void *value, int pdunum,
                                     QorULong recordSize, int width, QorULong offset);
 
+/* UTCTime and GeneralizedTime text and plain integers. `mindiff` is 0 for
+ * local time (UTCTime: UTC, "Z"), 1 for UTC, otherwise minutes east. A
+ * GeneralizedTime fraction is `fraction` in `precision` decimal digits. Under
+ * DER and CER (`encRules`) only the canonical form is written or read. The
+ * text buffers must hold the text; 12 for anything out of range or broken. */
+int qorIntsToGeneralizedTime(QorGlobal *world, int year, int month, int day, int hour,
+                             int minute, int second, int fraction, int precision, int mindiff,
+                             char *text);
+int qorGeneralizedTimeToInts(QorGlobal *world, const char *text, int *year, int *month, int *day,
+                             int *hour, int *minute, int *second, int *fraction,
+                             short *precision, int *mindiff);
+int qorIntsToUTCTime(QorGlobal *world, int year, int month, int day, int hour, int minute,
+                     int second, int mindiff, char *text);
+int qorUTCTimeToInts(QorGlobal *world, const char *text, int *year, int *month, int *day,
+                     int *hour, int *minute, int *second, int *mindiff);
+/* The same with the six date and time cells 16 bits wide, written only on
+ * success. */
+int qorGeneralizedTimeToShorts(QorGlobal *world, const char *text, short *year, short *month,
+                               short *day, short *hour, short *minute, short *second,
+                               int *fraction, short *precision, int *mindiff);
+int qorUTCTimeToShorts(QorGlobal *world, const char *text, short *year, short *month, short *day,
+                       short *hour, short *minute, short *second, int *mindiff);
+
+/* Calendar time: seconds since 1970-01-01T00:00:00Z, reckoned in 32 bits as
+ * the classic interfaces did, so nothing after 2038-01-19T03:14:07Z. A
+ * UTCTime's two-digit year means 1950 to 2049. 6 for a null argument, 12 for
+ * a value out of range, 8 for lack of memory. A null `*record` or `*text`
+ * gets memory from qorGetMemory, freed again on failure. */
+int qorUTCTimeStructToCalTime(QorGlobal *world, const GeneralizedTime *record, int64_t *calendar);
+int qorGenTimeStructToCalTime(QorGlobal *world, const GeneralizedTime *record, int64_t *calendar);
+int qorUTCTimeStringToCalTime(QorGlobal *world, const char *text, int64_t *calendar);
+int qorGenTimeStringToCalTime(QorGlobal *world, const char *text, int64_t *calendar);
+int qorCalTimeToUTCTimeStruct(QorGlobal *world, int64_t calendar, int mindiff,
+                              GeneralizedTime **record);
+int qorCalTimeToGenTimeStruct(QorGlobal *world, int64_t calendar, int mindiff,
+                              GeneralizedTime **record);
+int qorCalTimeToUTCTimeString(QorGlobal *world, int64_t calendar, int mindiff, char **text);
+int qorCalTimeToGenTimeString(QorGlobal *world, int64_t calendar, int mindiff, char **text);
+
+/* XML Schema date and time forms and plain integers. `tz` is 0x7FFFFFFE for
+ * no zone, 0x7FFFFFFF for "Z", otherwise minutes east, at most 840 either
+ * way. A fraction is `fractionLength` digit characters at `fraction`; read
+ * back, it points into the caller's text (null when there is none). A null
+ * `*text` gets new memory from the context's allocator (qorFreeBuf). 12 for
+ * anything out of range or malformed, and for lack of memory. */
+int qorIntsToDate(QorGlobal *world, int year, int month, int day, int tz, char **text);
+int qorDateToInts(QorGlobal *world, const char *text, int *year, int *month, int *day, int *tz);
+int qorIntsToTime(QorGlobal *world, int hour, int minute, int second, const char *fraction,
+                  int fractionLength, int tz, char **text);
+int qorTimeToInts(QorGlobal *world, const char *text, int *hour, int *minute, int *second,
+                  const char **fraction, int *fractionLength, int *tz);
+int qorIntsToDateTime(QorGlobal *world, int year, int month, int day, int hour, int minute,
+                      int second, const char *fraction, int fractionLength, int tz, char **text);
+int qorDateTimeToInts(QorGlobal *world, const char *text, int *year, int *month, int *day,
+                      int *hour, int *minute, int *second, const char **fraction,
+                      int *fractionLength, int *tz);
+int qorIntsToGYear(QorGlobal *world, int year, int tz, char **text);
+int qorGYearToInts(QorGlobal *world, const char *text, int *year, int *tz);
+int qorIntsToGYearMonth(QorGlobal *world, int year, int month, int tz, char **text);
+int qorGYearMonthToInts(QorGlobal *world, const char *text, int *year, int *month, int *tz);
+int qorIntsToGMonth(QorGlobal *world, int month, int tz, char **text);
+int qorGMonthToInts(QorGlobal *world, const char *text, int *month, int *tz);
+int qorIntsToGMonthDay(QorGlobal *world, int month, int day, int tz, char **text);
+int qorGMonthDayToInts(QorGlobal *world, const char *text, int *month, int *day, int *tz);
+int qorIntsToGDay(QorGlobal *world, int day, int tz, char **text);
+int qorGDayToInts(QorGlobal *world, const char *text, int *day, int *tz);
+/* A duration: units of 0 are left out, and all of them 0 is "PT0S", with no
+ * sign. */
+int qorIntsToDuration(QorGlobal *world, int negative, int years, int months, int days, int hours,
+                      int minutes, int seconds, const char *fraction, int fractionLength,
+                      char **text);
+int qorDurationToInts(QorGlobal *world, const char *text, int *negative, int *years, int *months,
+                      int *days, int *hours, int *minutes, int *seconds, const char **fraction,
+                      int *fractionLength);
+
 #ifdef __cplusplus
 }
 #endif

@@ -300,6 +300,36 @@ typedef struct QorDateTimeValue {
  * time points of an interval must be in order and alike in composition.
  * Returns 0. */
 int _qorGetDateTimeValue(QorGlobal *world, const char *text, QorDateTimeValue *value);
+/* Property settings of the TIME types, as bit masks from the compiler, on a
+ * parsed value: 0 when it conforms, otherwise 1 with `*message` set to the
+ * text that generated code appends to message 270 (an empty or null text
+ * adds nothing). `digits` is the year's digit count of Year=L, the
+ * fraction's digit count, or the recurrence digits, by the check. */
+int _qorChkDateSettings(const QorDateTimeValue *value, unsigned settings, unsigned digits,
+                        const char **message);
+int _qorChkTimeSettings(const QorDateTimeValue *value, unsigned settings, unsigned digits,
+                        const char **message);
+int _qorChkDateTimeSettings(const QorDateTimeValue *value, const char **message);
+int _qorChkIntervalSettings(const QorDateTimeValue *value, unsigned settings,
+                            const char **message);
+int _qorChkRecIntervalSettings(const QorDateTimeValue *value, unsigned settings, unsigned digits,
+                               const char **message);
+int _qorChkNoBasicDateSettings(const QorDateTimeValue *value, unsigned settings, unsigned digits,
+                               const char **message);
+int _qorChkNoBasicTimeSettings(const QorDateTimeValue *value, unsigned settings, unsigned digits,
+                               const char **message);
+int _qorChkNoBasicIntervalSettings(const QorDateTimeValue *value, unsigned settings,
+                                   unsigned digits, const char **message);
+/* The units of a duration (the bits of QorDurationPart's `flags`): 0, or the
+ * message index 285 (a required unit missing) or 284 (a forbidden one
+ * present) with the unit's word in `*name`. */
+int _qorChkDurationComponents(const QorDateTimeValue *value, unsigned required,
+                              unsigned forbidden, const char **name);
+/* The recurrence digits, not the count, from `lowest` to `highest`; an
+ * unlimited value conforms when `highest` is 65535 or more. 1 otherwise, with
+ * a null `*message` (or a text of its own for a value that doesn't recur). */
+int _qorChkRecurrenceRange(const QorDateTimeValue *value, QorULong lowest, QorULong highest,
+                           const char **message);
 /* 0 when two parsed values are equal, 1 when not. */
 int _qorCmpDTIntervals(const QorDateTimeValue *first, const QorDateTimeValue *second);
 /* The order of two single time points or two single durations: -1 the first
