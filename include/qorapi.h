@@ -574,6 +574,14 @@ void *qor__BmpString_copy(QorGlobal *world, const uint16_t *data, QorULong count
 void *qor__UnivString_copy(QorGlobal *world, const QorULong *data, QorULong count);
 /* bits / 8 + 1 octets: one more than needed on a whole octet, cleared. */
 void *qor__UnbBitStr_copy(QorGlobal *world, const unsigned char *data, QorULong bits);
+/* A time record from GeneralizedTime or UTCTime text, by the conversions
+ * (the fraction to milliseconds; "Z" sets `utc`): 0 or the conversion's
+ * code, the record untouched then. The copy forms give a new record (free
+ * it with qorFreeMemory), or null. */
+int qor__GeneralizedTime_setv_nullterm(QorGlobal *world, GeneralizedTime *record, const char *text);
+int qor__UTCTime_setv_nullterm(QorGlobal *world, GeneralizedTime *record, const char *text);
+GeneralizedTime *qor__GeneralizedTime_copy_nullterm(QorGlobal *world, const char *text);
+GeneralizedTime *qor__UTCTime_copy_nullterm(QorGlobal *world, const char *text);
 void *qor__UnbSeqOf_new(QorGlobal *world, QorULong count, QorULong size, int clear);
 void *qor__UnbSeqOf_copy(QorGlobal *world, const void *data, QorULong count, QorULong size);
 void *qor__BitStrCC_copy_encoded(QorGlobal *world, const unsigned char *data, QorULong bits);

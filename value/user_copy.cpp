@@ -98,9 +98,72 @@ unsigned char *withDecodedCopy(QorGlobal *world, void *value, int pdunum, size_t
     return record;
 }
 
+// A time record from GeneralizedTime or UTCTime text, through the
+// conversions: the fraction's digits scaled to milliseconds; a difference
+// of 1, which is how the conversions report "Z", sets `utc`. The record is
+// written only when the text converts. Returns 0 or the conversion's code.
+int setTime(QorGlobal *world, GeneralizedTime *record, const char *text, bool utcTime)
+{
+    short year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, precision = 0;
+    int fraction = 0, mindiff = 0;
+    const int code = utcTime ? qorUTCTimeToShorts(world, text, &year, &month, &day, &hour, &minute,
+                                                  &second, &mindiff)
+                             : qorGeneralizedTimeToShorts(world, text, &year, &month, &day, &hour,
+                                                          &minute, &second, &fraction, &precision,
+                                                          &mindiff);
+    if (code != 0)
+        return code;
+    int64_t millisec = fraction;
+    for (int p = precision; p < 3; p++)
+        millisec *= 10;
+    for (int p = precision; p > 3; p--)
+        millisec /= 10;
+    *record = GeneralizedTime{};
+    record->year = year;
+    record->month = month;
+    record->day = day;
+    record->hour = hour;
+    record->minute = minute;
+    record->second = second;
+    record->millisec = static_cast<int16_t>(utcTime ? 0 : millisec);
+    record->utc = mindiff == 1 ? 1 : 0;
+    record->mindiff = static_cast<int16_t>(mindiff == 1 ? 0 : mindiff);
+    return 0;
+}
+
+GeneralizedTime *newTime(QorGlobal *world, const char *text, bool utcTime)
+{
+    auto *record = static_cast<GeneralizedTime *>(take(world, sizeof(GeneralizedTime), true));
+    if (record != nullptr && setTime(world, record, text, utcTime) != 0) {
+        qorFreeMemory(world, record);
+        return nullptr;
+    }
+    return record;
+}
+
 } // namespace
 
 extern "C" {
+
+int qor__GeneralizedTime_setv_nullterm(QorGlobal *world, GeneralizedTime *record, const char *text)
+{
+    return setTime(world, record, text, false);
+}
+
+int qor__UTCTime_setv_nullterm(QorGlobal *world, GeneralizedTime *record, const char *text)
+{
+    return setTime(world, record, text, true);
+}
+
+GeneralizedTime *qor__GeneralizedTime_copy_nullterm(QorGlobal *world, const char *text)
+{
+    return newTime(world, text, false);
+}
+
+GeneralizedTime *qor__UTCTime_copy_nullterm(QorGlobal *world, const char *text)
+{
+    return newTime(world, text, true);
+}
 
 int *qor__Int_copy(QorGlobal *world, int value)
 {
