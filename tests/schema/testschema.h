@@ -30,7 +30,8 @@ enum {
     PDU_Extended = 17, /* a SEQUENCE with an extension addition: OER only */
     PDU_Nothing = 18,  /* NULL, whose OER encoding is empty: OER only */
     PDU_Leaves = 19, /* object identifiers, REAL, times and an open type: PER only */
-    PDU_COUNT = 19
+    PDU_Lexems = 26, /* any XML document, decoded as the lexer's trace: EXER only */
+    PDU_COUNT = 26
 };
 
 /* Raw ::= OCTET STRING */
@@ -525,6 +526,13 @@ extern const QorPermittedAlphabet nameAlphabet, digitAlphabet, upperAlphabet, nu
 
 /* The constraint entry: the constraints of each PDU above that has any. */
 int testSchemaConstraints(QorGlobal *world, int pdunum, void *value);
+
+/* Lexems: the EXER entry walks any document and gives a Raw of one line a
+ * lexem (lexems_exer.c says their form). `lexemsExerInfo` is the EXER
+ * information record: its namespace rows are the control namespace, the
+ * example URI "urn:example:a" and the XML namespace. */
+int lexemsExerDecode(void *env, int *pdunum, void **output);
+extern const QorExerInfo lexemsExerInfo;
 
 /* Each PDU's type reference and the name of its type, for messages. */
 extern const char *const testSchemaPduNames[PDU_COUNT][2];
