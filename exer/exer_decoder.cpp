@@ -20,9 +20,10 @@ constexpr size_t kFrameArea = 4096;
 uint32_t faultOffset(QorXmlEnv *env)
 {
     uint64_t at = offsetOf(env);
-    const QorXmlInputFrame &outer = env->input_depth > 0 ? env->input_stack[0]
-                                                         : *reinterpret_cast<const QorXmlInputFrame *>(&env->input);
-    uint64_t end = static_cast<uint64_t>(outer.input_base) + outer.input_len;
+    // The outermost input is the document itself.
+    uint64_t end = env->input_depth > 0
+                       ? static_cast<uint64_t>(env->input_stack[0].input_base) + env->input_stack[0].input_len
+                       : static_cast<uint64_t>(env->input_base) + env->input_len;
     return static_cast<uint32_t>(at < end ? at : end);
 }
 

@@ -2,7 +2,9 @@
 // call directly. Nothing here leaves the library.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "frame/messages.h"
 #include "frame/world.h"
@@ -173,6 +175,17 @@ inline bool isWs(unsigned char c) { return (classOf(c) & kWhitespace) != 0; }
 
 extern const char kXmlNamespace[]; // the URI bound to the prefix xml
 constexpr uint32_t kXmlNamespaceLength = 36;
+
+// The six words of the current input, laid out in the environment as in a
+// saved frame, and copied as a block (without the frame's tail padding,
+// which the environment's `ch` occupies).
+constexpr size_t kFrameBytes = offsetof(QorXmlInputFrame, depth) + sizeof(uint32_t);
+static_assert(offsetof(QorXmlEnv, depth) - offsetof(QorXmlEnv, input) == offsetof(QorXmlInputFrame, depth));
+static_assert(offsetof(QorXmlEnv, input_flags) - offsetof(QorXmlEnv, input) ==
+              offsetof(QorXmlInputFrame, input_flags));
+
+inline void saveInput(QorXmlEnv *env, QorXmlInputFrame *frame) { memcpy(frame, &env->input, kFrameBytes); }
+inline void restoreInput(QorXmlEnv *env, const QorXmlInputFrame *frame) { memcpy(&env->input, frame, kFrameBytes); }
 
 inline Index *indexOf(QorXmlEnv *env) { return static_cast<Index *>(env->index); }
 

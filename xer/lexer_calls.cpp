@@ -200,11 +200,11 @@ void _qor_tlex_set_attr_input(QorXmlEnv *env, void *attribute)
     auto *a = static_cast<QorXmlAttr *>(attribute);
     // Entities still open in a value read before are left behind with it.
     while ((env->input_flags & QOR_XML_ATTR_ENTITY) != 0 && env->input_depth > 0)
-        memcpy(&env->input, &env->input_stack[--env->input_depth], sizeof(QorXmlInputFrame));
+        restoreInput(env, &env->input_stack[--env->input_depth]);
     if ((env->input_flags & QOR_XML_IN_ATTR) == 0) {
         if (env->input_depth >= QOR_XML_INPUT_STACK)
             fail(env, Msg::kXmlTooComplex);
-        memcpy(&env->input_stack[env->input_depth++], &env->input, sizeof(QorXmlInputFrame));
+        saveInput(env, &env->input_stack[env->input_depth++]);
     }
     env->input = a->value;
     env->input_left = env->input_len = a->value_len;
@@ -217,7 +217,7 @@ void _qor_tlex_set_attr_input(QorXmlEnv *env, void *attribute)
 void _qor_tlex_restore_input(QorXmlEnv *env, QorXmlInputSave *save)
 {
     while ((env->input_flags & QOR_XML_IN_ATTR) != 0 && env->input_depth > 0)
-        memcpy(&env->input, &env->input_stack[--env->input_depth], sizeof(QorXmlInputFrame));
+        restoreInput(env, &env->input_stack[--env->input_depth]);
     env->tag = save->tag;
     env->lexem = save->lexem;
     env->tag_left = save->tag_left;

@@ -175,7 +175,7 @@ void pushFrame(QorXmlEnv *env)
 {
     if (env->input_depth >= QOR_XML_INPUT_STACK)
         fail(env, Msg::kXmlTooComplex);
-    memcpy(&env->input_stack[env->input_depth], &env->input, sizeof(QorXmlInputFrame));
+    saveInput(env, &env->input_stack[env->input_depth]);
     env->input_depth++;
 }
 
@@ -208,7 +208,7 @@ void pop_entity(QorXmlEnv *env)
     // An entity closes what it opened, and opens nothing it leaves open.
     if (saved.depth != env->depth)
         fail(env, Msg::kXmlEntityNotWellFormed);
-    memcpy(&env->input, &saved, sizeof(QorXmlInputFrame));
+    restoreInput(env, &saved);
     env->input_depth--;
 }
 
