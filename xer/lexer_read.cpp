@@ -60,8 +60,10 @@ int next_char(QorXmlEnv *env)
     QorULong code;
     int used;
     bool good = decodeUtf8Char(env->world, &code, env->input, env->input_left, 4, &used, 4);
-    if (!good && used > static_cast<int>(env->input_left)) {
-        // A document cut inside a character is a truncated one.
+    if (!good && used > static_cast<int>(env->input_left) &&
+        (env->input_flags & QOR_XML_DOCUMENT) != 0) {
+        // A document cut inside a character is a truncated one; a value or
+        // an entity that ends inside one is malformed.
         bool prefixGood = true;
         for (uint32_t i = 1; i < env->input_left; i++)
             prefixGood = prefixGood && (classOf(env->input[i]) & kContinuation) != 0;
@@ -147,9 +149,9 @@ int read_reference(QorXmlEnv *env)
         return 0;
     }
     uint32_t n = spanOf(p, 0, left, kNameClasses | kColon);
-    if (n == left)
+    if (n == left && (env->input_flags & QOR_XML_DOCUMENT) != 0)
         endOfInput(env);
-    if (n == 0 || p[n] != ';')
+    if (n == 0 || n == left || p[n] != ';')
         fail(env, Msg::kXmlBadEntityReference);
     advance(env, n + 1);
     if (n >= 2 && n <= 4) {

@@ -292,6 +292,11 @@ TEST_F(Lexer, InputStackAndEntities)
         {"<!DOCTYPE a [<!ENTITY e '<b>'>]><a>&e;</b></a>", 5},
         {"<!DOCTYPE a [<!ENTITY e '</a>'>]><a>&e;", 5},
         {"<!DOCTYPE a [<!ENTITY e '<![CDATA[x'>]><a>&e;]]></a>", 5},
+        // A value or an entity that ends inside a reference or a character
+        // is malformed, not cut short.
+        {"<a x='&amp'/>", 5},
+        {"<a x='\xC3'/>", 5},
+        {"<!DOCTYPE a [<!ENTITY e '&amp'>]><a>&e;</a>", 5},
         // From an attribute value an entity's less-than sign is refused.
         {"<!DOCTYPE a [<!ENTITY e 'x&lt;'><!ENTITY f '<'>]><a x='&e;&f;'/>", 5},
         // The classic expansion of nine levels of ten, and eight of 64,
