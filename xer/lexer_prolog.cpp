@@ -82,7 +82,7 @@ bool literal(QorXmlEnv *env, const unsigned char **text, uint32_t *length)
 void needWs(QorXmlEnv *env, Msg fault)
 {
     if (!skip_ws_octets(env))
-        fail(env, fault);
+        fail(env, env->input_left == 0 ? Msg::kEndOfInput : fault);
 }
 
 // The "= value" of a declaration's pseudo-attribute.

@@ -109,6 +109,17 @@ TEST_F(Lexer, GoldenTrace)
     EXPECT_EQ(qorGetBytesReadByDecoder(&world), static_cast<long>(sizeof kRich - 1));
 }
 
+// Cut short at every octet before its root's end, the rich document says so
+// with return code 4, whatever it was in the middle of.
+TEST_F(Lexer, TruncatedAtEveryOctet)
+{
+    const std::string doc = kRich;
+    for (size_t n = 0; n + 1 < doc.size(); n++) {
+        Outcome o = decode(doc.substr(0, n));
+        EXPECT_EQ(o.code, QOR_MORE_INPUT) << n << ": " << o.trace;
+    }
+}
+
 // Each allocation of the rich document fails in turn: return code 8, no
 // value, nothing left behind (the fixture's tear-down counts).
 TEST_F(Lexer, EveryAllocationMayFail)
