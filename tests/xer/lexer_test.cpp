@@ -172,8 +172,9 @@ TEST_F(Lexer, Accepted)
         {"<1a></1a>", "<1a>\n</1a>\n"},
         // A later declaration of an entity wins.
         {"<!DOCTYPE a [<!ENTITY e 'x'><!ENTITY e 'y'>]><a>&e;</a>", "<a>\n'y'\n</a>\n"},
-        // A byte order mark at the start only.
+        // A byte order mark at the start only: elsewhere it is a character.
         {"\xEF\xBB\xBF<a/>", "<a/>\n"},
+        {"<a>\xEF\xBB\xBF</a>", "<a>\n'\xEF\xBB\xBF'\n</a>\n"},
         // The prefix xml needs no declaration; the same prefix on parent and child.
         {"<a xml:lang='en' xmlns:p='urn:p'><p:b xmlns:p='urn:q'/></a>",
          "<a>\n@xml:lang {http://www.w3.org/XML/1998/namespace}\n'e'\n'n'\n<p:b {#1}/>\n</a>\n"},
@@ -181,6 +182,8 @@ TEST_F(Lexer, Accepted)
         {"<a xmlns='urn:example:a'><b xmlns=''/></a>", "<a {urn:example:a}>\n<b/>\n</a>\n"},
         // Wide references come as UTF-8 without the flag of the wide decoders.
         {"<a>&#x20AC;&#x1F600;</a>", "<a>\n'\xE2\x82\xAC'\n'\xF0\x9F\x98\x80'\n</a>\n"},
+        // The same without the strict flag, and a declaration the relaxed rules skip.
+        {"<!DOCTYPE b><a/>", "<a/>\n"},
         // Comments, processing instructions and blanks after the root.
         {"<a/> <!-- c --><?p?>\n", "<a/>\n"},
     };
@@ -189,12 +192,14 @@ TEST_F(Lexer, Accepted)
         EXPECT_EQ(o.code, 0) << r.doc << o.trace;
         EXPECT_EQ(o.trace, r.trace) << r.doc;
     }
+    EXPECT_EQ(decode("<?xml encoding='UTF-16'?><a/>", QOR_RELAXED).trace, "<a/>\n");
 }
 
 struct Refusal {
     std::string doc;
     int code;
     const char *message;
+    QorULong flags = 0;
 };
 
 // Malformed documents: the message's text, its place (the prolog's faults
@@ -265,11 +270,16 @@ TEST_F(Lexer, Refusals)
          "0081S: End of input reached before message was fully decoded; check PDU #26 'Lexems' at line 1 position 3"},
         {"<a:/>", 5,
          "0209S: Missing local part of a QName: 'a:'; check PDU at line 1 position 5"},
+        {"<a xmlns:c='urn:oid:2.1.5.2.0.1' c:x='1' c:x='2'/>", 5,
+         "0218S: The name of attribute is repeated : 'c:x'; check PDU #26 'Lexems' at line 1 position 50"},
+        {"<!DOCTYPE b><a/>", 5,
+         "0331E: The name of the root element does not match the name in the DTD: 'a'; check PDU at line 1 position 16",
+         STRICT_ENCODING_DECODING_RULES},
         {"<a></a ", 4,
          "0081S: End of input reached before message was fully decoded; check PDU #26 'Lexems' at line 1 position 7"},
     };
     for (const Refusal &r : rows) {
-        Outcome o = decode(r.doc);
+        Outcome o = decode(r.doc, r.flags);
         EXPECT_EQ(o.code, r.code) << r.doc;
         EXPECT_EQ(o.trace, std::string("D") + r.message + ".\n") << r.doc;
     }
