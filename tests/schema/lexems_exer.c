@@ -190,19 +190,62 @@ static void walkElement(Trace *t, QorXmlEnv *env)
     env->open_tag = parent;
 }
 
+/* Probes: the root's content of empty tags and characters, read by the
+ * calls a value decoder uses. A tag gives its line and "match N M", the
+ * results of matching its own name without a namespace and its local part
+ * in "urn:example:a", then the element as Lexems gives it. After a character "|" the rest must be whitespace up
+ * to a tag (check_end_union); after "!" a tag must come (get_tag); after any
+ * other, whitespace or a tag (check_ws). */
+static void probe(Trace *t, QorXmlEnv *env)
+{
+    char text[32];
+    _qor_tlex_get_lex_collapse(env);
+    while (env->lexem != QOR_XML_TAG || env->tag->kind != 2) {
+        unsigned char c;
+        if (env->lexem == QOR_XML_TAG) {
+            const QorXmlTag *tag = env->tag;
+            uint32_t skip = tag->colon < 0 ? 0 : (uint32_t)tag->colon + 1;
+            sprintf(text, "match %d %d\n", _qor_tlex_match_tag(env, (const char *)tag->name, tag->name_len),
+                    _qor_tlex_match_qtag(env, lexemRows[1].uri, (const char *)tag->name + skip,
+                                         tag->name_len - skip));
+            puts0(t, text);
+            walkElement(t, env);
+            _qor_tlex_skip_ws(env);
+            continue;
+        }
+        putLexem(t, env);
+        c = env->ch.bytes[0];
+        if (c == '!') {
+            _qor_tlex_get_tag(env);
+            continue;
+        }
+        _qor_tlex_get_lex(env);
+        if (c == '|')
+            _qor_tlex_check_end_union(env);
+        else
+            _qor_tlex_check_ws(env);
+    }
+}
+
 int lexemsExerDecode(void *envp, int *pdunum, void **output)
 {
     QorXmlEnv *env = (QorXmlEnv *)envp;
     QorGlobal *world = env->world;
     Trace t;
     Raw *value;
-    if (*pdunum != PDU_Lexems)
+    if (*pdunum != PDU_Lexems && *pdunum != PDU_Probes)
         _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);
     world->pduNumber = *pdunum;
     world->pduNames = testSchemaPduNames[*pdunum - 1];
     memset(&t, 0, sizeof t);
     t.world = world;
-    walkOpen(&t, env);
+    if (*pdunum == PDU_Probes) {
+        putTag(&t, env->open_tag);
+        if (env->open_tag->kind == 1)
+            probe(&t, env);
+    } else {
+        walkOpen(&t, env);
+    }
     value = (Raw *)_qor_dec_getmem(world, sizeof(Raw));
     value->length = t.total;
     value->data = (unsigned char *)_qor_dec_getmem(world, t.total + 1);

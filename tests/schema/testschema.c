@@ -37,7 +37,7 @@ const char *const testSchemaPduNames[PDU_COUNT][2] = {
     {"PersonnelRecord", "PersonnelRecord"}, {"PersonnelRecord", "PersonnelRecord"},
     {"Widths", "Widths"}, {"Levels", "Levels"}, {"Extended", "Extended"}, {"Nothing", "NULL"},
     {"Leaves", "Leaves"},
-    [PDU_Lexems - 1] = {"Lexems", "Lexems"}};
+    [PDU_Lexems - 1] = {"Lexems", "Lexems"}, {"Probes", "Probes"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -624,7 +624,8 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
         return 0;
     }
     case PDU_Raw:
-    case PDU_Lexems: {
+    case PDU_Lexems:
+    case PDU_Probes: {
         Raw *raw = (Raw *)value;
         _qor_dec_free(world, raw->data);
         _qor_dec_free(world, raw);

@@ -31,7 +31,8 @@ enum {
     PDU_Nothing = 18,  /* NULL, whose OER encoding is empty: OER only */
     PDU_Leaves = 19, /* object identifiers, REAL, times and an open type: PER only */
     PDU_Lexems = 26, /* any XML document, decoded as the lexer's trace: EXER only */
-    PDU_COUNT = 26
+    PDU_Probes = 27, /* the same, read by the value decoders' calls: EXER only */
+    PDU_COUNT = 27
 };
 
 /* Raw ::= OCTET STRING */
@@ -528,7 +529,8 @@ extern const QorPermittedAlphabet nameAlphabet, digitAlphabet, upperAlphabet, nu
 int testSchemaConstraints(QorGlobal *world, int pdunum, void *value);
 
 /* Lexems: the EXER entry walks any document and gives a Raw of one line a
- * lexem (lexems_exer.c says their form). `lexemsExerInfo` is the EXER
+ * lexem (lexems_exer.c says their form); Probes reads the root's content
+ * with the calls of the value decoders. `lexemsExerInfo` is the EXER
  * information record: its namespace rows are the control namespace, the
  * example URI "urn:example:a" and the XML namespace. */
 int lexemsExerDecode(void *env, int *pdunum, void **output);

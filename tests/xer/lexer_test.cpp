@@ -24,12 +24,11 @@ protected:
         ASSERT_EQ(qorSetEncodingRules(&world, QOR_EXER), 0);
     }
 
-    Outcome decode(const std::string &doc, QorULong flags = 0)
+    Outcome decode(const std::string &doc, QorULong flags = 0, int pdu = PDU_Lexems)
     {
         QorBuf in = {static_cast<QorLong>(doc.size()),
                      reinterpret_cast<unsigned char *>(const_cast<char *>(doc.data()))};
         void *out = nullptr;
-        int pdu = PDU_Lexems;
         qorSetDecodingFlags(&world, flags);
         int code = qorDecode(&world, &pdu, &in, &out);
         if (code != 0) {
@@ -38,7 +37,7 @@ protected:
         }
         auto *raw = static_cast<Raw *>(out);
         Outcome o{0, std::string(reinterpret_cast<char *>(raw->data), static_cast<size_t>(raw->length))};
-        qorFreePDU(&world, PDU_Lexems, out);
+        qorFreePDU(&world, pdu, out);
         return o;
     }
 };
@@ -282,6 +281,34 @@ TEST_F(Lexer, Refusals)
         Outcome o = decode(r.doc, r.flags);
         EXPECT_EQ(o.code, r.code) << r.doc;
         EXPECT_EQ(o.trace, std::string("D") + r.message + ".\n") << r.doc;
+    }
+}
+
+// The calls of the value decoders on the root's content: matching tags,
+// whitespace that must be there, the end of a union's value, a tag that
+// must come.
+TEST_F(Lexer, ValueDecoderCalls)
+{
+    const struct {
+        const char *doc;
+        int code;
+        const char *trace; // or the message's start
+    } rows[] = {
+        {"<r> <a/> <p:b xmlns:p='urn:example:a'/>x\n y</r>", 0,
+         "<r>\nmatch 2 0\n<a/>\nmatch 0 2\n<p:b {urn:example:a}/>\n'x'\n'y'\n"},
+        {"<r><a xmlns='urn:example:a'/> <b>x</b></r>", 0,
+         "<r>\nmatch 0 2\n<a {urn:example:a}/>\nmatch 1 0\n<b>\n'x'\n</b>\n"},
+        {"<r/>", 0, "<r/>\n"},
+        {"<r>xy</r>", 5, "D0159E: Expecting mandatory whitespace"},
+        {"<r>| <a/></r>", 0, "<r>\n'|'\nmatch 2 0\n<a/>\n"},
+        {"<r>| z</r>", 5, "D0214S: XML tag expected"},
+        {"<r>! <a/></r>", 0, "<r>\n'!'\nmatch 2 0\n<a/>\n"},
+        {"<r>! x</r>", 5, "D0214S: XML tag expected"},
+    };
+    for (const auto &r : rows) {
+        Outcome o = decode(r.doc, 0, PDU_Probes);
+        EXPECT_EQ(o.code, r.code) << r.doc << "\n" << o.trace;
+        EXPECT_EQ(o.trace.substr(0, strlen(r.trace)), r.trace) << r.doc;
     }
 }
 
