@@ -64,8 +64,7 @@ constexpr uint32_t kDecodedCopy = 4;
 // State bits beyond those of the public header.
 constexpr uint32_t kUnionAttempt = 8;
 
-// Decoding flag: unknown attributes pass.
-constexpr QorULong kIgnoreUnknownAttributes = 0x10000;
+constexpr QorULong kIgnoreUnknownAttributes = IGNORE_UNKNOWN_ATTRIBUTES;
 
 // check_name's flag: a colon is an invalid character.
 constexpr int kNoColon = 16;
