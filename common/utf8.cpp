@@ -107,14 +107,14 @@ unsigned char *putUtf8Char(unsigned char *out, QorULong value)
 }
 
 bool decodeUtf8Char(QorGlobal *world, void *out, const unsigned char *in, QorLong inLength,
-                       int width, int *used)
+                       int width, int *used, int longest)
 {
     if (inLength < 1) {
         *used = 0;
         return false;
     }
     int ones = leadingOnes(in[0]);
-    if (ones == 1 || ones > 6) {
+    if (ones == 1 || ones > longest) {
         *used = 0;
         return false;
     }

@@ -32,9 +32,11 @@ unsigned char *putUtf8Char(unsigned char *out, QorULong value);
 // continuation octet or has more than six leading one bits. False for those,
 // for a sequence cut short, and for a following octet not of the form
 // 10xxxxxx. A character too wide for `width` is message 99; a width other
-// than 1, 2 or 4 message 101.
+// than 1, 2 or 4 message 101. `longest` bounds the sequences taken: XML
+// knows none beyond 4 octets, so its reader refuses the 5- and 6-octet forms
+// that the 31-bit scheme of the ASN.1 types allows.
 [[nodiscard]] bool decodeUtf8Char(QorGlobal *world, void *out, const unsigned char *in,
-                                     QorLong inLength, int width, int *used);
+                                     QorLong inLength, int width, int *used, int longest = 6);
 
 // Octets that `count` characters of `width` octets (1, 2 or 4, host order) at
 // `chars` take in UTF-8. A character without a UTF-8 form is message 87 with

@@ -12,14 +12,6 @@ extern "C" {
 // linked".
 void qorLinkXer(QorGlobal *) {}
 
-void *qorLink_Exer(QorGlobal *world, void *exerTables)
-{
-    if (world == nullptr || world->privateArea == nullptr)
-        return nullptr;
-    world->privateArea->exerTables = exerTables;
-    return world->privateArea;
-}
-
 // The compression hooks are absent from this variant: nothing to link.
 void qorLinkZlib(QorGlobal *) {}
 

@@ -40,6 +40,7 @@ extern "C" {
 #define NOCONSTRAIN 0x800
 #define OBJECT_HANDLE 0x1000
 #define AUTOMATIC_ENCDEC 0x2000
+#define IGNORE_UNKNOWN_ATTRIBUTES 0x10000 /* EXER decoding: attributes nobody reads pass */
 #define TRAPPING 0x20000
 #define DONT_FREE_ENCODED 0x40000
 #define DONT_DO_ENCODED 0x80000

@@ -1285,6 +1285,203 @@ int compare_char_real(QorGlobal *world, const char *first, const char *second);
 unsigned char _qor_not_dflt_ia(QorGlobal *world, const void *value, const void *dflt, QorLong size,
                                QorLong offset, QorLong extra, int kind);
 
+/* ---- The XML lexer under EXER decoding ----
+ * A pull lexer over one contiguous UTF-8 buffer: generated code asks for the
+ * next lexem, tests it, and leaves it in place for the next caller. Every
+ * call takes the environment first; a fault leaves through _qor_tdex_error.
+ * Its records (attributes, namespace declarations, entities, the lookup
+ * tables) live on the temporary stack in strict stack order.
+ *
+ * Limits of this library, where XML itself sets none:
+ * - Inputs nest 8 deep (entities, attribute values, contained documents):
+ *   the ninth is message 193 ("0197S"). That stops recursion, not width.
+ * - The text that entities push may total at most 64 times the document's
+ *   length plus 1 MiB, each push counting one octet more than its text;
+ *   beyond it, message 193. Eight levels of 64 references would otherwise
+ *   push 64^8 texts.
+ * - At most 1024 namespace declarations are in scope at once; the next is
+ *   message 193. Prefix searches stay short under deep nesting.
+ * - A fault stores the offset it reached in the outer document in `inRoom`
+ *   (the decoder's `inPos` is the document's start), so that the message's
+ *   line and position point into the document that contains an attribute
+ *   value, an entity or a contained document. */
+
+/* Bits of `input_flags`. */
+#define QOR_XML_WIDE_REFS 1    /* a reference of 128 and up is lexem 3, a code point */
+#define QOR_XML_IN_CDATA 2
+#define QOR_XML_IN_ATTR 4      /* an attribute value: whitespace reads as blanks */
+#define QOR_XML_ATTR_ENTITY 8  /* an entity reached from an attribute value */
+#define QOR_XML_IN_ENTITY 16
+#define QOR_XML_AFTER_CR 32    /* a CR read as LF: an LF next is dropped */
+#define QOR_XML_DOCUMENT 64    /* the main document or a contained one */
+
+/* Bits of `state` that the reading calls use. */
+#define QOR_XML_STORED 2          /* a lexem is stored (store ... restore) */
+#define QOR_XML_ATTRS_SEEN 16     /* the open tag's attributes were examined */
+#define QOR_XML_DOCUMENT_START 32
+#define QOR_XML_EXT_ATTR 0x8000   /* an extension attribute is present */
+
+/* Lexem kinds. */
+#define QOR_XML_END 0
+#define QOR_XML_TAG 1
+#define QOR_XML_CHAR 2       /* UTF-8 octets in `ch` */
+#define QOR_XML_CODEPOINT 3  /* a code point in `ch.code` */
+
+/* A tag, always on somebody's frame: `name` points into the input; `kind`
+ * 1 start tag, 2 end tag, 3 empty-element tag. `ns_uri` is the canonical
+ * pointer of the namespace (URIs compare by pointer), null for none; end
+ * tags have none, they are compared by their octets. */
+typedef struct QorXmlTag {
+    const unsigned char *name;
+    uint32_t name_len; /* the whole qualified name */
+    uint32_t pos;      /* offset of the name in the outer document */
+    int32_t colon;     /* index of the first colon, -1 for none */
+    const char *ns_uri;
+    void *attrs;       /* the attribute records, newest first */
+    void *embed;       /* an embedded-values hook: a record whose first word is a QorXmlEmbedFn */
+    void *stack_mark;  /* the temporary stack's top before this tag's records */
+    void *attr_mark;   /* its top after the tag's latest namespace declaration */
+    uint32_t kind;
+} QorXmlTag;
+
+/* One saved input, and the six words of the environment it is saved from. */
+typedef struct QorXmlInputFrame {
+    const unsigned char *input; /* next unread octet */
+    uint32_t input_left;
+    uint32_t input_len;
+    uint32_t input_base;  /* offset of the input's first octet in the outer document */
+    uint32_t input_flags;
+    uint32_t depth;       /* element depth */
+} QorXmlInputFrame;
+
+#define QOR_XML_INPUT_STACK 8
+
+/* The environment of one EXER decode, on the decoder's frame. */
+typedef struct QorXmlEnv {
+    QorGlobal *world;
+    const void *ns_table; /* rows of QorXmlNsRow */
+    uint32_t ns_count;
+    const char *xml_uri;  /* the URI bound to the prefix xml */
+    const char *ctl_uri;  /* namespace of the type and nil attributes, or null */
+    const char *ctl_uri2; /* the second control namespace, or null */
+    QorXmlTag *tag;       /* the last tag read; the caller's record */
+    QorXmlTag *open_tag;  /* the element whose content is being read */
+    void *entities;       /* the internal subset's entities, newest first */
+    void *ns_decls;       /* namespace declarations in scope, innermost first */
+    QorXmlInputFrame input_stack[QOR_XML_INPUT_STACK];
+    /* the current input, laid out as a QorXmlInputFrame */
+    const unsigned char *input;
+    uint32_t input_left;
+    uint32_t input_len;
+    uint32_t input_base;
+    uint32_t input_flags;
+    uint32_t depth;
+    union {
+        unsigned char bytes[4];
+        uint32_t code;
+    } ch;                  /* the current character: UTF-8 octets, or a code point for lexem 3 */
+    uint8_t ch_len;
+    uint32_t tag_left;     /* input_left just after the last tag's less-than sign */
+    uint32_t tag_end_left; /* input_left after the greater-than sign of the last end or empty tag */
+    uint16_t input_depth;  /* frames in use in input_stack */
+    uint32_t lexem;
+    uint32_t state;
+    void *index;           /* the lexer's own lookup tables; set by _qor_tdex_init_env */
+} QorXmlEnv;
+
+/* A whitespace-delimited word of the input. */
+typedef struct QorXmlWord {
+    const unsigned char *text;
+    uint32_t len;
+    uint32_t pos;
+    int32_t colon;
+    const char *ns_uri;
+} QorXmlWord;
+
+/* The lexem kept by _qor_tlex_store_input while an attribute is read. */
+typedef struct QorXmlInputSave {
+    QorXmlTag *tag;
+    uint32_t lexem;
+    uint32_t tag_left;
+    uint32_t tag_end_left;
+    unsigned char ch[4];
+    uint8_t ch_len;
+} QorXmlInputSave;
+
+/* The function at the head of an embedded-values hook record. */
+typedef void (*QorXmlEmbedFn)(QorXmlEnv *env, void *hook);
+
+/* A row of the EXER namespace table. Bit 0 of `flags`: the prefix was
+ * changed by qorSetNamespacePrefix; bit 1: it is fixed; bit 3: not to be
+ * reused by URI. */
+typedef struct QorXmlNsRow {
+    QorULong flags;
+    const char *uri;
+    const char *prefix; /* null for none */
+} QorXmlNsRow;
+
+/* The EXER information record that generated code gives to qorLink_Exer. */
+typedef struct QorExerInfo {
+    QorULong flags;
+    void *reserved1;
+    QorULong ns_count;
+    const QorXmlNsRow *ns_table;
+    const void *uri_names;
+    void *reserved2;
+    const void *pdu_names;
+    void *reserved3;
+    const char *gen_prefix;
+    uint16_t ctl_ns;  /* row of the control namespace */
+    uint16_t char_ns; /* row of the control-character namespace, 65535 for none */
+} QorExerInfo;
+
+/* Prepares `env` for the document of `length` octets at `buffer` and reads
+ * its prolog and root tag into `env->tag` (the caller's record, which is
+ * kept, as is `env->world`). Returns 1 when the root is a start tag, else 0. */
+int _qor_tdex_init_env(QorXmlEnv *env, const unsigned char *buffer, QorULong length);
+/* Raises catalogue message `code`. `argument` by `kind`: 0 a 32-bit number
+ * or null; 1 one octet; 2 a 32-bit number; 4 a 64-bit number; 8 a
+ * zero-ended text; 16 and 32 a QorXmlText, validated as a name first
+ * (a bad name raises its own message instead) unless 64 is added. Inside
+ * a union attempt it leaves at once with the return code alone. */
+typedef struct QorXmlText {
+    const unsigned char *text;
+    uint32_t len;
+} QorXmlText;
+QOR_NORETURN void _qor_tdex_error(QorXmlEnv *env, int code, const void *argument, int kind);
+
+/* Reading. Lexems: get_lex one; get_tag up to a tag, dropping whitespace
+ * (anything else "0214S"); get_lex_collapse up to the first that is not
+ * whitespace; skip_ws drops whitespace from a whitespace lexem on. */
+void _qor_tlex_get_lex(QorXmlEnv *env);
+void _qor_tlex_get_tag(QorXmlEnv *env);
+void _qor_tlex_get_lex_collapse(QorXmlEnv *env);
+void _qor_tlex_skip_ws(QorXmlEnv *env);
+/* As skip_ws, but a character lexem must be whitespace ("0159E"). */
+void _qor_tlex_check_ws(QorXmlEnv *env);
+/* After whitespace the input must end: "0355S" in a document, "0225S" in an
+ * attribute value. */
+void _qor_tlex_check_end(QorXmlEnv *env);
+/* After whitespace a tag or the end; a character is "0214S". */
+void _qor_tlex_check_end_union(QorXmlEnv *env);
+/* 0 unless the lexem is a start (1) or empty-element (2) tag named `name`,
+ * without a namespace; the qualified form compares `uri` by pointer and the
+ * local part. */
+int _qor_tlex_match_tag(QorXmlEnv *env, const char *name, QorULong length);
+int _qor_tlex_match_qtag(QorXmlEnv *env, const char *uri, const char *name, QorULong length);
+/* Closes the open element: its attributes are checked, its end tag read and
+ * compared, its records given back; then the next tag is read (or, with an
+ * embed hook, the next lexem, and the hook runs). After the root, only
+ * whitespace, comments and processing instructions may follow. */
+void _qor_tlex_check_close_tag(QorXmlEnv *env);
+/* Attribute values: store keeps the lexem, set_attr_input makes the value of
+ * `attribute` (a record of `open_tag->attrs`) the input, marks it read and
+ * reads its first lexem; restore returns to the stored lexem and checks the
+ * open tag's attributes. */
+void _qor_tlex_store_input(QorXmlEnv *env, QorXmlInputSave *save);
+void _qor_tlex_set_attr_input(QorXmlEnv *env, void *attribute);
+void _qor_tlex_restore_input(QorXmlEnv *env, QorXmlInputSave *save);
+
 #ifdef __cplusplus
 }
 #endif

@@ -136,3 +136,25 @@ TEST(Layout, TimeRecords)
         PIN(QorDuration, fraction, 36)
     });
 }
+
+TEST(Layout, XmlLexerRecords)
+{
+    EXPECT_EQ(sizeof(QorXmlTag), 72u);
+    EXPECT_EQ(sizeof(QorXmlInputFrame), 32u);
+    EXPECT_EQ(sizeof(QorXmlWord), 32u);
+    EXPECT_EQ(sizeof(QorXmlInputSave), 32u);
+    EXPECT_EQ(sizeof(QorXmlEnv), 400u);
+    EXPECT_EQ(sizeof(QorExerInfo), 80u);
+    expectPins({
+        PIN(QorXmlTag, name_len, 8), PIN(QorXmlTag, colon, 16), PIN(QorXmlTag, ns_uri, 24),
+        PIN(QorXmlTag, stack_mark, 48), PIN(QorXmlTag, kind, 64), PIN(QorXmlInputFrame, input_left, 8),
+        PIN(QorXmlInputFrame, depth, 24), PIN(QorXmlWord, colon, 16), PIN(QorXmlWord, ns_uri, 24),
+        PIN(QorXmlInputSave, lexem, 8), PIN(QorXmlInputSave, ch, 20), PIN(QorXmlEnv, ns_count, 16),
+        PIN(QorXmlEnv, tag, 48), PIN(QorXmlEnv, ns_decls, 72), PIN(QorXmlEnv, input_stack, 80),
+        PIN(QorXmlEnv, input, 336), PIN(QorXmlEnv, depth, 360), PIN(QorXmlEnv, ch, 364),
+        PIN(QorXmlEnv, ch_len, 368), PIN(QorXmlEnv, tag_left, 372), PIN(QorXmlEnv, input_depth, 380),
+        PIN(QorXmlEnv, lexem, 384), PIN(QorXmlEnv, state, 388), PIN(QorXmlEnv, index, 392),
+        PIN(QorExerInfo, ns_table, 24), PIN(QorExerInfo, gen_prefix, 64), PIN(QorExerInfo, ctl_ns, 72),
+        PIN(QorExerInfo, char_ns, 74), PIN(QorXmlNsRow, uri, 8)
+    });
+}

@@ -38,6 +38,7 @@ const char *const testSchemaPduNames[PDU_COUNT][2] = {
     {"PersonnelRecord", "PersonnelRecord"}, {"PersonnelRecord", "PersonnelRecord"},
     {"Widths", "Widths"}, {"Levels", "Levels"}, {"Extended", "Extended"}, {"Nothing", "NULL"},
     {"Leaves", "Leaves"},
+    [PDU_Lexems - 1] = {"Lexems", "Lexems"}, {"Probes", "Probes"},
     [PDU_OerBits - 1] = {"OerBits", "OerBits"}, {"OerTexts", "OerTexts"},
     {"OerLeaves", "OerLeaves"}};
 
@@ -625,7 +626,9 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
         _qor_dec_free(world, bags);
         return 0;
     }
-    case PDU_Raw: {
+    case PDU_Raw:
+    case PDU_Lexems:
+    case PDU_Probes: {
         Raw *raw = (Raw *)value;
         _qor_dec_free(world, raw->data);
         _qor_dec_free(world, raw);
@@ -819,8 +822,8 @@ static void *oerDecode(QorGlobal *world, int pdunum)
 }
 
 /* The rules this table carries: BER (bit 0), aligned (1) and unaligned (2)
- * PER, DER (3), CER (7) and OER (12). */
-static QorULong featureBits = 0x108F;
+ * PER, DER (3), CER (7), EXER (8) and OER (12). */
+static QorULong featureBits = 0x118F;
 
 static int initEntry(QorGlobal *world)
 {
@@ -830,12 +833,13 @@ static int initEntry(QorGlobal *world)
     qorLinkOerE(world);
     qorLinkOerD(world);
     qorInitXAPIentries(world, &testSchemaXapi);
+    qorLink_Exer(world, (void *)&lexemsExerInfo);
     world->ruleBits |= QOR_RULE_DER_ALLOWED;
     return 0;
 }
 
 QorXapiEntries testSchemaXapi = {26, testSchemaCopy, testSchemaCompare, NULL, NULL, 0,
-                                  testSchemaConstraints, 0, NULL, NULL, 0, QOR_OER_VERSION,
+                                  testSchemaConstraints, 0, NULL, lexemsExerDecode, 0, QOR_OER_VERSION,
                                   oerEncode, oerDecode};
 
 QorControlTable testSchemaTable = {initEntry,       berEncode, berDecode, freeValue,

@@ -30,6 +30,8 @@ enum {
     PDU_Extended = 17, /* a SEQUENCE with an extension addition: OER only */
     PDU_Nothing = 18,  /* NULL, whose OER encoding is empty: OER only */
     PDU_Leaves = 19, /* object identifiers, REAL, times and an open type: PER only */
+    PDU_Lexems = 26, /* any XML document, decoded as the lexer's trace: EXER only */
+    PDU_Probes = 27, /* the same, read by the value decoders' calls: EXER only */
     PDU_OerBits = 29,   /* bit strings in every OER memory form: OER only */
     PDU_OerTexts = 30,  /* character strings in every OER memory form: OER only */
     PDU_OerLeaves = 31, /* object identifiers, REAL and times in OER's forms: OER only */
@@ -647,6 +649,14 @@ extern const QorPermittedAlphabet nameAlphabet, digitAlphabet, upperAlphabet, nu
 
 /* The constraint entry: the constraints of each PDU above that has any. */
 int testSchemaConstraints(QorGlobal *world, int pdunum, void *value);
+
+/* Lexems: the EXER entry walks any document and gives a Raw of one line a
+ * lexem (lexems_exer.c says their form); Probes reads the root's content
+ * with the calls of the value decoders. `lexemsExerInfo` is the EXER
+ * information record: its namespace rows are the control namespace, the
+ * example URI "urn:example:a" and the XML namespace. */
+int lexemsExerDecode(void *env, int *pdunum, void **output);
+extern const QorExerInfo lexemsExerInfo;
 
 /* Each PDU's type reference and the name of its type, for messages. */
 extern const char *const testSchemaPduNames[PDU_COUNT][2];

@@ -1,0 +1,78 @@
+// The XML lexer on hostile documents, each at size n and 2n: the time of
+// the second over the first tells whether the work stays linear (below 2.5).
+#include <benchmark/benchmark.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "testschema.h"
+
+namespace {
+
+std::string times(const std::string &piece, long n)
+{
+    std::string s;
+    for (long i = 0; i < n; i++)
+        s += piece;
+    return s;
+}
+
+// Entities e1..e<levels>, each of `width` references to the next.
+std::string chain(int levels, long width)
+{
+    std::string d = "<!DOCTYPE a [";
+    for (int i = 1; i <= levels; i++) {
+        std::string body = i == levels ? "lol" : times("&e" + std::to_string(i + 1) + ";", width);
+        d += "<!ENTITY e" + std::to_string(i) + " '" + body + "'>";
+    }
+    return d + "]>";
+}
+
+std::string document(long kind, long n)
+{
+    std::string d;
+    switch (kind) {
+    case 0: // references whose expansion the budget stops
+        d = chain(8, 64);
+        d.append("<a>").append(times("&e1;", n / 64)).append("</a>");
+        break;
+    case 1: // attributes on one element
+        d.append("<a").append(times(" unread=''", n)).append("/>");
+        break;
+    case 2: // namespace declarations on one tag, past the cap
+        d.append("<a");
+        for (long i = 0; i < n; i++)
+            d.append(" xmlns:p").append(std::to_string(i)).append("='urn:p'");
+        d.append("/>");
+        break;
+    case 3: // one long name
+        d.append("<").append(static_cast<size_t>(n), 'n').append("/>");
+        break;
+    default: // plain text
+        d.append("<a>").append(times("text &amp; more ", n / 16)).append("</a>");
+    }
+    return d;
+}
+
+void lexHostile(benchmark::State &state)
+{
+    QorGlobal world{};
+    if (qorinit(&world, &testSchemaTable) != 0 || qorSetEncodingRules(&world, QOR_EXER) != 0)
+        abort();
+    qorSetDecodingFlags(&world, IGNORE_UNKNOWN_ATTRIBUTES);
+    std::string doc = document(state.range(0), state.range(1));
+    for (auto _ : state) {
+        QorBuf in = {static_cast<QorLong>(doc.size()), reinterpret_cast<unsigned char *>(doc.data())};
+        void *out = nullptr;
+        int pdu = PDU_Lexems;
+        if (qorDecode(&world, &pdu, &in, &out) == 0)
+            qorFreePDU(&world, pdu, out);
+    }
+    qorterm(&world);
+}
+
+BENCHMARK(lexHostile)
+    ->ArgsProduct({{0, 1, 2, 3, 4}, {250000, 500000}})
+    ->Unit(benchmark::kMillisecond);
+
+} // namespace
