@@ -109,6 +109,21 @@ TEST_F(PerTimeTest, EveryShapeCodeRoundTrips)
     }
 }
 
+TEST_F(PerTimeTest, ThroughTheDrivers)
+{
+    pertest::bothVariants([&](bool aligned) {
+        ASSERT_EQ(qorSetEncodingRules(&world, aligned ? QOR_PER_ALIGNED : QOR_PER_UNALIGNED), 0);
+        for (const Shape &row : kShapes) {
+            SCOPED_TRACE(row.text);
+            const Bytes octets = qortest::encodePdu(&world, PDU_Times, const_cast<char *>(row.text));
+            void *value = nullptr;
+            ASSERT_EQ(qortest::decodePdu(&world, octets, PDU_Times, &value), 0) << world.errMsgBuffer;
+            EXPECT_STREQ(static_cast<char *>(value), row.back != nullptr ? row.back : row.text);
+            EXPECT_EQ(qorFreePDU(&world, PDU_Times, value), 0);
+        }
+    });
+}
+
 TEST_F(PerTimeTest, HandDerivedVectors)
 {
     const struct {
