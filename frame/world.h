@@ -55,6 +55,7 @@ struct QorGlobalPrivate {
     QorMemBlockRecord encStackBase;
     QorMemBlockRecord *encStackTop; // points into this record
     unsigned char padBits;
+    uint32_t perTimeMemo; // PER TIME: an interval's time difference, lent to its second end
     QorObjectSets infoObjectSets;
     QorXapiEntries *xapiEntries;
     // The XML prolog's settings; the caller's texts, kept, not copied.

@@ -12,7 +12,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         input.push_back(0); // a QorBuf needs an octet to point at
     for (int rules : {QOR_PER_ALIGNED, QOR_PER_UNALIGNED}) {
         for (int pdu : {PDU_PersonnelRecord, PDU_PersonnelConstrained, PDU_Gauges, PDU_Texts, PDU_Bits,
-                        PDU_PersonnelExtensible, PDU_PersonnelExtensibleFirst, PDU_Leaves}) {
+                        PDU_PersonnelExtensible, PDU_PersonnelExtensibleFirst, PDU_Leaves,
+                        PDU_Times}) {
             if (qorSetEncodingRules(world, rules) != 0)
                 __builtin_trap();
             qorfuzz::decodeOnce(world, pdu, input, static_cast<QorLong>(size));

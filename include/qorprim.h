@@ -990,6 +990,54 @@ void _qor_penc_gtime(QorGlobal *world, const GeneralizedTime *value);
 void _qor_pdec_utime(QorGlobal *world, GeneralizedTime *value);
 void _qor_pdec_gtime(QorGlobal *world, GeneralizedTime *value);
 
+/* The TIME types in PER, one routine a field of the ISO 8601 text. An
+ * encoder reads its field at `text` and returns the position behind it; a
+ * decoder writes the field's text at `out`, with no terminator, and returns
+ * the position behind it. A text that doesn't fit its field, a count or an
+ * index out of bounds, or decoded digits beyond their room are message 72;
+ * a digit run past 32 bits message 147. The time-difference encoder lends
+ * an interval's first difference to a second end written without one. The
+ * general TIME goes as a 6-bit code of its shape and then its elements'
+ * fields; its decoder ends the text with a terminator, and no text it
+ * writes, terminator included, is longer than QOR_PER_TIME_TEXT. */
+#define QOR_PER_TIME_TEXT 256
+const char *_qor_pe_t_century(QorGlobal *world, const char *text);
+const char *_qor_pe_t_any_century(QorGlobal *world, const char *text);
+const char *_qor_pe_t_year(QorGlobal *world, const char *text);
+const char *_qor_pe_t_any_year(QorGlobal *world, const char *text);
+const char *_qor_pe_t_month(QorGlobal *world, const char *text);
+const char *_qor_pe_t_day_of_month(QorGlobal *world, const char *text);
+const char *_qor_pe_t_day_of_year(QorGlobal *world, const char *text);
+const char *_qor_pe_t_week(QorGlobal *world, const char *text);
+const char *_qor_pe_t_day_of_week(QorGlobal *world, const char *text);
+const char *_qor_pe_t_hours(QorGlobal *world, const char *text);
+/* `limit`: 59 for minutes, 60 for seconds. */
+const char *_qor_pe_t_mins_or_secs(QorGlobal *world, const char *text, int limit);
+/* `digits`: the fraction's digits in the text, 1 or more. */
+const char *_qor_pe_t_time_fraction(QorGlobal *world, const char *text, int digits);
+const char *_qor_pe_t_time_diff(QorGlobal *world, const char *text);
+const char *_qor_pe_t_recurrence(QorGlobal *world, const char *text);
+const char *_qor_pe_t_duration_interval(QorGlobal *world, const char *text);
+void _qor_pe_t_mixed(QorGlobal *world, const char *text);
+char *_qor_pd_t_century(QorGlobal *world, char *out);
+/* `maxDigits`: the most digits to write; the sign is always written. */
+char *_qor_pd_t_any_century(QorGlobal *world, char *out, int maxDigits);
+char *_qor_pd_t_year(QorGlobal *world, char *out);
+char *_qor_pd_t_any_year(QorGlobal *world, char *out, int maxDigits);
+char *_qor_pd_t_month(QorGlobal *world, char *out);
+char *_qor_pd_t_day_of_month(QorGlobal *world, char *out);
+char *_qor_pd_t_day_of_year(QorGlobal *world, char *out);
+char *_qor_pd_t_week(QorGlobal *world, char *out);
+char *_qor_pd_t_day_of_week(QorGlobal *world, char *out);
+char *_qor_pd_t_hours(QorGlobal *world, char *out);
+char *_qor_pd_t_mins_or_secs(QorGlobal *world, char *out, int limit);
+/* `digits`: the digits to write, 1 to 20. */
+char *_qor_pd_t_time_fraction(QorGlobal *world, char *out, int digits);
+char *_qor_pd_t_time_diff(QorGlobal *world, char *out);
+char *_qor_pd_t_recurrence(QorGlobal *world, char *out, int maxDigits);
+char *_qor_pd_t_duration_interval(QorGlobal *world, char *out);
+char *_qor_pd_t_mixed(QorGlobal *world, char *out);
+
 /* OER. Output goes forwards at `outPos` up to `blockStack`, the end of the
  * current block or of the caller's buffer; input is read at `inPos` up to
  * `blockStack`, the end of the input. Multi-octet values are big-endian. */

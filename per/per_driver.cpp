@@ -27,8 +27,17 @@ int checkPerDecoder(QorGlobal *world)
     return checkPerEntry(world, world->ctlTable->perDecodeEntry != nullptr);
 }
 
-void preparePerEncoder(QorGlobal *world, QorBuf *) { world->bitOffset = 0; }
-void preparePerDecoder(QorGlobal *world, QorBuf *) { world->bitOffset = 0; }
+// A time difference lent within one TIME value never outlives the call.
+void preparePerEncoder(QorGlobal *world, QorBuf *)
+{
+    world->bitOffset = 0;
+    world->privateArea->perTimeMemo &= ~uint32_t{3};
+}
+void preparePerDecoder(QorGlobal *world, QorBuf *)
+{
+    world->bitOffset = 0;
+    world->privateArea->perTimeMemo &= ~uint32_t{3};
+}
 
 void callPerEncoder(QorGlobal *world, int pdunum, void *value)
 {

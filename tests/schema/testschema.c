@@ -40,7 +40,8 @@ const char *const testSchemaPduNames[PDU_COUNT][2] = {
     {"Leaves", "Leaves"},
     [PDU_Lexems - 1] = {"Lexems", "Lexems"}, {"Probes", "Probes"},
     [PDU_OerBits - 1] = {"OerBits", "OerBits"}, {"OerTexts", "OerTexts"},
-    {"OerLeaves", "OerLeaves"}};
+    {"OerLeaves", "OerLeaves"},
+    [PDU_Times - 1] = {"Times", "TIME"}};
 
 /* An address that is never mapped, hidden from the optimiser. */
 static volatile uintptr_t wildAddress = 16;
@@ -635,6 +636,7 @@ static int freeValue(QorGlobal *world, int pdunum, void *value)
         return 0;
     }
     case PDU_Fault:
+    case PDU_Times:
         _qor_dec_free(world, value);
         return 0;
     case PDU_Record:
@@ -728,6 +730,9 @@ static int perEncode(QorGlobal *world, int pdunum, void *value)
     case PDU_Leaves:
         leavesPerEncode(world, (const Leaves *)value);
         break;
+    case PDU_Times:
+        _qor_pe_t_mixed(world, (const char *)value);
+        break;
     default:
         _qor_enc_error(world, MSG_PDU_RANGE, pdunum);
     }
@@ -768,6 +773,10 @@ static int perDecode(QorGlobal *world, int *pdunum, void **output)
         break;
     case PDU_Leaves:
         value = leavesPerDecode(world);
+        break;
+    case PDU_Times:
+        value = _qor_dec_getmem(world, QOR_PER_TIME_TEXT);
+        _qor_pd_t_mixed(world, (char *)value);
         break;
     default:
         _qor_enc_error(world, MSG_PDU_RANGE, *pdunum);

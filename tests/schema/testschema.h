@@ -35,7 +35,8 @@ enum {
     PDU_OerBits = 29,   /* bit strings in every OER memory form: OER only */
     PDU_OerTexts = 30,  /* character strings in every OER memory form: OER only */
     PDU_OerLeaves = 31, /* object identifiers, REAL and times in OER's forms: OER only */
-    PDU_COUNT = 31
+    PDU_Times = 35, /* TIME, its text the value itself: PER only */
+    PDU_COUNT = 35
 };
 
 /* Raw ::= OCTET STRING */
