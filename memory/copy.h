@@ -9,6 +9,19 @@
 
 namespace qor {
 
+// An unsigned cell of 2 octets (when `width` is 2) or 4, at any alignment.
+inline uint32_t loadCell(const void *at, unsigned width)
+{
+    if (width == 2) {
+        uint16_t v;
+        memcpy(&v, at, sizeof v);
+        return v;
+    }
+    uint32_t v;
+    memcpy(&v, at, sizeof v);
+    return v;
+}
+
 // The two accesses overlap when `n` is not a power of two.
 inline void copyShort(unsigned char *to, const unsigned char *from, size_t n)
 {

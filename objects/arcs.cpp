@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "memory/copy.h"
 #include "frame/errors.h"
 
 namespace qor {
@@ -179,15 +180,7 @@ const void *nextNode(const void *node)
 
 QorULong arcOf(const OffsetList &list, const void *node)
 {
-    const auto *at = static_cast<const unsigned char *>(node) + list.offset;
-    if (list.arcWidth == 2) {
-        uint16_t arc;
-        memcpy(&arc, at, sizeof arc);
-        return arc;
-    }
-    QorULong arc;
-    memcpy(&arc, at, sizeof arc);
-    return arc;
+    return loadCell(static_cast<const unsigned char *>(node) + list.offset, static_cast<unsigned>(list.arcWidth));
 }
 
 // The node after the first two, or null.

@@ -132,4 +132,21 @@ constexpr int kMaxWideSubidSize = 11;
 [[nodiscard]] int subidentifierSize(WideSubid subid);
 unsigned char *putSubidentifier(unsigned char *out, WideSubid subid);
 
+// Contents of `size` octets built by `pack(out)` and handed to
+// `put(out)`: on the frame when they fit `frame`, else in temporary memory.
+template <size_t N, class Pack, class Put>
+void withContents(QorGlobal *world, unsigned char (&frame)[N], size_t size, Pack pack, Put put)
+{
+    unsigned char *out = frame;
+    void *temp = nullptr;
+    if (size > N) {
+        temp = _qor_dec_gettempmem(world, static_cast<QorLong>(size));
+        out = static_cast<unsigned char *>(temp);
+    }
+    pack(out);
+    put(out);
+    if (temp != nullptr)
+        _qor_dec_freetempmem(world, temp);
+}
+
 } // namespace qor

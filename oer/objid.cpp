@@ -31,16 +31,9 @@ template <class Pack> void writeContents(QorGlobal *world, int64_t size, Pack pa
         return;
     }
     unsigned char frame[kFrameContents];
-    unsigned char *out = frame;
-    void *temp = nullptr;
-    if (static_cast<size_t>(size) > sizeof frame) {
-        temp = _qor_dec_gettempmem(world, static_cast<QorLong>(size));
-        out = static_cast<unsigned char *>(temp);
-    }
-    pack(out);
-    oerPut(world, out, static_cast<uint64_t>(size));
-    if (temp != nullptr)
-        _qor_dec_freetempmem(world, temp);
+    withContents(world, frame, static_cast<size_t>(size), pack, [&](const unsigned char *out) {
+        oerPut(world, out, static_cast<uint64_t>(size));
+    });
 }
 
 // Every check runs on the arcs before anything is written.

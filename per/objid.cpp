@@ -29,16 +29,9 @@ template <class Pack> void writeContents(QorGlobal *world, int64_t size, Pack pa
 {
     raiseIf(world, size > INT32_MAX, Msg::kLengthTooLong, INT32_MAX);
     unsigned char frame[kFrameContents];
-    unsigned char *out = frame;
-    void *temp = nullptr;
-    if (static_cast<size_t>(size) > sizeof frame) {
-        temp = _qor_dec_gettempmem(world, static_cast<QorLong>(size));
-        out = static_cast<unsigned char *>(temp);
-    }
-    pack(out);
-    _qor_penc_uncon_oct(world, out, static_cast<QorULong>(size));
-    if (temp != nullptr)
-        _qor_dec_freetempmem(world, temp);
+    withContents(world, frame, static_cast<size_t>(size), pack, [&](const unsigned char *out) {
+        _qor_penc_uncon_oct(world, out, static_cast<QorULong>(size));
+    });
 }
 
 template <class Arc> void writeArcArray(QorGlobal *world, const Arc *arcs, QorLong count)

@@ -5,6 +5,7 @@
 // decoded value is.
 #include <cstring>
 
+#include "memory/copy.h"
 #include "frame/errors.h"
 #include "memory/blocks.h"
 #include "value/service.h"
@@ -75,17 +76,7 @@ void *copyList(QorGlobal *world, const void *source, void *target, QorLong size,
     return target;
 }
 
-QorULong readCounter(const unsigned char *record, int width)
-{
-    if (width == 2) {
-        uint16_t n;
-        memcpy(&n, record, sizeof n);
-        return n;
-    }
-    QorULong n;
-    memcpy(&n, record, sizeof n);
-    return n;
-}
+QorULong readCounter(const unsigned char *record, int width) { return loadCell(record, width == 2 ? 2 : 4); }
 
 void writeCounter(unsigned char *record, int width, QorULong n)
 {

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "common/huge_octets.h"
+#include "memory/copy.h"
 #include "frame/errors.h"
 
 using namespace qor;
@@ -30,17 +31,7 @@ bool sameBits(const void *a, const void *b, QorULong bits)
 }
 
 // A counter in front of its data: 16 bits wide or 32.
-QorULong counterOf(const void *record, bool wide)
-{
-    if (!wide) {
-        uint16_t n;
-        memcpy(&n, record, sizeof n);
-        return n;
-    }
-    QorULong n;
-    memcpy(&n, record, sizeof n);
-    return n;
-}
+QorULong counterOf(const void *record, bool wide) { return loadCell(record, wide ? 4 : 2); }
 
 const unsigned char *pointerAt(const void *record, QorLong offset)
 {
