@@ -80,7 +80,9 @@ unsigned char *gatherOutput(QorGlobal *world, QorLong *length)
 {
     const QorGlobalPrivate *p = world->privateArea;
     if (world->userBuffer) {
-        *length = p->debugOutRoom - world->outRoom + (world->bitOffset != 0 ? 1 : 0);
+        // Without the pre hook of this call there is no start to show from.
+        const bool started = p->debugOutPos != nullptr;
+        *length = started ? p->debugOutRoom - world->outRoom + (world->bitOffset != 0 ? 1 : 0) : 0;
         return p->debugOutPos;
     }
     const QorLong total = gatheredLength(world, world->outRoom) + (world->bitOffset != 0 ? 1 : 0);

@@ -26,6 +26,7 @@ void startCoding(QorGlobal *world)
     world->decodeToTemporary = 0;
     p->fixups.reset();
     p->openTypes.reset();
+    p->debugOutPos = nullptr;
 }
 
 void resetEncoderStack(QorGlobal *world)
