@@ -3,11 +3,7 @@
 // failing in turn; the frame's refusals; open types and their flags; the
 // list, unbounded and preamble primitives; the counts; the helpers for
 // values built by hand.
-#include <dlfcn.h>
 
-#include <fstream>
-#include <regex>
-#include <set>
 #include <string>
 
 #include "frame/world.h"
@@ -587,24 +583,6 @@ TEST_F(Copy, TimeRecordsFromText)
         EXPECT_EQ(memcmp(made, &t, sizeof t), 0);
         qorFreeMemory(&world, made);
     }
-}
-
-// The published names of copy and compare are exported.
-TEST(CopyCompareExports, EveryPublishedNameIsThere)
-{
-    std::ifstream list(QOR_VECTORS_DIR "/../exports.txt");
-    if (!list)
-        GTEST_SKIP() << "no published list";
-    const std::regex family("qorCpyValue|qorCmpValue|_qor_cpy_.*|_qor_cmp_.*|_qor_copy_preamble|"
-                            "_qor_(tex_)?count_.*|compare_char_real|_qor_not_dflt_ia|qor__.*");
-    int found = 0;
-    for (std::string name; std::getline(list, name);) {
-        if (!std::regex_match(name, family))
-            continue;
-        EXPECT_NE(dlsym(RTLD_DEFAULT, name.c_str()), nullptr) << name;
-        found++;
-    }
-    EXPECT_EQ(found, 57);
 }
 
 } // namespace

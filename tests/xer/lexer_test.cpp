@@ -1,6 +1,5 @@
 // The XML lexer through the EXER decoder and the Lexems PDU, whose value is
 // one line a lexem: what users meet, messages and places included.
-#include <dlfcn.h>
 
 #include <string>
 
@@ -379,29 +378,6 @@ TEST_F(Lexer, HugeCounts)
     o = decode("<" + name + "/>");
     EXPECT_EQ(o.code, 0);
     EXPECT_EQ(o.trace.size(), name.size() + 4);
-}
-
-TEST_F(Lexer, ExportedNames)
-{
-    const char *names[] = {
-        "_qor_tlex_get_lex",
-        "_qor_tlex_get_tag",
-        "_qor_tlex_get_lex_collapse",
-        "_qor_tlex_skip_ws",
-        "_qor_tlex_check_ws",
-        "_qor_tlex_check_end",
-        "_qor_tlex_check_end_union",
-        "_qor_tlex_match_tag",
-        "_qor_tlex_match_qtag",
-        "_qor_tlex_check_close_tag",
-        "_qor_tlex_store_input",
-        "_qor_tlex_set_attr_input",
-        "_qor_tlex_restore_input",
-        "_qor_tdex_init_env",
-        "_qor_tdex_error",
-    };
-    for (const char *n : names)
-        EXPECT_NE(dlsym(RTLD_DEFAULT, n), nullptr) << n;
 }
 
 } // namespace
