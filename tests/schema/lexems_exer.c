@@ -9,28 +9,9 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "testschema.h"
+#include "lexems_trace.h"
 
-enum { CHUNK = 256, MAX_SEEN = 16, MAX_DEPTH = 256, MSG_TOO_COMPLEX = 193, MSG_PDU_RANGE = 3 };
-
-/* The head of the library's attribute record, as generated code reads it. */
-typedef struct AttrHead {
-    struct AttrHead *next;
-    const unsigned char *name;
-    uint32_t name_len;
-    uint32_t pos;
-    int32_t colon;
-    const char *ns_uri;
-} AttrHead;
-
-typedef struct Trace {
-    QorGlobal *world;
-    unsigned char *chunk;
-    QorLong used;
-    QorLong total;
-    const char *seen[MAX_SEEN];
-    int seenCount;
-} Trace;
+enum { CHUNK = 256, MAX_DEPTH = 256, MSG_TOO_COMPLEX = 193, MSG_PDU_RANGE = 3 };
 
 static const QorXmlNsRow lexemRows[] = {
     {0, "urn:oid:2.1.5.2.0.1", "asn1"},
@@ -40,7 +21,7 @@ static const QorXmlNsRow lexemRows[] = {
 
 const QorExerInfo lexemsExerInfo = {0, NULL, 3, lexemRows, NULL, NULL, NULL, NULL, "ns", 0, 65535};
 
-static void put(Trace *t, const void *bytes, QorLong n)
+void tracePut(Trace *t, const void *bytes, QorLong n)
 {
     const unsigned char *p = (const unsigned char *)bytes;
     while (n > 0) {
@@ -60,9 +41,9 @@ static void put(Trace *t, const void *bytes, QorLong n)
     }
 }
 
-static void puts0(Trace *t, const char *text) { put(t, text, (QorLong)strlen(text)); }
+void traceText(Trace *t, const char *text) { tracePut(t, text, (QorLong)strlen(text)); }
 
-static void putUri(Trace *t, const char *uri)
+void traceUri(Trace *t, const char *uri)
 {
     char number[16];
     int i;
@@ -70,9 +51,9 @@ static void putUri(Trace *t, const char *uri)
         return;
     for (i = 0; i < 3; i++) {
         if (uri == lexemRows[i].uri) {
-            puts0(t, " {");
-            puts0(t, uri);
-            puts0(t, "}");
+            traceText(t, " {");
+            traceText(t, uri);
+            traceText(t, "}");
             return;
         }
     }
@@ -81,33 +62,33 @@ static void putUri(Trace *t, const char *uri)
     if (i == t->seenCount && i < MAX_SEEN)
         t->seen[t->seenCount++] = uri;
     sprintf(number, " {#%d}", i + 1);
-    puts0(t, number);
+    traceText(t, number);
 }
 
-static void putTag(Trace *t, const QorXmlTag *tag)
+void traceTag(Trace *t, const QorXmlTag *tag)
 {
-    puts0(t, tag->kind == 2 ? "</" : "<");
-    put(t, tag->name, tag->name_len);
-    putUri(t, tag->ns_uri);
-    puts0(t, tag->kind == 3 ? "/>\n" : ">\n");
+    traceText(t, tag->kind == 2 ? "</" : "<");
+    tracePut(t, tag->name, tag->name_len);
+    traceUri(t, tag->ns_uri);
+    traceText(t, tag->kind == 3 ? "/>\n" : ">\n");
 }
 
-static void putLexem(Trace *t, const QorXmlEnv *env)
+void traceLexem(Trace *t, const QorXmlEnv *env)
 {
     char text[16];
     if (env->lexem == QOR_XML_CODEPOINT) {
         sprintf(text, "U+%04X\n", (unsigned)env->ch.code);
-        puts0(t, text);
+        traceText(t, text);
         return;
     }
     if (env->ch_len == 1 && env->ch.bytes[0] <= ' ') {
         sprintf(text, "'\\x%02X'\n", env->ch.bytes[0]);
-        puts0(t, text);
+        traceText(t, text);
         return;
     }
-    puts0(t, "'");
-    put(t, env->ch.bytes, env->ch_len);
-    puts0(t, "'\n");
+    traceText(t, "'");
+    tracePut(t, env->ch.bytes, env->ch_len);
+    traceText(t, "'\n");
 }
 
 /* Every attribute of the open tag, newest first, each value read to its end. */
@@ -121,13 +102,13 @@ static void putAttributes(Trace *t, QorXmlEnv *env)
     for (; a != NULL; a = a->next) {
         if (a->name_len == 6 && memcmp(a->name, "unread", 6) == 0)
             continue;
-        puts0(t, "@");
-        put(t, a->name, a->name_len);
-        putUri(t, a->ns_uri);
-        puts0(t, "\n");
+        traceText(t, "@");
+        tracePut(t, a->name, a->name_len);
+        traceUri(t, a->ns_uri);
+        traceText(t, "\n");
         _qor_tlex_set_attr_input(env, a);
         while (env->lexem != QOR_XML_END) {
-            putLexem(t, env);
+            traceLexem(t, env);
             _qor_tlex_get_lex(env);
         }
     }
@@ -143,12 +124,10 @@ static void noHook(QorXmlEnv *env, void *hook)
 /* Closing a child reads the lexem that follows it, text included. */
 static const QorXmlEmbedFn readOn = noHook;
 
-static void walkElement(Trace *t, QorXmlEnv *env);
-
 /* The open element: its tag, attributes and content, up to its end tag. */
 static void walkOpen(Trace *t, QorXmlEnv *env)
 {
-    putTag(t, env->open_tag);
+    traceTag(t, env->open_tag);
     putAttributes(t, env);
     if (env->open_tag->kind != 1)
         return;
@@ -156,20 +135,20 @@ static void walkOpen(Trace *t, QorXmlEnv *env)
     for (;;) {
         if (env->lexem == QOR_XML_TAG) {
             if (env->tag->kind == 2) {
-                putTag(t, env->tag);
+                traceTag(t, env->tag);
                 return;
             }
-            walkElement(t, env);
+            traceElement(t, env);
             continue;
         }
         if (env->lexem == QOR_XML_END)
             return;
-        putLexem(t, env);
+        traceLexem(t, env);
         _qor_tlex_get_lex(env);
     }
 }
 
-static void walkElement(Trace *t, QorXmlEnv *env)
+void traceElement(Trace *t, QorXmlEnv *env)
 {
     QorXmlTag *parent = env->open_tag;
     QorXmlTag look;
@@ -208,12 +187,12 @@ static void probe(Trace *t, QorXmlEnv *env)
             sprintf(text, "match %d %d\n", _qor_tlex_match_tag(env, (const char *)tag->name, tag->name_len),
                     _qor_tlex_match_qtag(env, lexemRows[1].uri, (const char *)tag->name + skip,
                                          tag->name_len - skip));
-            puts0(t, text);
-            walkElement(t, env);
+            traceText(t, text);
+            traceElement(t, env);
             _qor_tlex_skip_ws(env);
             continue;
         }
-        putLexem(t, env);
+        traceLexem(t, env);
         c = env->ch.bytes[0];
         if (c == '!') {
             _qor_tlex_get_tag(env);
@@ -240,7 +219,7 @@ int lexemsExerDecode(void *envp, int *pdunum, void **output)
     memset(&t, 0, sizeof t);
     t.world = world;
     if (*pdunum == PDU_Probes) {
-        putTag(&t, env->open_tag);
+        traceTag(&t, env->open_tag);
         if (env->open_tag->kind == 1)
             probe(&t, env);
     } else {
