@@ -93,40 +93,29 @@ TEST(Utf8Encode, EndsJustBelowTheGivenEnd)
 TEST_F(Utf8Test, DecodeEachWidth)
 {
     for (const CharCase &c : kChars) {
-        SCOPED_TRACE(c.value);
         Bytes b = hex(c.bytes);
-        QorULong wide = 0;
-        int used = -1;
-        bool ok = false;
-        ASSERT_EQ(run([&] {
-                      ok = u8::decodeUtf8Char(&world, &wide, b.data(),
-                                                  static_cast<QorLong>(b.size()), 4, &used);
-                  }),
-                  0);
-        EXPECT_TRUE(ok);
-        EXPECT_EQ(used, static_cast<int>(b.size()));
-        EXPECT_EQ(wide, c.value);
-
-        uint16_t narrow = 0;
-        int code = run([&] {
-            ok = u8::decodeUtf8Char(&world, &narrow, b.data(), static_cast<QorLong>(b.size()), 2,
-                                        &used);
-        });
-        if (c.value > 0xFFFF) {
-            EXPECT_EQ(code, kLimited);
-            EXPECT_TRUE(messageIs("0027S")) << world.errMsgBuffer;
-        } else {
-            EXPECT_EQ(code, 0);
-            EXPECT_EQ(narrow, c.value);
-        }
-        unsigned char octet = 0;
-        code = run([&] {
-            ok = u8::decodeUtf8Char(&world, &octet, b.data(), static_cast<QorLong>(b.size()), 1,
-                                        &used);
-        });
-        EXPECT_EQ(code, c.value > 0xFF ? kLimited : 0);
-        if (c.value <= 0xFF) {
-            EXPECT_EQ(octet, c.value);
+        // Into cells of 4, 2 and 1 octets: a character too wide for its cell is 99.
+        for (int width : {4, 2, 1}) {
+            SCOPED_TRACE(testing::Message() << c.value << " into " << width);
+            unsigned char cell[4] = {};
+            int used = -1;
+            bool ok = false;
+            const int code = run([&] {
+                ok = u8::decodeUtf8Char(&world, cell, b.data(), static_cast<QorLong>(b.size()),
+                                        width, &used);
+            });
+            if (c.value >> (8 * width - 1) >> 1 != 0) {
+                EXPECT_EQ(code, kLimited);
+                EXPECT_TRUE(messageIs("0027S")) << world.errMsgBuffer;
+                continue;
+            }
+            ASSERT_EQ(code, 0);
+            EXPECT_TRUE(ok);
+            EXPECT_EQ(used, static_cast<int>(b.size()));
+            QorULong wide = 0;
+            uint16_t narrow = 0;
+            memcpy(width == 4 ? static_cast<void *>(&wide) : &narrow, cell, width == 4 ? 4 : 2);
+            EXPECT_EQ(width == 4 ? wide : width == 2 ? narrow : cell[0], c.value);
         }
     }
 }
@@ -177,58 +166,44 @@ TEST_F(Utf8Test, NotASequence)
 
 TEST_F(Utf8Test, StringsOfEachWidth)
 {
-    const uint16_t bmp[] = {0x48, 0xE9, 0x20AC, 0xFFFD};
-    const QorULong uni[] = {0x48, 0x1F600, 0x7FFFFFFF};
-    const unsigned char latin[] = {0x41, 0xFF};
-    Bytes bmpUtf8 = hex("48 C3 A9 E2 82 AC EF BF BD");
-    Bytes uniUtf8 = hex("48 F0 9F 98 80 FD BF BF BF BF BF");
-    Bytes latinUtf8 = hex("41 C3 BF");
-
-    QorLong size = 0;
-    ASSERT_EQ(run([&] { size = u8::utf8SizeOf(&world, bmp, 4, 2); }), 0);
-    EXPECT_EQ(size, static_cast<QorLong>(bmpUtf8.size()));
-    ASSERT_EQ(run([&] { size = u8::utf8SizeOf(&world, uni, 3, 4); }), 0);
-    EXPECT_EQ(size, static_cast<QorLong>(uniUtf8.size()));
-    ASSERT_EQ(run([&] { size = u8::utf8SizeOf(&world, latin, 2, 1); }), 0);
-    EXPECT_EQ(size, 3);
-
-    unsigned char area[32];
-    unsigned char *start = u8::encodeUtf8Chars(area + 32, bmp, 4, 2);
-    EXPECT_EQ(Bytes(start, area + 32), bmpUtf8);
-    start = u8::encodeUtf8Chars(area + 32, uni, 3, 4);
-    EXPECT_EQ(Bytes(start, area + 32), uniUtf8);
-    start = u8::encodeUtf8Chars(area + 32, latin, 2, 1);
-    EXPECT_EQ(Bytes(start, area + 32), latinUtf8);
-    EXPECT_EQ(Bytes(area, u8::putUtf8Chars(area, bmp, 4, 2)), bmpUtf8);
-    EXPECT_EQ(Bytes(area, u8::putUtf8Chars(area, uni, 3, 4)), uniUtf8);
-    EXPECT_EQ(Bytes(area, u8::putUtf8Chars(area, latin, 2, 1)), latinUtf8);
-
-    QorLong count = 0;
-    ASSERT_EQ(run([&] {
-                  count = u8::utf8CharCount(&world, uniUtf8.data(),
-                                                static_cast<QorLong>(uniUtf8.size()));
-              }),
-              0);
-    EXPECT_EQ(count, 3);
-    QorULong wide[3] = {};
-    ASSERT_EQ(run([&] {
-                  count = u8::decodeUtf8Chars(&world, wide, uniUtf8.data(),
-                                                  static_cast<QorLong>(uniUtf8.size()), 4);
-              }),
-              0);
-    EXPECT_EQ(count, 3);
-    EXPECT_EQ(memcmp(wide, uni, sizeof uni), 0);
-    uint16_t narrow[4] = {};
-    ASSERT_EQ(run([&] {
-                  u8::decodeUtf8Chars(&world, narrow, bmpUtf8.data(),
-                                          static_cast<QorLong>(bmpUtf8.size()), 2);
-              }),
-              0);
-    EXPECT_EQ(memcmp(narrow, bmp, sizeof bmp), 0);
-    // Too wide for 16 bits.
+    static const uint16_t bmp[] = {0x48, 0xE9, 0x20AC, 0xFFFD};
+    static const QorULong uni[] = {0x48, 0x1F600, 0x7FFFFFFF};
+    static const unsigned char latin[] = {0x41, 0xFF};
+    const struct {
+        const void *chars;
+        QorLong count;
+        int width;
+        const char *utf8;
+    } rows[] = {
+        {bmp, 4, 2, "48 C3 A9 E2 82 AC EF BF BD"},
+        {uni, 3, 4, "48 F0 9F 98 80 FD BF BF BF BF BF"},
+        {latin, 2, 1, "41 C3 BF"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.utf8);
+        const Bytes utf8 = hex(row.utf8);
+        const auto size = static_cast<QorLong>(utf8.size());
+        QorLong got = 0;
+        ASSERT_EQ(run([&] { got = u8::utf8SizeOf(&world, row.chars, row.count, row.width); }), 0);
+        EXPECT_EQ(got, size);
+        unsigned char area[32];
+        EXPECT_EQ(Bytes(u8::encodeUtf8Chars(area + 32, row.chars, row.count, row.width), area + 32),
+                  utf8);
+        EXPECT_EQ(Bytes(area, u8::putUtf8Chars(area, row.chars, row.count, row.width)), utf8);
+        ASSERT_EQ(run([&] { got = u8::utf8CharCount(&world, utf8.data(), size); }), 0);
+        EXPECT_EQ(got, row.count);
+        QorULong back[4] = {};
+        ASSERT_EQ(run([&] { got = u8::decodeUtf8Chars(&world, back, utf8.data(), size, row.width); }),
+                  0);
+        EXPECT_EQ(got, row.count);
+        EXPECT_EQ(memcmp(back, row.chars, static_cast<size_t>(row.count * row.width)), 0);
+    }
+    // Too wide for 16 bits; a cell of 3 octets is no width at all.
+    const Bytes uniUtf8 = hex(rows[1].utf8);
+    QorULong wide[3];
     EXPECT_EQ(run([&] {
                   u8::decodeUtf8Chars(&world, wide, uniUtf8.data(),
-                                          static_cast<QorLong>(uniUtf8.size()), 2);
+                                      static_cast<QorLong>(uniUtf8.size()), 2);
               }),
               kLimited);
     EXPECT_EQ(run([&] { (void)u8::utf8SizeOf(&world, bmp, 4, 3); }), kTableCorrupt);

@@ -90,18 +90,15 @@ TEST(Context, InitRefusesBadTables)
     QorControlTable withPer = tableWith(countingInit, QOR_BER_VERSION, QOR_PER_VERSION);
     EXPECT_EQ(qorinit(&world, &withPer), 0);
     qorterm(&world);
-}
 
-TEST(Context, InitRefusesAWrongXerVersionInTheSecondHalf)
-{
+    // A wrong XER version in the second half of the table.
     static QorXapiEntries xapi = testSchemaXapi;
     xapi.xerVersion = 1;
-    QorControlTable table = tableWith([](QorGlobal *w) {
+    QorControlTable badXer = tableWith([](QorGlobal *w) {
         qorLinkBer(w);
         return qorInitXAPIentries(w, &xapi);
     });
-    QorGlobal world;
-    EXPECT_EQ(qorinit(&world, &table), QOR_BAD_VERSION);
+    EXPECT_EQ(qorinit(&world, &badXer), QOR_BAD_VERSION);
     EXPECT_EQ(world.ctlTable, nullptr);
 }
 
@@ -131,7 +128,7 @@ TEST(Context, TermTwiceIsANoOpAndTheRecordCanBeInitialisedAgain)
     qorterm(&world);
 }
 
-TEST(Context, DuplicateSharesSettingsAndOutlivesNothing)
+TEST(Context, DuplicateSharesSettingsOutlivesNothingAndRefusesBadArguments)
 {
     QorGlobal source, dup;
     ASSERT_EQ(qorinit(&source, &testSchemaTable), 0);
@@ -158,11 +155,7 @@ TEST(Context, DuplicateSharesSettingsAndOutlivesNothing)
     qorterm(&source);
     EXPECT_TRUE(roundTrips(&dup));
     qorterm(&dup);
-}
 
-TEST(Context, DuplicateRefusesBadArguments)
-{
-    QorGlobal source, dup;
     EXPECT_EQ(qorDupWorld(&source, nullptr), QOR_BAD_ARG);
     ASSERT_EQ(qorinit(&source, &testSchemaTable), 0);
     QorControlTable noInit = tableWith(nullptr);

@@ -79,35 +79,36 @@ TEST_F(Errors, EachKindOfValueIsShownAsTheCatalogueAsks)
         EXPECT_EQ(raised(c.f, c.code), c.expected + kPath);
 }
 
-TEST_F(Errors, TagsShowTheirClassAndTheExpectedTag)
-{
-    Fault f = fault(103, RAISE_LONG);
-    f.number = (0x4003 << 16) | 2; // expected [APPLICATION 3], found [UNIVERSAL 2]
-    EXPECT_EQ(raised(f, 5), std::string("E0033E: Tag mismatch or tag not expected: [UNIVERSAL 2] "
-                                        "(expected tag [APPLICATION 3])") +
-                                kPath);
-    f.number = 0x8000 | 17;
-    EXPECT_NE(raised(f, 5).find("expected: [17];"), std::string::npos);
-    f.number = 0xC000 | 0x3fff;
-    EXPECT_NE(raised(f, 5).find("[PRIVATE 16383];"), std::string::npos);
-}
-
-TEST_F(Errors, UnboundedValuesAreHexadecimalForHugeIntegers)
+// Tags show their class and the tag expected; unbounded values of huge
+// integers are hexadecimal, and a text stops at its first zero octet.
+TEST_F(Errors, TagsAndUnboundedValues)
 {
     static const unsigned char huge[] = {0x80, 0x01, 0xAB};
-    Fault f = fault(22, RAISE_UNBOUNDED);
-    f.text = reinterpret_cast<const char *>(huge);
-    f.textLength = 3;
-    EXPECT_NE(raised(f, 17).find("value = '0x8001AB'"), std::string::npos);
-    f.message = 23;
-    EXPECT_NE(raised(f, 17).find("value = '0x08001AB'"), std::string::npos) << "reads as positive";
-    f.textLength = 0;
-    EXPECT_NE(raised(f, 17).find("value = ''"), std::string::npos);
-
-    f = fault(20, RAISE_UNBOUNDED);
-    f.text = "text\0hidden";
-    f.textLength = 11;
-    EXPECT_NE(raised(f, 17).find("value = 'text';"), std::string::npos);
+    const char *const hugeText = reinterpret_cast<const char *>(huge);
+    const struct {
+        int message, raiser;
+        QorLong number;
+        const char *text;
+        QorLong textLength;
+        int code;
+        std::string shown;
+    } rows[] = {
+        {103, RAISE_LONG, (0x4003 << 16) | 2, nullptr, 0, 5,
+         std::string("E0033E: Tag mismatch or tag not expected: [UNIVERSAL 2] "
+                     "(expected tag [APPLICATION 3])") + kPath},
+        {103, RAISE_LONG, 0x8000 | 17, nullptr, 0, 5, "expected: [17];"},
+        {103, RAISE_LONG, 0xC000 | 0x3fff, nullptr, 0, 5, "[PRIVATE 16383];"},
+        {22, RAISE_UNBOUNDED, 0, hugeText, 3, 17, "value = '0x8001AB'"},
+        {23, RAISE_UNBOUNDED, 0, hugeText, 3, 17, "value = '0x08001AB'"}, // reads as positive
+        {23, RAISE_UNBOUNDED, 0, hugeText, 0, 17, "value = ''"},
+        {20, RAISE_UNBOUNDED, 0, "text\0hidden", 11, 17, "value = 'text';"},
+    };
+    for (const auto &row : rows) {
+        Fault f = fault(row.message, row.raiser, row.number);
+        f.text = row.text;
+        f.textLength = row.textLength;
+        EXPECT_NE(raised(f, row.code).find(row.shown), std::string::npos) << row.shown;
+    }
 }
 
 TEST_F(Errors, MessagesWithoutLocationAndPdusNamedByType)

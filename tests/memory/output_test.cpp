@@ -23,6 +23,16 @@ protected:
         });
     }
 
+    // Runs `body` on forward output that starts empty at the cursor.
+    template <class Body> int forward(Body body)
+    {
+        return inFrame(&world, QOR_OP_ENCODE, [&] {
+            world.outRoom = 0;
+            world.bitOffset = 0;
+            body();
+        });
+    }
+
     // Gathers what was written backwards, as a BER entry does at its end.
     Bytes gathered()
     {
@@ -96,15 +106,12 @@ TEST_F(Output, ForwardOutputIsGatheredOnce)
     Bytes data = pattern(2500);
     QorLong length = 0;
     unsigned char *value = nullptr;
-    ASSERT_EQ(inFrame(&world, QOR_OP_ENCODE,
-                      [&] {
-                          world.outPos = nullptr;
-                          world.outRoom = 0;
-                          world.bitOffset = 0;
-                          _qor_append(&world, data.data(), 8 * 2500, 0);
-                          _qor_append_3bit_unaligned(&world, 0xE0);
-                          _qor_set_outmem_p(&world, &length, &value);
-                      }),
+    ASSERT_EQ(forward([&] {
+                  world.outPos = nullptr;
+                  _qor_append(&world, data.data(), 8 * 2500, 0);
+                  _qor_append_3bit_unaligned(&world, 0xE0);
+                  _qor_set_outmem_p(&world, &length, &value);
+              }),
               0);
     Bytes expected = data;
     expected.push_back(0xE0);
@@ -116,13 +123,7 @@ TEST_F(Output, AnEmptyForwardEncodingIsOneZeroOctetUnlessAllowed)
 {
     QorLong length = 0;
     unsigned char *value = nullptr;
-    ASSERT_EQ(inFrame(&world, QOR_OP_ENCODE,
-                      [&] {
-                          world.outRoom = 0;
-                          world.bitOffset = 0;
-                          _qor_set_outmem_p(&world, &length, &value);
-                      }),
-              0);
+    ASSERT_EQ(forward([&] { _qor_set_outmem_p(&world, &length, &value); }), 0);
     ASSERT_EQ(length, 1);
     EXPECT_EQ(value[0], 0);
     world.userFree(&world, value);
@@ -141,16 +142,14 @@ TEST_F(Output, CallersBufferForwardsWithBackAlign)
     memset(buffer, 0xEE, sizeof buffer);
     QorLong length = sizeof buffer;
     unsigned char *value = buffer;
-    ASSERT_EQ(inFrame(&world, QOR_OP_ENCODE,
-                      [&] {
-                          world.userBuffer = 1;
-                          world.outPos = buffer;
-                          world.outRoom = world.totalBytes = sizeof buffer;
-                          world.bitOffset = 0;
-                          _qor_append_8bit_unaligned(&world, 0x12);
-                          _qor_append_4bit_unaligned(&world, 0x30);
-                          _qorSetOutMemQueue(&world, &length, &value, BACK_ALIGN);
-                      }),
+    ASSERT_EQ(forward([&] {
+                  world.userBuffer = 1;
+                  world.outPos = buffer;
+                  world.outRoom = world.totalBytes = sizeof buffer;
+                  _qor_append_8bit_unaligned(&world, 0x12);
+                  _qor_append_4bit_unaligned(&world, 0x30);
+                  _qorSetOutMemQueue(&world, &length, &value, BACK_ALIGN);
+              }),
               0);
     EXPECT_EQ(length, 2);
     EXPECT_EQ(value, buffer + 6);
@@ -158,13 +157,11 @@ TEST_F(Output, CallersBufferForwardsWithBackAlign)
 
     length = sizeof buffer;
     value = buffer;
-    ASSERT_EQ(inFrame(&world, QOR_OP_ENCODE,
-                      [&] {
-                          world.outPos = buffer;
-                          world.outRoom = sizeof buffer;
-                          world.bitOffset = 0;
-                          _qorSetOutMemQueue(&world, &length, &value, 0);
-                      }),
+    ASSERT_EQ(forward([&] {
+                  world.outPos = buffer;
+                  world.outRoom = sizeof buffer;
+                  _qorSetOutMemQueue(&world, &length, &value, 0);
+              }),
               0);
     EXPECT_EQ(length, 1) << "an empty encoding is one zero octet";
     EXPECT_EQ(buffer[0], 0);

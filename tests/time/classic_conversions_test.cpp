@@ -24,6 +24,13 @@ protected:
         world.encRules = QOR_BER;
         return code == 0 ? text : "";
     }
+
+    // The fields of a GeneralizedTime text: year to second, fraction, mindiff.
+    int genToInts(const char *text, int (&v)[8], short &precision)
+    {
+        return qorGeneralizedTimeToInts(&world, text, &v[0], &v[1], &v[2], &v[3], &v[4], &v[5],
+                                        &v[6], &precision, &v[7]);
+    }
 };
 
 TEST_F(ClassicConversionsTest, IntegersToText)
@@ -103,21 +110,18 @@ TEST_F(ClassicConversionsTest, GeneralizedTimeToIntegers)
     };
     for (const auto &c : cases) {
         world.encRules = c.rules;
-        int y = 0, mo = 0, d = 0, h = 0, mi = 0, s = 0, f = 0, zone = 0;
+        int v[8] = {};
         short p = 0;
-        const int code = qorGeneralizedTimeToInts(&world, c.text, &y, &mo, &d, &h, &mi, &s, &f,
-                                                  &p, &zone);
+        const int code = genToInts(c.text, v, p);
         world.encRules = QOR_BER;
         EXPECT_EQ(code, c.code) << c.text;
         if (code != 0 || c.code != 0)
             continue;
-        EXPECT_EQ(y * 10000 + mo * 100 + d, 20000102) << c.text;
-        EXPECT_EQ(h, c.hour) << c.text;
-        EXPECT_EQ(mi, c.minute) << c.text;
-        EXPECT_EQ(s, c.second) << c.text;
-        EXPECT_EQ(f, c.fraction) << c.text;
-        EXPECT_EQ(p, c.precision) << c.text;
-        EXPECT_EQ(zone, c.mindiff) << c.text;
+        EXPECT_EQ(v[0] * 10000 + v[1] * 100 + v[2], 20000102) << c.text;
+        const int fields[] = {v[3], v[4], v[5], v[6], p, v[7]};
+        const int expected[] = {c.hour, c.minute, c.second, c.fraction, c.precision, c.mindiff};
+        for (int i = 0; i < 6; i++)
+            EXPECT_EQ(fields[i], expected[i]) << c.text << " field " << i;
     }
 }
 
@@ -169,7 +173,7 @@ TEST_F(ClassicConversionsTest, UtcTimeToIntegersAndShorts)
 TEST_F(ClassicConversionsTest, CalendarTime)
 {
     const struct {
-        int year, month, day, hour, minute, second, mindiff;
+        int16_t year, month, day, hour, minute, second, mindiff;
         int64_t calendar;
         int code;
     } cases[] = {
@@ -186,14 +190,7 @@ TEST_F(ClassicConversionsTest, CalendarTime)
         {2000, 1, 1, 0, 0, 0, 1440, 0, kBad},
     };
     for (const auto &c : cases) {
-        GeneralizedTime record{};
-        record.year = static_cast<int16_t>(c.year);
-        record.month = static_cast<int16_t>(c.month);
-        record.day = static_cast<int16_t>(c.day);
-        record.hour = static_cast<int16_t>(c.hour);
-        record.minute = static_cast<int16_t>(c.minute);
-        record.second = static_cast<int16_t>(c.second);
-        record.mindiff = static_cast<int16_t>(c.mindiff);
+        GeneralizedTime record{c.year, c.month, c.day, c.hour, c.minute, c.second, 0, c.mindiff, 0};
         int64_t calendar = -1;
         EXPECT_EQ(qorGenTimeStructToCalTime(&world, &record, &calendar), c.code) << c.year;
         if (c.code != 0)
@@ -210,11 +207,7 @@ TEST_F(ClassicConversionsTest, CalendarTime)
     }
 
     // A UTCTime's window, and its texts' zones.
-    GeneralizedTime utc{};
-    utc.year = 50;
-    utc.month = 1;
-    utc.day = 1;
-    utc.utc = 1;
+    GeneralizedTime utc{50, 1, 1, 0, 0, 0, 0, 0, 1};
     int64_t calendar = 0;
     EXPECT_EQ(qorUTCTimeStructToCalTime(&world, &utc, &calendar), kBad);
     utc.year = 38;
@@ -276,8 +269,7 @@ TEST_F(ClassicConversionsTest, HostileText)
             int v[8];
             short p;
             int64_t calendar;
-            (void)qorGeneralizedTimeToInts(&world, part.c_str(), &v[0], &v[1], &v[2], &v[3],
-                                           &v[4], &v[5], &v[6], &p, &v[7]);
+            (void)genToInts(part.c_str(), v, p);
             (void)qorUTCTimeToInts(&world, part.c_str(), &v[0], &v[1], &v[2], &v[3], &v[4],
                                    &v[5], &v[7]);
             (void)qorGenTimeStringToCalTime(&world, part.c_str(), &calendar);
@@ -288,20 +280,12 @@ TEST_F(ClassicConversionsTest, HostileText)
     const std::string year = std::string(10000, '2') + "0102030405Z";
     int v[8];
     short p = 0;
-    EXPECT_EQ(qorGeneralizedTimeToInts(&world, zeros.c_str(), &v[0], &v[1], &v[2], &v[3], &v[4],
-                                       &v[5], &v[6], &p, &v[7]),
-              0);
+    EXPECT_EQ(genToInts(zeros.c_str(), v, p), 0);
     EXPECT_EQ(p, 10001);
-    EXPECT_EQ(qorGeneralizedTimeToInts(&world, digits.c_str(), &v[0], &v[1], &v[2], &v[3], &v[4],
-                                       &v[5], &v[6], &p, &v[7]),
-              0);
+    EXPECT_EQ(genToInts(digits.c_str(), v, p), 0);
     EXPECT_EQ(v[6], 199999999);
-    EXPECT_EQ(qorGeneralizedTimeToInts(&world, year.c_str(), &v[0], &v[1], &v[2], &v[3], &v[4],
-                                       &v[5], &v[6], &p, &v[7]),
-              kBad);
-    EXPECT_EQ(qorGeneralizedTimeToInts(&world, "", &v[0], &v[1], &v[2], &v[3], &v[4], &v[5],
-                                       &v[6], &p, &v[7]),
-              kBad);
+    EXPECT_EQ(genToInts(year.c_str(), v, p), kBad);
+    EXPECT_EQ(genToInts("", v, p), kBad);
 }
 
 } // namespace
