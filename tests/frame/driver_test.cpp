@@ -181,11 +181,14 @@ TEST_F(Driver, DecodeCountsWhatItUsedAndAlignsACallersBuffer)
 {
     Bytes input = hex("04 03 41 42 43");
     alignas(8) unsigned char flat[256];
-    void *out = flat + 3;
-    qorSetDecodingLength(&world, 200);
-    QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
     int pdu = PDU_Raw;
-    ASSERT_EQ(qorDecode(&world, &pdu, &in, &out), 0);
+    auto decodeInto = [&](void **out, QorLong length) {
+        qorSetDecodingLength(&world, length);
+        QorBuf in = {static_cast<QorLong>(input.size()), input.data()};
+        return qorDecode(&world, &pdu, &in, out);
+    };
+    void *out = flat + 3;
+    ASSERT_EQ(decodeInto(&out, 200), 0);
     EXPECT_EQ(out, flat + 8);
     auto *raw = static_cast<Raw *>(out);
     EXPECT_EQ(raw->length, 3);
@@ -195,14 +198,10 @@ TEST_F(Driver, DecodeCountsWhatItUsedAndAlignsACallersBuffer)
 
     // Too small for the pad, then too small for the value: the buffer is untouched.
     out = flat + 3;
-    qorSetDecodingLength(&world, 5);
-    in = {static_cast<QorLong>(input.size()), input.data()};
-    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(decodeInto(&out, 5), QOR_BUFFER_TOO_SMALL);
     EXPECT_STREQ(world.errMsgBuffer, "D0001S: Output buffer too small; total buffer size: 5.\n");
     out = flat;
-    qorSetDecodingLength(&world, 8);
-    in = {static_cast<QorLong>(input.size()), input.data()};
-    EXPECT_EQ(qorDecode(&world, &pdu, &in, &out), QOR_BUFFER_TOO_SMALL);
+    EXPECT_EQ(decodeInto(&out, 8), QOR_BUFFER_TOO_SMALL);
     EXPECT_EQ(out, flat) << "a caller's buffer is left where it was";
     qorSetDecodingLength(&world, 0);
 

@@ -125,6 +125,8 @@ TEST(Compare, HugeIntegers)
     }
 }
 
+// The order itself, special values and malformed text included, is the
+// decimal comparison's (DecimalTest.CompareOrdersByValue): here its codes.
 TEST(Compare, CharacterReals)
 {
     const struct {
@@ -132,25 +134,14 @@ TEST(Compare, CharacterReals)
         const char *second;
         int result;
     } rows[] = {
-        {"NOT_A_NUMBER", "PLUS_INFINITY", 3},
-        {"NOT_A_NUMBER", "NOT_A_NUMBER", 0},
-        {"PLUS_INFINITY", "1E999999", 3},
-        {"MINUS_INFINITY", "-1E300", 2},
-        {"-0", "0", 2},
         {"0", "0.000E5", 0},
-        {"1.50", "15E-1", 0},
-        {"0.5", "5E-1", 0},
         {"-2", "-10", 3},
         {"123.4", "123.5", 2},
         {"12", "12.0001", 2},
-        {"abc", "1", 4},
         {"", "0", 4},
-        {nullptr, "0", 4},
     };
-    for (const auto &row : rows) {
-        EXPECT_EQ(compare_char_real(nullptr, row.first, row.second), row.result)
-            << (row.first ? row.first : "null") << " " << row.second;
-    }
+    for (const auto &row : rows)
+        EXPECT_EQ(compare_char_real(nullptr, row.first, row.second), row.result) << row.first;
     const char *same = "1";
     EXPECT_EQ(compare_char_real(nullptr, same, same), 0);
     EXPECT_EQ(compare_char_real(nullptr, nullptr, nullptr), 0);
