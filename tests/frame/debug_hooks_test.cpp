@@ -82,6 +82,7 @@ TEST_F(DebugHooks, SizingIsSilentAndErrorsShowTheirMessage)
     EXPECT_EQ(printed, "");
     EXPECT_NE(decodePdu(&world, hex("80"), PDU_PersonnelRecord), 0);
     EXPECT_TRUE(saw("The decoder error message:\n\nD0")) << printed;
+    EXPECT_TRUE(saw(qorGetErrMsg(&world))) << printed;
     printed.clear();
     world.errMsgTarget = nullptr;
     _qor_db_d_post(&world, 5, PDU_PersonnelRecord, nullptr);

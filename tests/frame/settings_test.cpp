@@ -4,7 +4,6 @@
 // for older applications.
 #include <cstdarg>
 #include <cstdio>
-#include <string>
 
 #include "support/roundtrip.h"
 
@@ -46,19 +45,6 @@ protected:
 class SettingsVersions : public ContextTest {};
 class SettingsValues : public ContextTest {};
 class SettingsHooks : public ContextTest {};
-
-std::string printed;
-
-int collect(QorGlobal *, const char *format, ...)
-{
-    va_list args;
-    va_start(args, format);
-    char line[1024];
-    int n = vsnprintf(line, sizeof line, format, args);
-    va_end(args);
-    printed += line;
-    return n;
-}
 
 int ignorePrint(QorGlobal *, const char *, ...) { return 0; }
 
@@ -207,15 +193,6 @@ TEST_F(SettingsValues, DefaultsAndTheSixteenBitPresetWord)
     EXPECT_EQ(qorGetPresetDecFlags(&world) & QOR_PRESET_ADVANCE_INPUT, 1u);
     EXPECT_EQ(qorSetPresetDecFlags(&world, 0x12345), 0);
     EXPECT_EQ(qorGetPresetDecFlags(&world), 0x2345u);
-}
-
-TEST_F(SettingsValues, DebugFlagsPrintErrorMessagesThroughTheUserPrint)
-{
-    printed.clear();
-    ASSERT_EQ(qorSetUserPrint(&world, nullptr, collect), 0);
-    ASSERT_EQ(qorSetDebugFlags(&world, QOR_DEBUG_ERRORS), 0);
-    EXPECT_NE(decodePdu(&world, hex("1F")), 0);
-    EXPECT_NE(printed.find(qorGetErrMsg(&world)), std::string::npos) << printed;
 }
 
 TEST_F(SettingsHooks, PrintHooksKeepTheStreamUnlessGivenOne)
