@@ -223,20 +223,6 @@ TEST_F(PropertyChecksTest, DurationUnitsAndRecurrences)
               QOR_CONSTRAINT_VIOLATED);
     EXPECT_TRUE(messageHas("0326S: PropertySettings constraint violated: "));
     EXPECT_FALSE(messageHas("null"));
-
-    // Relations compare like units only.
-    const struct {
-        const char *first, *second;
-        int relation;
-    } relations[] = {
-        {"P1M", "P2M", -1},
-        {"P1M", "P1Y", -2},
-        {"P1M", "P30D", -2},
-    };
-    for (const auto &r : relations) {
-        const QorDateTimeValue a = parse(r.first), b = parse(r.second);
-        EXPECT_EQ(_qorDTIntervalsRelation(&a, &b), r.relation) << r.first << " " << r.second;
-    }
 }
 
 } // namespace
