@@ -206,23 +206,14 @@ TEST_F(IsoTimeTest, WorkingRecord)
     EXPECT_EQ(v.first.point.time.diffMinutes, 30);
 }
 
-// Each text of the two grammars' disagreement, read by both.
+// Where the two grammars part ways: the working record refuses R0, day 366
+// of a common year, an offset of 15:01, "0099C" and "01234" (WorkingRecord),
+// which the public records take (RecordsAndBack, and the fields below); the
+// public records refuse ends with and without a zone (PublicRefusals), which
+// the working record takes.
 TEST_F(IsoTimeTest, TheGrammarsPartWays)
 {
-    const struct {
-        const char *text;
-        int working, publicCode;
-    } cases[] = {
-        {"R0/P1Y", kBadTime, 0},      {"2001-366", kBadTime, 0}, {"12:00+15:01", kBadTime, 0},
-        {"P0Y1M", 0, 0},              {"0099C", kBadTime, 0},    {"01234", kBadTime, 0},
-        {"10:00/11:00+01", 0, kBadTime},
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.text);
-        Records r;
-        EXPECT_EQ(value(c.text), c.working);
-        EXPECT_EQ(fromText(&world, qorGetTimeKind(&world, c.text), c.text, r), c.publicCode);
-    }
+    EXPECT_EQ(value("10:00/11:00+01"), 0);
     Records r;
     ASSERT_EQ(fromText(&world, 5, "R0/P1Y", r), 0);
     EXPECT_EQ(r.recurrences, -1);
