@@ -128,6 +128,7 @@ TEST_F(OerPrimitives, NumbersEnumeratedAndTags)
         {kInt1, -128, "80"},
         {kInt2, -2, "FF FE"},
         {kInt4, INT32_MIN, "80 00 00 00"},
+        {kInt4, INT32_MAX, "7F FF FF FF"},
         {kUInt1, 255, "FF"},
         {kUInt2, 65535, "FF FF"},
         {kUInt3, 0x12345600, "12 34 56"}, // the top three octets
@@ -178,9 +179,6 @@ TEST_F(OerPrimitives, EncodersCheckTheirRange)
         EXPECT_TRUE(messageHas("0062S: Value range constraint violated, value = " +
                                std::to_string(row.value)));
     }
-    Bytes got;
-    ASSERT_EQ(encode([&] { _qor_oenc_int_4byte(&world, INT32_MAX); }, &got), 0);
-    EXPECT_EQ(got, hex("7F FF FF FF"));
 }
 
 // Huge integers lose their redundant leading octets; read back, an unsigned
@@ -229,16 +227,19 @@ TEST_F(OerPrimitives, HostileInput)
         bool huge;
         const char *octets;
         int code;
+        const char *message = ""; // the start of it, where the rows pin it
     } rows[] = {
         {kLength, false, "", kEndOfInputCode},
-        {kLength, false, "80", kMisencodedCode},
+        {kLength, false, "80", kMisencodedCode, "0037E: Value misencoded or length wrong for value"},
         {kLength, false, "85 00 00 00 00 01", kTooLongCode},
         {kLength, false, "85 00", kEndOfInputCode},
-        {kLength, false, "82 00", kEndOfInputCode},
+        {kLength, false, "82 00", kEndOfInputCode,
+         "0081S: End of input reached before message was fully decoded"},
         {kLength, false, "05 01 02", kEndOfInputCode},
         {kLength, false, "84 80 00 00 00 01", kEndOfInputCode},
         {kLength, false, "84 FF FF FF FF 01", kEndOfInputCode},
-        {kInt, false, "05 00 00 00 00 01", kTooLongCode},
+        {kInt, false, "05 00 00 00 00 01", kTooLongCode,
+         "0144E: Integer or enumerated value too long: length = 5"},
         {kInt, false, "04 00 00", kEndOfInputCode},
         {kInt, false, "01", kEndOfInputCode},
         {kInt, false, "00 01", kMisencodedCode},
@@ -259,7 +260,7 @@ TEST_F(OerPrimitives, HostileInput)
         {kTag, false, "BF 1E", kMisencodedCode},
         {kTag, false, "BF 80", kMisencodedCode},
         {kTag, false, "BF 81", kEndOfInputCode},
-        {kTag, false, "BF 81 80", kTooLongCode},
+        {kTag, false, "BF 81 80", kTooLongCode, "0019E: Tag too long: "},
         {kUInt, true, "00", kMisencodedCode},
         {kUInt, true, "05 01 02", kEndOfInputCode},
         {kUInt, true, "84 80 00 00 00 01", kEndOfInputCode},
@@ -276,16 +277,9 @@ TEST_F(OerPrimitives, HostileInput)
                          }),
                   row.code);
         EXPECT_NE(world.errMsgBuffer[0], '\0');
+        EXPECT_TRUE(messageHas(row.message)) << world.errMsgBuffer;
         EXPECT_EQ(qortest::blocksListed(&world), 0);
     }
-    EXPECT_EQ(decode(hex("BF 81 80"), [&] { _qor_odec_tag(&world); }), kTooLongCode);
-    EXPECT_TRUE(messageHas("0019E: Tag too long: ")) << world.errMsgBuffer;
-    EXPECT_EQ(decode(hex("05 00 00 00 00 01"), [&] { _qor_odec_int(&world); }), kTooLongCode);
-    EXPECT_TRUE(messageHas("0144E: Integer or enumerated value too long: length = 5"));
-    EXPECT_EQ(decode(hex("80"), [&] { _qor_odec_length(&world); }), kMisencodedCode);
-    EXPECT_TRUE(messageHas("0037E: Value misencoded or length wrong for value"));
-    EXPECT_EQ(decode(hex("82 00"), [&] { _qor_odec_length(&world); }), kEndOfInputCode);
-    EXPECT_TRUE(messageHas("0081S: End of input reached before message was fully decoded"));
 }
 
 } // namespace
