@@ -280,7 +280,6 @@ TEST_F(WideStringsTest, Utf8FromWideCharacters)
     }
 }
 
-// Strings without a known multiplier, in each memory form.
 TEST_F(WideStringsTest, OctetStringsOfEveryForm)
 {
     const Bytes hello = hex("05 68 65 6C 6C 6F");
