@@ -265,19 +265,12 @@ TEST_F(OerLeaves, Utf8)
 
 enum OidForm { kArrayI, kArrayS, kListI, kListS, kUnboundedL };
 
-std::vector<QorObjidNode> nodesOf(const std::vector<QorULong> &arcs)
+// `arcs` in a list of generated code's nodes, linked in order.
+template <class Node> std::vector<Node> nodesOf(const std::vector<QorULong> &arcs)
 {
-    std::vector<QorObjidNode> nodes(arcs.size());
+    std::vector<Node> nodes(arcs.size());
     for (size_t i = 0; i < arcs.size(); i++)
-        nodes[i] = {i + 1 < arcs.size() ? &nodes[i + 1] : nullptr, arcs[i]};
-    return nodes;
-}
-
-std::vector<QorObjidNodeShort> shortNodesOf(const std::vector<QorULong> &arcs)
-{
-    std::vector<QorObjidNodeShort> nodes(arcs.size());
-    for (size_t i = 0; i < arcs.size(); i++)
-        nodes[i] = {i + 1 < arcs.size() ? &nodes[i + 1] : nullptr, static_cast<uint16_t>(arcs[i])};
+        nodes[i] = {i + 1 < arcs.size() ? &nodes[i + 1] : nullptr, static_cast<decltype(Node::value)>(arcs[i])};
     return nodes;
 }
 
@@ -300,8 +293,8 @@ TEST_F(OerLeaves, IdentifiersWritten)
         {{1}, nullptr},
     };
     for (const auto &row : rows) {
-        const std::vector<QorObjidNode> list = nodesOf(row.arcs);
-        const std::vector<QorObjidNodeShort> shortList = shortNodesOf(row.arcs);
+        const std::vector<QorObjidNode> list = nodesOf<QorObjidNode>(row.arcs);
+        const std::vector<QorObjidNodeShort> shortList = nodesOf<QorObjidNodeShort>(row.arcs);
         std::vector<uint16_t> shortArcs(row.arcs.begin(), row.arcs.end());
         bool fitsShort = true;
         for (QorULong arc : row.arcs)
