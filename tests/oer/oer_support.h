@@ -34,11 +34,12 @@ protected:
                bool sizing = false)
     {
         qortest::startWriting(&world, false, sizing);
-        buffer.assign(room > 0 ? static_cast<size_t>(room) : 0, 0);
+        // A caller's buffer of no octets still has an address.
+        buffer.assign(room > 0 ? static_cast<size_t>(room) : 1, 0);
         world.userBuffer = room >= 0 ? 1 : 0;
         world.totalBytes = room;
         world.outPos = room >= 0 ? buffer.data() : nullptr;
-        world.blockStack = world.outPos + buffer.size();
+        world.blockStack = world.outPos + (room > 0 ? room : 0);
         const int code = qortest::inFrame(&world, QOR_OP_ENCODE, [&] { body(); });
         if (out != nullptr && room >= 0) {
             *out = Bytes(buffer.data(), world.outPos);
@@ -66,8 +67,9 @@ protected:
         return code;
     }
 
-    // `want` from `put` in every output mode, counted alike in sizing mode,
-    // and all of it read back by `get`, if given.
+    // `want` from `put` in every output mode, refused by a caller's buffer
+    // one octet short, counted alike in sizing mode, and all of it read back
+    // by `get`, if given.
     void expectCoded(const Bytes &want, const std::function<void()> &put,
                      const std::function<void()> &get)
     {
@@ -76,6 +78,10 @@ protected:
         EXPECT_EQ(got, want) << "blocks";
         ASSERT_EQ(encode(put, &got, static_cast<long>(want.size())), 0) << world.errMsgBuffer;
         EXPECT_EQ(got, want) << "caller's buffer";
+        if (!want.empty()) {
+            EXPECT_EQ(encode(put, nullptr, static_cast<long>(want.size()) - 1), kBufferCode)
+                << "one octet short";
+        }
         ASSERT_EQ(encode(put, nullptr, -1, true), 0);
         EXPECT_EQ(world.encLength, static_cast<QorLong>(want.size())) << "sizing";
         if (!get)

@@ -133,12 +133,12 @@ TEST_F(KmstrTest, ReferenceEncodingsAndEveryDecoderForm)
     };
     for (const Row &row : rows) {
         SCOPED_TRACE(row.name);
-        Bytes out;
-        ASSERT_EQ(encode(*row.desc, row.aligned, row.text, out, row.mark), 0) << world.errMsgBuffer;
-        EXPECT_EQ(out, hex(row.expected));
-        EXPECT_EQ(sized(row.aligned, [&] {
-                      _qor_penc_kmstr(&world, row.text.data(), static_cast<QorULong>(row.text.size()), row.desc, row.mark);
-                  }), static_cast<long>(out.size()));
+        const Bytes out = hex(row.expected);
+        char *ptr = nullptr;
+        expectCoded(row.aligned, out,
+                    [&] { _qor_penc_kmstr(&world, row.text.data(), static_cast<QorULong>(row.text.size()), row.desc, row.mark); },
+                    [&] { _qor_pdec_ub_kmstr(&world, &ptr, row.desc); });
+        qortest::releaseBlocks(&world);
         expectEveryForm(*row.desc, row.aligned, out, row.text);
     }
 }
@@ -179,72 +179,88 @@ TEST_F(KmstrTest, FragmentsOfLongValues)
     }
 }
 
-TEST_F(KmstrTest, SizeAndAlphabetViolations)
+TEST_F(KmstrTest, EncoderRefusals)
 {
-    Bytes out;
-    EXPECT_EQ(encode(kUpperSized, true, "", out), 17);
-    EXPECT_TRUE(messageHas("0063S"));
-    EXPECT_EQ(encode(kUpperSized, true, "ABCDEFGHI", out), 17);
-    EXPECT_EQ(encode(kUpperSized, true, "AbC", out), 17);
-    EXPECT_TRUE(messageHas("0064S: Permitted alphabet constraint violated, bad character: "));
-    EXPECT_EQ(encode(kUpperSized, false, "A\xC1", out), 17) << "no table lookup above seven bits";
-
-    // A zero-ended target one character too small.
-    Bytes input;
-    ASSERT_EQ(encode(kIa5, true, "ABCDE", input), 0);
-    QorStringDescriptor small = kIa5;
-    small.capacity = 4;
-    char array[8];
-    EXPECT_EQ(decode(true, input, [&] { _qor_pdec_nt_kmstr(&world, array, &small); }), 17);
-    EXPECT_TRUE(messageHas("0063S: Size constraint violated, length of value = 5"));
-    small.capacity = 5;
-    EXPECT_EQ(decode(true, input, [&] { _qor_pdec_nt_kmstr(&world, array, &small); }), 0);
-    // A length beyond the array of a varying or padded form.
-    const QorStringDescriptor upto4{nullptr, 1, 0, 4, 0x88 | (0x88 << 8)};
-    EXPECT_EQ(decode(true, input, [&] { _qor_pdec_va_kmstr(&world, array, &upto4); }), 16);
-    EXPECT_TRUE(messageHas("0016S"));
-    EXPECT_EQ(decode(true, input, [&] { _qor_pdec_pad_kmstr(&world, array, &upto4); }), 16);
+    const struct {
+        bool aligned;
+        std::string text;
+        const char *message;
+    } rows[] = {
+        {true, "", "0063S: Size constraint violated, length of value = 0"},
+        {true, "ABCDEFGHI", "0063S: Size constraint violated, length of value = 9"},
+        {true, "AbC", "0064S: Permitted alphabet constraint violated, bad character: "},
+        {false, "A\xC1", "0064S"}, // no table lookup above seven bits
+    };
+    for (const auto &row : rows) {
+        Bytes out;
+        EXPECT_EQ(encode(kUpperSized, row.aligned, row.text, out), 17) << row.text;
+        EXPECT_TRUE(messageHas(row.message)) << world.errMsgBuffer;
+    }
 }
 
-// Four bits for SIZE (1..10) can say up to 16: every decoder form refuses
-// a length past the upper bound, the ones into new memory too.
-TEST_F(KmstrTest, LengthPastTheUpperBound)
+// What a target can't hold, a length the input can't back, an index past
+// the alphabet: refused with the code and message, and no memory is taken
+// for input that isn't there.
+TEST_F(KmstrTest, DecoderRefusals)
 {
-    const Bytes input = hex("F0 11 11 11 11 11 11 11 11"); // 16 times "0"
+    const Bytes five = hex("05 41 42 43 44 45"); // "ABCDE" under kIa5, aligned
+    const Bytes sixteen = hex("F0 11 11 11 11 11 11 11 11"); // four bits for SIZE (1..10) say 16
+    Bytes fromNothing(32768, 0xC4); // 65536 characters each from no input: past 2^31
+    fromNothing.push_back(0x00);
+    QorStringDescriptor capacity4 = kIa5, capacity5 = kIa5;
+    capacity4.capacity = 4;
+    capacity5.capacity = 5;
+    const QorStringDescriptor upTo4{nullptr, 1, 0, 4, 0x88 | (0x88 << 8)};
     char array[32];
     char *ptr = nullptr;
     void *record = nullptr;
-    const std::pair<const char *, std::function<void()>> forms[] = {
-        {"nt", [&] { _qor_pdec_nt_kmstr(&world, array, &kNumericSized); }},
-        {"va", [&] { _qor_pdec_va_kmstr(&world, array, &kNumericSized); }},
-        {"pad", [&] { _qor_pdec_pad_kmstr(&world, array, &kNumericSized); }},
-        {"ntp", [&] { _qor_pdec_ntp_kmstr(&world, &ptr, &kNumericSized); }},
-        {"ub", [&] { _qor_pdec_ub_kmstr(&world, &ptr, &kNumericSized); }},
-        {"vap", [&] { _qor_pdec_vap_kmstr(&world, &record, 4, &kNumericSized); }},
+    const auto ub = [&](const QorStringDescriptor *desc) {
+        return std::function<void()>([&, desc] { _qor_pdec_ub_kmstr(&world, &ptr, desc); });
     };
-    for (const auto &[name, form] : forms) {
-        EXPECT_NE(decode(true, input, form), 0) << name;
+    const struct {
+        const char *name;
+        Bytes input;
+        std::function<void()> get;
+        int code;
+        const char *message;
+    } rows[] = {
+        {"capacity 4", five, [&] { _qor_pdec_nt_kmstr(&world, array, &capacity4); }, 17,
+         "0063S: Size constraint violated, length of value = 5"},
+        {"capacity 5", five, [&] { _qor_pdec_nt_kmstr(&world, array, &capacity5); }, 0, ""},
+        {"varying, SIZE (0..4)", five, [&] { _qor_pdec_va_kmstr(&world, array, &upTo4); }, 16, "0016S"},
+        {"padded, SIZE (0..4)", five, [&] { _qor_pdec_pad_kmstr(&world, array, &upTo4); }, 16, "0016S"},
+        {"nt, 16 in SIZE (1..10)", sixteen, [&] { _qor_pdec_nt_kmstr(&world, array, &kNumericSized); }, 17, "0063S"},
+        {"va, 16 in SIZE (1..10)", sixteen, [&] { _qor_pdec_va_kmstr(&world, array, &kNumericSized); }, 17, "0063S"},
+        {"pad, 16 in SIZE (1..10)", sixteen, [&] { _qor_pdec_pad_kmstr(&world, array, &kNumericSized); }, 17, "0063S"},
+        {"ntp, 16 in SIZE (1..10)", sixteen, [&] { _qor_pdec_ntp_kmstr(&world, &ptr, &kNumericSized); }, 17, "0063S"},
+        {"ub, 16 in SIZE (1..10)", sixteen, ub(&kNumericSized), 17, "0063S"},
+        {"vap, 16 in SIZE (1..10)", sixteen, [&] { _qor_pdec_vap_kmstr(&world, &record, 4, &kNumericSized); }, 17, "0063S"},
+        {"one character from nothing", fromNothing, ub(&kOneChar), 10, "0027S"},
+        {"one character without an end", Bytes(100, 0xC4), ub(&kOneChar), 4, "0081S"},
+        {"a time string is one part", hex("C1"), [&] { _qor_pdec_ntp_kmstr(&world, &ptr, &kTime); }, 5, "0262S"},
+    };
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(decode(true, row.input, row.get), row.code);
+        EXPECT_TRUE(messageHas(row.message)) << world.errMsgBuffer;
+        if (row.code != 0) {
+            EXPECT_EQ(qortest::blocksListed(&world), 0);
+        }
         qortest::releaseBlocks(&world);
     }
-}
-
-TEST_F(KmstrTest, IndexBeyondTheAlphabet)
-{
     // Numeric: 11 characters in 4 bits; indexes 11 to 15 don't exist.
     for (unsigned index = 0; index < 16; index++) {
-        SCOPED_TRACE(index);
         const Bytes input{0x00, static_cast<unsigned char>(index << 4)}; // length 1, one index
-        char array[16];
-        const int code =
-            decode(true, input, [&] { _qor_pdec_nt_kmstr(&world, array, &kNumericSized); });
-        if (index < 11) {
-            EXPECT_EQ(code, 0);
-            EXPECT_EQ(array[0], kNumeric.chars[index]);
-        } else {
-            EXPECT_EQ(code, 17);
-            EXPECT_TRUE(messageHas("bad character: ")) << world.errMsgBuffer;
-        }
+        EXPECT_EQ(decode(true, input, [&] { _qor_pdec_nt_kmstr(&world, array, &kNumericSized); }),
+                  index < 11 ? 0 : 17) << index;
+        EXPECT_TRUE(index < 11 ? array[0] == kNumeric.chars[index] : messageHas("bad character: ")) << index;
     }
+    // A few fragments of the one character are fine.
+    QorLong count = 0;
+    ASSERT_EQ(decode(false, hex("C1 C1 03"), [&] { count = _qor_pdec_ub_kmstr(&world, &ptr, &kOneChar); }), 0);
+    ASSERT_EQ(count, 32771);
+    EXPECT_EQ(std::string(ptr, count), std::string(32771, 'x'));
+    qortest::releaseBlocks(&world);
 }
 
 TEST_F(KmstrTest, TruncationAtEveryOctet)
@@ -270,49 +286,6 @@ TEST_F(KmstrTest, TruncationAtEveryOctet)
             }
         });
     }
-}
-
-TEST_F(KmstrTest, OneCharacterAlphabetCantAllocateFromNothing)
-{
-    // Every C4 is 65536 characters from no input: 32768 of them pass 2^31.
-    Bytes input(32768, 0xC4);
-    input.push_back(0x00);
-    char *ptr = nullptr;
-    EXPECT_EQ(decode(true, input, [&] { _qor_pdec_ub_kmstr(&world, &ptr, &kOneChar); }), 10);
-    EXPECT_TRUE(messageHas("0027S"));
-    EXPECT_EQ(qortest::blocksListed(&world), 0);
-    // Without an end the input runs out.
-    Bytes endless(100, 0xC4);
-    EXPECT_EQ(decode(true, endless, [&] { _qor_pdec_ub_kmstr(&world, &ptr, &kOneChar); }), 4);
-    // A few fragments are fine.
-    Bytes three{0xC1, 0xC1, 0x03};
-    QorLong count = 0;
-    ASSERT_EQ(decode(false, three, [&] { count = _qor_pdec_ub_kmstr(&world, &ptr, &kOneChar); }), 0);
-    ASSERT_EQ(count, 32771);
-    EXPECT_EQ(std::string(ptr, count), std::string(32771, 'x'));
-    qortest::releaseBlocks(&world);
-}
-
-TEST_F(KmstrTest, FragmentGroupingAndTimeStrings)
-{
-    // 16K, 16K, rest: grouped only when strict rules aren't asked for.
-    Bytes input{0xC1};
-    input.insert(input.end(), 16384, 'a');
-    input.push_back(0xC1);
-    input.insert(input.end(), 16384, 'b');
-    input.push_back(0x01);
-    input.push_back('c');
-    char *ptr = nullptr;
-    EXPECT_EQ(decode(true, input, [&] { _qor_pdec_ub_kmstr(&world, &ptr, &kIa5); }), 0);
-    qortest::releaseBlocks(&world);
-    world.decodingFlags |= STRICT_ENCODING_DECODING_RULES;
-    EXPECT_EQ(decode(true, input, [&] { _qor_pdec_ub_kmstr(&world, &ptr, &kIa5); }), 5);
-    EXPECT_TRUE(messageHas("0258E"));
-    world.decodingFlags &= ~QorULong{STRICT_ENCODING_DECODING_RULES};
-    // A time string is one part.
-    const Bytes time{0xC1};
-    EXPECT_EQ(decode(true, time, [&] { _qor_pdec_ntp_kmstr(&world, &ptr, &kTime); }), 5);
-    EXPECT_TRUE(messageHas("0262S"));
 }
 
 } // namespace

@@ -224,7 +224,6 @@ TEST_F(OpenTypeTest, PushAndPop)
     }
 }
 
-// Fragments are joined into one input; the inner reads see it whole.
 TEST_F(OpenTypeTest, FragmentsAreJoined)
 {
     const Bytes content = qortest::pattern(70000, 3);
