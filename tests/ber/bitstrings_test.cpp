@@ -30,8 +30,6 @@ protected:
     }
 };
 
-// ---------------------------------------------------------------- encoders
-
 TEST_F(BitTest, WriterMasksUnusedBitsAndCountsThem)
 {
     const Bytes forty = pattern(40);
@@ -234,8 +232,6 @@ TEST_F(BitTest, LongValuesAreSegmentedExceptUnderDer)
     EXPECT_EQ(e.returned, 1000);
     EXPECT_TRUE(e.bytes == concat({hex("00"), data}));
 }
-
-// ---------------------------------------------------------------- decoders
 
 TEST_F(BitTest, DecodersOfEachMemoryForm)
 {

@@ -205,8 +205,6 @@ TEST_F(Objid, OneFunctionServesTwoNames)
     });
 }
 
-// ---------------------------------------------------------------- vectors
-
 TEST_F(Objid, EveryFormEncodesAndDecodesTheSameOctets)
 {
     struct Case {
@@ -282,8 +280,6 @@ TEST_F(Objid, ArcsBeyondTheirWidthAreTooLong)
     }
 }
 
-// ---------------------------------------------------------------- encoders
-
 TEST_F(Objid, EncodersRefuseWhatTheRulesForbid)
 {
     struct Case {
@@ -358,8 +354,6 @@ TEST_F(Objid, ListEncoderFailingForMemoryLeavesTheStackToTheDriver)
     // Frames of the stack, then output blocks: each may fail.
     EXPECT_GE(failuresBeforeSuccess([&] { return encode(Enc::kList, arcs).code; }), 4);
 }
-
-// ---------------------------------------------------------------- decoders
 
 TEST_F(Objid, DecodersKeepTheLengthAndArcLimits)
 {
@@ -501,8 +495,6 @@ TEST_F(Objid, ListDecoderFailingForMemoryGivesBackWhatItTook)
         EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % alignof(QorObjidNode), 0u);
     EXPECT_EQ(n, 10);
 }
-
-// ---------------------------------------------------------------- encoded forms
 
 // Kept as they stand, the contents octets of an absolute and of a relative
 // identifier go through the same functions.

@@ -89,8 +89,6 @@ protected:
     QorMixedReal m{};
 };
 
-// ---------------------------------------------------------------- encoding
-
 struct BinaryCase {
     double value;
     const char *bytes;
@@ -242,8 +240,6 @@ TEST_F(RealTest, WritesBelowWhatIsThereAcrossBlocks)
     });
     EXPECT_EQ(out, concat({hex("81 03 B2 05 F9 0F 22 00 1D 67"), filler}));
 }
-
-// ---------------------------------------------------------------- decoding
 
 TEST_F(RealTest, SpecialValuesAndZeroInEveryForm)
 {
@@ -454,8 +450,6 @@ TEST_F(RealTest, TextAndMixedForms)
     ASSERT_EQ(decodeAs(Form::kText, hex("C0 FF 03")), 0);
     EXPECT_EQ(encode(creal(t.c_str())), withForm(3, "-15.E-1"));
 }
-
-// ---------------------------------------------------------------- hostile input
 
 std::vector<Bytes> allForms()
 {
