@@ -76,16 +76,6 @@ template <class Attempt> int failuresBeforeSuccess(Attempt &&attempt)
     return -1;
 }
 
-// A small deterministic generator for hostile input.
-struct Lcg {
-    uint32_t state;
-    uint32_t operator()()
-    {
-        state = state * 1103515245u + 12345u;
-        return state >> 16;
-    }
-};
-
 // Runs `body` over a copy of `input` of exactly its size, with `length` as
 // the contents length; on success it must have taken exactly `length` octets.
 template <class Body>

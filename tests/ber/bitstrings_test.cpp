@@ -245,6 +245,7 @@ TEST_F(BitTest, DecodersOfEachMemoryForm)
         {"03 01 00", 0, ""},
         {"23 80 03 02 00 AB 03 02 04 C0 00 00", 12, "AB C0"},
         {"23 0A 23 04 03 02 00 AB 03 02 04 C0", 12, "AB C0"},
+        {"23 0A 03 02 00 AB 23 04 03 02 04 C0", 12, "AB C0"},
         {"23 80 03 00 03 02 00 AB 03 01 00 00 00", 8, "AB"}, // empty segments
         {"23 80 00 00", 0, ""},
     };
@@ -256,6 +257,8 @@ TEST_F(BitTest, DecodersOfEachMemoryForm)
         EXPECT_EQ(bits(input, &count, &out), 0) << world.errMsgBuffer;
         EXPECT_EQ(count, c.bits);
         EXPECT_EQ(out, value);
+        for (const Bytes &part : prefixes(input))
+            EXPECT_EQ(bits(part, &count, &out), kMoreInput) << part.size();
 
         EXPECT_EQ(decode(input,
                          [&](unsigned char **pos, QorLong *room, QorLong length) {
@@ -388,21 +391,6 @@ TEST_F(BitTest, SizeLimitsNamedTrimmingAndNoconstrain)
         EXPECT_EQ(encode(writer(_qor_encd_vbit_ia, data.data(), 16, 2)).code, 0);
     }
     setFlag(world.encodingFlags, NOCONSTRAIN, false);
-}
-
-TEST_F(BitTest, TruncationAtEveryOctet)
-{
-    for (const char *whole : {"03 03 04 AB C0", "23 80 03 02 00 AB 03 02 04 C0 00 00",
-                              "23 0A 03 02 00 AB 23 04 03 02 04 C0"}) {
-        SCOPED_TRACE(whole);
-        Bytes input = hex(whole);
-        QorLong count = 0;
-        Bytes out;
-        ASSERT_EQ(bits(input, &count, &out), 0);
-        EXPECT_EQ(count, 12);
-        for (const Bytes &part : prefixes(input))
-            EXPECT_EQ(bits(part, &count, &out), kMoreInput) << part.size();
-    }
 }
 
 } // namespace

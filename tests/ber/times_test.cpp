@@ -273,10 +273,10 @@ TEST_F(TimeTest, Decoders)
 
 TEST_F(TimeTest, HostileContents)
 {
-    // Each decoder, under each rule, over contents cut at every octet, each
-    // octet value in each place of a time, and random texts over the
-    // characters of times: a time, a time error or misencoded contents,
-    // nothing read beyond the contents.
+    // Each decoder, under each rule, over contents cut at every octet and
+    // each octet value in each place of a time: a time, a time error or
+    // misencoded contents, nothing read beyond the contents. Random input is
+    // the BER fuzz target's.
     std::vector<Bytes> inputs;
     for (const char *s : {"20240102030405.123+0130", "240102030405-0800", "20240102030405Z"}) {
         Bytes full = text(s);
@@ -295,14 +295,6 @@ TEST_F(TimeTest, HostileContents)
             inputs.push_back(base);
             inputs.back()[place] = static_cast<unsigned char>(v);
         }
-    }
-    Lcg next{19710917};
-    const char alphabet[] = "0123456789012345678901234567890123456789Zz+-.,\0 ";
-    for (int i = 0; i < 20000; i++) {
-        Bytes b(next() % 26);
-        for (unsigned char &o : b)
-            o = static_cast<unsigned char>(alphabet[next() % (sizeof alphabet - 1)]);
-        inputs.push_back(b);
     }
     for (int rules : {QOR_BER, QOR_DER, QOR_CER}) {
         world.encRules = rules;
