@@ -59,6 +59,9 @@ protected:
         // Indefinite and constructed forms that other tools write.
         samples.push_back({"Raw constructed", PDU_Raw, hex("24 80 04 02 41 42 24 03 04 01 43 00 00")});
         samples.push_back({"Bag indefinite", PDU_Bag, hex("31 80 04 01 41 04 00 00 00")});
+        samples.push_back({"Record sparse", PDU_Record,
+                           hex("62 19 80 01 00 81 01 00 A5 06 80 01 00 81 01 07 A6 07 82 05 00 FF "
+                               "FF FF FF A7 00")});
         samples.push_back({"Record indefinite", PDU_Record,
                            hex("62 80 80 01 05 82 02 FF 7F 83 01 02 84 00 A5 80 80 01 01 00 00 A6 "
                                "80 81 01 FF 00 00 A7 80 02 01 01 02 02 00 80 02 01 FF 00 00 88 08 "

@@ -102,6 +102,7 @@ TEST_F(BerRecord, EncoderRefusesValuesOutsideTheType)
     bad.pick.choice = 9;
     QorBuf out = {0, nullptr};
     EXPECT_EQ(qorEncode(&world, PDU_Record, &bad, &out), QOR_BAD_CHOICE_OR_PDU);
+    EXPECT_STREQ(qorDescribeReturnCode(&world, 9), "Choice selector is out of range");
     bad = full;
     bad.level = 3;
     EXPECT_EQ(qorEncode(&world, PDU_Record, &bad, &out), QOR_CONSTRAINT_VIOLATED);

@@ -181,6 +181,8 @@ TEST_F(StringTest, DecodersFillEachMemoryForm)
         {"pstr", reader(_qor_dec_pstr, inline8, 7), "04 03 41 42 43", 3, "ABC    #"},
         {"pstr constructed", reader(_qor_dec_pstr, inline8, 5), constructed, 3, "ABC  ###"},
         {"pstr empty", reader(_qor_dec_pstr, inline8, 3), "04 00", 0, "   #####"},
+        // The inline text takes an embedded NUL as it is; the count tells all.
+        {"nstr with a NUL", reader(_qor_dec_nstr, inline8, 7), "1A 03 41 00 42", 3, "A\0B\0####"},
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.name);
@@ -190,6 +192,9 @@ TEST_F(StringTest, DecodersFillEachMemoryForm)
         EXPECT_EQ(std::string(inline8, 8), std::string(c.array, 8));
     }
 
+    // A text in new memory refuses an embedded NUL.
+    EXPECT_EQ(run(hex("1A 03 41 00 42"), reader(_qor_dec_nstr_ptr, &text, 0)), kDataError);
+    EXPECT_TRUE(messageHas("0046E")) << world.errMsgBuffer;
     // An empty value takes no memory.
     p = &p;
     EXPECT_EQ(run(hex("04 00"), reader(_qor_dec_ustr_ia, &p, 0), &n), 0);
@@ -250,25 +255,6 @@ TEST_F(StringTest, DecoderSizeLimits)
     EXPECT_TRUE(messageHas("0016S: Size constraint exceeded, length of value = 3"))
         << world.errMsgBuffer;
     world.encodingFlags &= ~QorULong{NOCONSTRAIN};
-}
-
-TEST_F(StringTest, ANewTextRefusesAnEmbeddedNul)
-{
-    const Bytes nul = hex("1A 03 41 00 42");
-    char inline8[8];
-    char *text = nullptr;
-    EXPECT_EQ(run(nul, reader(_qor_dec_nstr_ptr, &text, 0)), kDataError);
-    EXPECT_TRUE(messageHas("0046E")) << world.errMsgBuffer;
-    // The inline text takes the octets as they are; the count tells all.
-    QorLong n = 0;
-    memset(inline8, '#', sizeof inline8);
-    EXPECT_EQ(run(nul, reader(_qor_dec_nstr, inline8, 7), &n), 0);
-    EXPECT_EQ(n, 3);
-    EXPECT_EQ(Bytes(inline8, inline8 + 5), hex("41 00 42 00 23"));
-    // The other forms carry any octet.
-    Bytes out;
-    EXPECT_EQ(octets(nul, &out), 0);
-    EXPECT_EQ(out, hex("41 00 42"));
 }
 
 TEST_F(StringTest, WideAndUtf8DecodersGiveCharactersInHostOrder)
@@ -380,12 +366,14 @@ TEST_F(StringTest, ConstructedInputGivesOneContiguousValueOrIsRefused)
         {QOR_BER, "24 07 04 02 41 42 04 01 43", 0, "41 42 43"},       // definite all through
         {QOR_BER, "24 80 24 80 04 01 41 00 00 24 03 04 01 42 00 00", 0, "41 42"},
         {QOR_BER, "24 0A 04 02 41 42 24 04 04 02 43 44", 0, "41 42 43 44"},
+        {QOR_BER, "24 80 04 02 41 42 24 80 04 01 43 00 00 00 00", 0, "41 42 43"},
         {QOR_BER, "04 05 41 42 43 44 45", 0, "41 42 43 44 45"},
         {QOR_BER, "24 80 04 00 04 01 41 04 00 00 00", 0, "41"}, // empty segments
         {QOR_BER, "24 80 00 00", 0, ""},
         {QOR_BER, "24 00", 0, ""},
         {QOR_BER, "24 81 04 04 81 01 41", 0, "41"},    // long forms
         {QOR_BER, "04 81 02 41 42", 0, "41 42"},
+        {QOR_BER, "1A 03 41 00 42", 0, "41 00 42"}, // any octet, NUL included
         {QOR_BER, "24 80 1F 04 01 41 00 00", 0, "41"}, // a tag written long is no error here
         {QOR_BER, "24 80 0C 01 41 00 00", kDataError, "[UNIVERSAL 12] (expected tag [UNIVERSAL 4])"},
         {QOR_BER, "24 80 44 01 41 00 00", kDataError, "0033E"}, // [APPLICATION 4]
