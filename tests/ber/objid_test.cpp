@@ -23,18 +23,11 @@ constexpr Enc kEncoders[] = {Enc::kArray, Enc::kList, Enc::kShortArray, Enc::kSh
 constexpr Dec kDecoders[] = {Dec::kNew,      Dec::kInline,      Dec::kPtr,      Dec::kList,
                              Dec::kShortNew, Dec::kShortInline, Dec::kShortPtr, Dec::kShortList};
 
-const char *nameOf(Enc e)
-{
-    static const char *const names[] = {"uiobjid", "liobjid", "usobjid", "lsobjid"};
-    return names[static_cast<int>(e)];
-}
-
-const char *nameOf(Dec d)
-{
-    static const char *const names[] = {"uiobjid", "aiobjid", "aiobjid_ptr", "liobjid",
-                                        "usobjid", "asobjid", "asobjid_ptr", "lsobjid"};
-    return names[static_cast<int>(d)];
-}
+const char *const kEncoderNames[] = {"uiobjid", "liobjid", "usobjid", "lsobjid"};
+const char *const kDecoderNames[] = {"uiobjid", "aiobjid", "aiobjid_ptr", "liobjid",
+                                     "usobjid", "asobjid", "asobjid_ptr", "lsobjid"};
+const char *nameOf(Enc e) { return kEncoderNames[static_cast<int>(e)]; }
+const char *nameOf(Dec d) { return kDecoderNames[static_cast<int>(d)]; }
 
 // Whether the arcs fit the 16-bit forms, the first subidentifier included.
 bool fitsShort(const Arcs &arcs)
