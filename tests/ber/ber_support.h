@@ -76,16 +76,6 @@ template <class Attempt> int failuresBeforeSuccess(Attempt &&attempt)
     return -1;
 }
 
-// A small deterministic generator for hostile input.
-struct Lcg {
-    uint32_t state;
-    uint32_t operator()()
-    {
-        state = state * 1103515245u + 12345u;
-        return state >> 16;
-    }
-};
-
 // Runs `body` over a copy of `input` of exactly its size, with `length` as
 // the contents length; on success it must have taken exactly `length` octets.
 template <class Body>
@@ -133,23 +123,21 @@ protected:
     }
 
     // Runs `write` below an empty output, then again in sizing mode, which
-    // must count the same. A failed call gives its blocks back, as the
-    // driver would, and is not run again.
+    // must count the same, write nothing and fail alike. A failed call gives
+    // its blocks back, as the driver would; one whose allocation failed is
+    // not run again (the encoder stack it left is the driver's).
     template <class W> Encoding attempt(W &&write)
     {
-        unsigned char *pos = nullptr;
-        QorLong room = 0;
-        QorLong length = 0;
-        unsigned char *value = nullptr;
-        QorLong returned = 0;
-        int code = inFrame(&world, QOR_OP_ENCODE, [&] {
+        unsigned char *pos = nullptr, *value = nullptr;
+        QorLong room = 0, length = 0, returned = 0, counted = 0;
+        const int code = inFrame(&world, QOR_OP_ENCODE, [&] {
             returned = write(&pos, &room);
             _qor_set_outmem_d(&world, room, &length, &value);
         });
-        if (code != 0) {
+        if (code != 0)
             releaseBlocks(&world);
+        if (code == QOR_OUT_OF_MEMORY)
             return {code, {}, 0, 0};
-        }
         Bytes out(value, value + length);
         if (value != nullptr)
             world.userFree(&world, value);
@@ -157,16 +145,17 @@ protected:
         world.encLength = 0;
         pos = nullptr;
         room = 0;
-        QorLong counted = 0;
-        EXPECT_EQ(inFrame(&world, QOR_OP_ENCODE, [&] { counted = write(&pos, &room); }), 0)
-            << "sizing mode";
+        const int sized = inFrame(&world, QOR_OP_ENCODE, [&] { counted = write(&pos, &room); });
         world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
-        EXPECT_EQ(world.encLength, length) << "sizing mode";
-        return {0, out, returned, counted};
+        EXPECT_EQ(sized, code) << "sizing mode and encoding disagree";
+        EXPECT_TRUE(code != 0 || world.encLength == length) << "sizing mode counted " << world.encLength;
+        EXPECT_EQ(world.blockQueue.count, 0) << "sizing mode wrote";
+        freeTempBlocks();
+        return {code, out, code == 0 ? returned : 0, code == 0 ? counted : 0};
     }
 
-    // A failed call gives its code; a successful one must return the length
-    // it wrote, and sizing mode the same.
+    // A successful call must also return the length it wrote, and sizing
+    // mode the same.
     template <class W> Encoding encode(W &&write)
     {
         Encoding e = attempt(write);
@@ -177,35 +166,11 @@ protected:
         return e;
     }
 
-    // What `write` puts below an empty output, as one message; sizing mode
-    // must count the same.
-    template <class W> Bytes encoded(W &&write)
-    {
-        Encoding e = attempt(write);
-        EXPECT_EQ(e.code, 0) << qorGetErrMsg(&world);
-        EXPECT_EQ(e.returned, static_cast<QorLong>(e.bytes.size())) << "returned size";
-        return e.bytes;
-    }
-
-    // What `write` puts below an empty output. Sizing mode must count it
-    // alike, write nothing, and fail alike; a failure's code goes to `code`,
-    // which must be given for a call expected to fail.
+    // The octets of a call that must succeed; a call that may fail gives its
+    // code to `code`.
     template <class W> Bytes encodeChecked(W &&write, int *code = nullptr)
     {
-        Encoding e = attempt(write);
-        EXPECT_EQ(world.blockQueue.count, 0) << "sizing mode wrote";
-        if (e.code == 0) {
-            EXPECT_EQ(e.returned, static_cast<QorLong>(e.bytes.size())) << "returned size";
-            EXPECT_EQ(e.counted, e.returned) << "sizing mode's result";
-        } else {
-            unsigned char *pos = nullptr;
-            QorLong room = 0;
-            world.encodingFlags |= DETERMINE_ENC_LENGTH;
-            EXPECT_EQ(inFrame(&world, QOR_OP_ENCODE, [&] { write(&pos, &room); }), e.code)
-                << "sizing mode and encoding disagree";
-            world.encodingFlags &= ~QorULong{DETERMINE_ENC_LENGTH};
-        }
-        freeTempBlocks();
+        Encoding e = encode(write);
         if (code != nullptr)
             *code = e.code;
         else
@@ -213,11 +178,17 @@ protected:
         return e.bytes;
     }
 
-    template <class W> int encodeError(W &&write)
+    template <class W> int encodeError(W &&write) { return encode(write).code; }
+
+    // A row's expectation: `wantCode`, then the octets that `text` names or
+    // a message that holds it.
+    void expectOutcome(int code, const Bytes &got, int wantCode, const char *text)
     {
-        int code = 0;
-        encodeChecked(write, &code);
-        return code;
+        EXPECT_EQ(code, wantCode) << world.errMsgBuffer;
+        if (wantCode == 0)
+            EXPECT_EQ(got, hex(text));
+        else
+            EXPECT_TRUE(messageHas(text)) << world.errMsgBuffer;
     }
 
     // Runs `read` over `input`; returns 0 or the raised code, and how many

@@ -45,16 +45,16 @@ TEST_F(Integers, SignedValuesTakeTheFewestOctets)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.bytes);
-        EXPECT_EQ(encoded(writer(_qor_encd_llint_tl, c.value, 0x02)), hex(c.bytes));
+        EXPECT_EQ(encodeChecked(writer(_qor_encd_llint_tl, c.value, 0x02)), hex(c.bytes));
         if (c.value >= INT32_MIN && c.value <= INT32_MAX) {
-            EXPECT_EQ(encoded(writer(_qor_encd_int_tl, static_cast<QorLong>(c.value), 0x02)),
+            EXPECT_EQ(encodeChecked(writer(_qor_encd_int_tl, static_cast<QorLong>(c.value), 0x02)),
                       hex(c.bytes));
         }
         int64_t back = 0;
         EXPECT_EQ(readAs(_qor_dec_llint, after(hex(c.bytes), 2), &back), 0);
         EXPECT_EQ(back, c.value);
     }
-    EXPECT_EQ(encoded(writer(_qor_encd_int_tl, 5, 0x9F21)), hex("9F 21 01 05"));
+    EXPECT_EQ(encodeChecked(writer(_qor_encd_int_tl, 5, 0x9F21)), hex("9F 21 01 05"));
 }
 
 TEST_F(Integers, UnsignedValuesGetAZeroOctetBeforeAHighBit)
@@ -71,9 +71,9 @@ TEST_F(Integers, UnsignedValuesGetAZeroOctetBeforeAHighBit)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.bytes);
-        EXPECT_EQ(encoded(writer(_qor_encd_ullint_tl, c.value, 0x02)), hex(c.bytes));
+        EXPECT_EQ(encodeChecked(writer(_qor_encd_ullint_tl, c.value, 0x02)), hex(c.bytes));
         if (c.value <= UINT32_MAX) {
-            EXPECT_EQ(encoded(writer(_qor_encd_uint_tl, static_cast<QorULong>(c.value), 0x02)),
+            EXPECT_EQ(encodeChecked(writer(_qor_encd_uint_tl, static_cast<QorULong>(c.value), 0x02)),
                       hex(c.bytes));
         }
     }
@@ -136,7 +136,7 @@ TEST_F(Integers, DecodersRefuseNeedlessAndImpossibleForms)
 TEST_F(Integers, BooleansAndHugeIntegers)
 {
     for (char v : {0, 1, 7})
-        EXPECT_EQ(encoded(writer(_qor_encd_bool_tl, 0x01, v)), hex(v != 0 ? "01 01 FF" : "01 01 00"));
+        EXPECT_EQ(encodeChecked(writer(_qor_encd_bool_tl, 0x01, v)), hex(v != 0 ? "01 01 FF" : "01 01 00"));
     char flag = 0;
     EXPECT_EQ(readAs(_qor_dec_bool, hex("01"), &flag), 0);
     EXPECT_EQ(flag, 1);
@@ -153,7 +153,7 @@ TEST_F(Integers, BooleansAndHugeIntegers)
     };
     for (const auto &[fn, value, contents] : huge) {
         Bytes v = hex(value);
-        EXPECT_EQ(encoded(writer(fn, v.data(), static_cast<QorLong>(v.size()))), hex(contents))
+        EXPECT_EQ(encodeChecked(writer(fn, v.data(), static_cast<QorLong>(v.size()))), hex(contents))
             << value;
     }
 

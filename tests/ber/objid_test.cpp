@@ -23,18 +23,11 @@ constexpr Enc kEncoders[] = {Enc::kArray, Enc::kList, Enc::kShortArray, Enc::kSh
 constexpr Dec kDecoders[] = {Dec::kNew,      Dec::kInline,      Dec::kPtr,      Dec::kList,
                              Dec::kShortNew, Dec::kShortInline, Dec::kShortPtr, Dec::kShortList};
 
-const char *nameOf(Enc e)
-{
-    static const char *const names[] = {"uiobjid", "liobjid", "usobjid", "lsobjid"};
-    return names[static_cast<int>(e)];
-}
-
-const char *nameOf(Dec d)
-{
-    static const char *const names[] = {"uiobjid", "aiobjid", "aiobjid_ptr", "liobjid",
-                                        "usobjid", "asobjid", "asobjid_ptr", "lsobjid"};
-    return names[static_cast<int>(d)];
-}
+const char *const kEncoderNames[] = {"uiobjid", "liobjid", "usobjid", "lsobjid"};
+const char *const kDecoderNames[] = {"uiobjid", "aiobjid", "aiobjid_ptr", "liobjid",
+                                     "usobjid", "asobjid", "asobjid_ptr", "lsobjid"};
+const char *nameOf(Enc e) { return kEncoderNames[static_cast<int>(e)]; }
+const char *nameOf(Dec d) { return kDecoderNames[static_cast<int>(d)]; }
 
 // Whether the arcs fit the 16-bit forms, the first subidentifier included.
 bool fitsShort(const Arcs &arcs)
@@ -205,8 +198,6 @@ TEST_F(Objid, OneFunctionServesTwoNames)
     });
 }
 
-// ---------------------------------------------------------------- vectors
-
 TEST_F(Objid, EveryFormEncodesAndDecodesTheSameOctets)
 {
     struct Case {
@@ -282,8 +273,6 @@ TEST_F(Objid, ArcsBeyondTheirWidthAreTooLong)
     }
 }
 
-// ---------------------------------------------------------------- encoders
-
 TEST_F(Objid, EncodersRefuseWhatTheRulesForbid)
 {
     struct Case {
@@ -358,8 +347,6 @@ TEST_F(Objid, ListEncoderFailingForMemoryLeavesTheStackToTheDriver)
     // Frames of the stack, then output blocks: each may fail.
     EXPECT_GE(failuresBeforeSuccess([&] { return encode(Enc::kList, arcs).code; }), 4);
 }
-
-// ---------------------------------------------------------------- decoders
 
 TEST_F(Objid, DecodersKeepTheLengthAndArcLimits)
 {
@@ -501,8 +488,6 @@ TEST_F(Objid, ListDecoderFailingForMemoryGivesBackWhatItTook)
         EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % alignof(QorObjidNode), 0u);
     EXPECT_EQ(n, 10);
 }
-
-// ---------------------------------------------------------------- encoded forms
 
 // Kept as they stand, the contents octets of an absolute and of a relative
 // identifier go through the same functions.

@@ -122,8 +122,6 @@ class RetainedExtension : public KeptValues {};
 
 } // namespace
 
-// ---------------------------------------------------------------- every keeper
-
 TEST_F(KeptValues, EveryKeeperKeepsTheWholeItemWithTagAndLength)
 {
     struct Case {
@@ -141,7 +139,9 @@ TEST_F(KeptValues, EveryKeeperKeepsTheWholeItemWithTagAndLength)
         // An item of tag 0 in a value of definite length is a value like any other.
         {"00 01 05", 3, "00 01 05"},
     };
+    // Nesting is read in one pass, however deep.
     const Bytes big = longOctets(3000);
+    const Bytes nested = concat({repeat("30 80", 20000), repeat("00 00", 20000)});
     for (const Keeper &keeper : {kOpenType, kNewOpenType, kAny, kDeferredWhole}) {
         SCOPED_TRACE(keeper.name);
         for (const Case &c : cases) {
@@ -152,6 +152,8 @@ TEST_F(KeptValues, EveryKeeperKeepsTheWholeItemWithTagAndLength)
             EXPECT_EQ(k.consumed, static_cast<QorLong>(hex(c.kept).size()));
         }
         EXPECT_TRUE(keep(big, -1, keeper).octets == big);
+        EXPECT_TRUE(keep(nested, -1, keeper).octets == nested);
+        EXPECT_EQ(keep(slice(nested, 0, nested.size() - 2), -1, keeper).code, kMoreInput);
     }
 }
 
@@ -196,13 +198,8 @@ TEST_F(KeptValues, AbsentValuesAndTheEnclosingEndOfContents)
         world.decodingFlags |= c.flags;
         Kept k = keep(hex(c.input), c.length, c.keeper);
         world.decodingFlags &= ~c.flags;
-        EXPECT_EQ(k.code, c.code) << world.errMsgBuffer;
-        if (c.code == 0) {
-            EXPECT_EQ(k.octets, hex(c.text));
-            EXPECT_EQ(k.consumed, static_cast<QorLong>(k.octets.size()));
-        } else {
-            EXPECT_TRUE(messageHas(c.text)) << world.errMsgBuffer;
-        }
+        expectOutcome(k.code, k.octets, c.code, c.text);
+        EXPECT_EQ(k.consumed, static_cast<QorLong>(k.octets.size()));
     }
 
     // Older releases pass 0 whatever follows: a value is always read.
@@ -222,7 +219,7 @@ TEST_F(KeptValues, AbsentValuesAndTheEnclosingEndOfContents)
     ASSERT_EQ(qorInitXAPIentries(&world, &testSchemaXapi), 0);
 }
 
-TEST_F(KeptValues, InnerLengthsThatLieAreRefused)
+TEST_F(KeptValues, InnerLengthsThatLieAndEveryTruncationAreRefused)
 {
     struct Case {
         const char *input;
@@ -252,31 +249,11 @@ TEST_F(KeptValues, InnerLengthsThatLieAreRefused)
                 EXPECT_EQ(keep(hex(c.input), 100, keeper).code, c.code);
             }
         }
-    }
-}
-
-TEST_F(KeptValues, DeepNestingIsReadInOnePass)
-{
-    const int depth = 20000;
-    Bytes nested = concat({repeat("30 80", depth), repeat("00 00", depth)});
-    Kept k = keep(nested, -1, kOpenType);
-    EXPECT_EQ(k.code, 0);
-    EXPECT_TRUE(k.octets == nested);
-    Bytes unfinished(nested.begin(), nested.end() - 2);
-    EXPECT_EQ(keep(unfinished, -1, kOpenType).code, kMoreInput);
-}
-
-TEST_F(KeptValues, EveryTruncationIsRefusedByEveryKeeper)
-{
-    for (const char *text : {"30 80 30 03 02 01 05 00 00", "30 06 04 01 41 04 01 42",
-                             "9F 81 48 01 07", "A1 80 24 80 04 01 41 00 00 00 00"}) {
-        SCOPED_TRACE(text);
-        const Bytes whole = hex(text);
-        for (const Keeper &keeper :
-             {kOpenType, kNewOpenType, kAny, kDeferredWhole, kDeferredAfterHeader}) {
-            SCOPED_TRACE(keeper.name);
-            EXPECT_EQ(keep(whole, -1, keeper).code, 0) << world.errMsgBuffer;
-            for (const Bytes &part : prefixes(whole))
+        for (const char *text : {"30 80 30 03 02 01 05 00 00", "30 06 04 01 41 04 01 42",
+                                 "9F 81 48 01 07", "A1 80 24 80 04 01 41 00 00 00 00"}) {
+            SCOPED_TRACE(text);
+            EXPECT_EQ(keep(hex(text), -1, keeper).code, 0) << world.errMsgBuffer;
+            for (const Bytes &part : prefixes(hex(text)))
                 EXPECT_EQ(keep(part, -1, keeper).code, kMoreInput) << part.size();
         }
     }
@@ -346,13 +323,8 @@ TEST_F(KeptValues, EncodersWriteTheKeptOctetsAndCheckTheRecord)
         SCOPED_TRACE(c.name);
         world.encodingFlags |= c.flags;
         Encoding e = encode(c.write);
-        EXPECT_EQ(e.code, c.code) << world.errMsgBuffer;
         world.encodingFlags &= ~c.flags;
-        if (c.code == 0) {
-            EXPECT_EQ(e.bytes, hex(c.text));
-        } else {
-            EXPECT_TRUE(messageHas(c.text)) << world.errMsgBuffer;
-        }
+        expectOutcome(e.code, e.bytes, c.code, c.text);
     }
 
     // Stored octets of a deferred component that are not one whole item: cut
@@ -375,8 +347,6 @@ TEST_F(KeptValues, EncodersWriteTheKeptOctetsAndCheckTheRecord)
     }
 }
 
-// ---------------------------------------------------------------- open types
-
 TEST_F(OpenType, UserFieldFormGetsTheWrapperPointer)
 {
     int marker = 0;
@@ -398,8 +368,6 @@ TEST_F(OpenType, UserFieldFormGetsTheWrapperPointer)
     }
     setFlag(world.presetDecFlags, QOR_PRESET_OPEN_TYPE_USER_FIELD, false);
 }
-
-// ---------------------------------------------------------------- deferred components
 
 TEST_F(Deferred, KeptWithTheTagAndLengthRebuiltAndWrittenBack)
 {
@@ -453,8 +421,6 @@ TEST_F(Deferred, KeptWithTheTagAndLengthRebuiltAndWrittenBack)
               kDataError);
     EXPECT_TRUE(messageHas("0051S")) << world.errMsgBuffer;
 }
-
-// ---------------------------------------------------------------- retained extensions
 
 TEST_F(RetainedExtension, ChainKeepsEachAdditionAndIsFreedWhole)
 {

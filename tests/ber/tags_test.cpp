@@ -30,9 +30,9 @@ TEST_F(Tags, HeadersAreWrittenInOnePiece)
     };
     for (const Case &c : cases) {
         SCOPED_TRACE(c.bytes);
-        EXPECT_EQ(encoded(writer(_qor_encd_tag_length, c.length, c.tag)), hex(c.bytes));
+        EXPECT_EQ(encodeChecked(writer(_qor_encd_tag_length, c.length, c.tag)), hex(c.bytes));
     }
-    EXPECT_EQ(encoded(writer(_qor_encd_tag_length2, 200, 0x04, 0xA1)), hex("A1 81 CB 04 81 C8"));
+    EXPECT_EQ(encodeChecked(writer(_qor_encd_tag_length2, 200, 0x04, 0xA1)), hex("A1 81 CB 04 81 C8"));
 }
 
 TEST_F(Tags, ReadingTagsAndLengths)

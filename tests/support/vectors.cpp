@@ -77,16 +77,11 @@ std::vector<Vector> load()
 
 } // namespace
 
-const std::vector<Vector> &referenceVectors()
-{
-    static const std::vector<Vector> all = load();
-    return all;
-}
-
 std::vector<Vector> vectorsFor(const std::string &schema, const std::string &rule)
 {
+    static const std::vector<Vector> all = load();
     std::vector<Vector> out;
-    for (const Vector &v : referenceVectors())
+    for (const Vector &v : all)
         if (v.schema == schema && v.rule == rule)
             out.push_back(v);
     return out;

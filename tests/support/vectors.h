@@ -17,10 +17,7 @@ struct Vector {
     std::string text;
 };
 
-// All vectors, or none when the folder isn't there.
-const std::vector<Vector> &referenceVectors();
-
-// The vectors of one schema and rule.
+// The vectors of one schema and rule; none when the folder isn't there.
 std::vector<Vector> vectorsFor(const std::string &schema, const std::string &rule);
 
 // Expects a decoded PersonnelRecord to hold the values of personnelExample.
