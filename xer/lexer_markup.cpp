@@ -276,7 +276,9 @@ const char *resolve(QorXmlEnv *env, const unsigned char *name, uint32_t length, 
     failText(env, Msg::kXmlUndefinedPrefix, name, length, true);
 }
 
-void readStartTag(QorXmlEnv *env, QorXmlTag *tag)
+} // namespace
+
+void read_start_tag(QorXmlEnv *env, QorXmlTag *tag)
 {
     Index *index = indexOf(env);
     tag->stack_mark = tag->attr_mark = stackTop(env);
@@ -357,8 +359,6 @@ void readStartTag(QorXmlEnv *env, QorXmlTag *tag)
         a->ns_uri = resolve(env, a->name, a->name_len, a->colon, false);
 }
 
-} // namespace
-
 int read_markup(QorXmlEnv *env)
 {
     QorXmlTag *tag = env->tag;
@@ -415,7 +415,7 @@ int read_markup(QorXmlEnv *env)
     env->depth++;
     tag->name_len = scanName(env, &tag->colon);
     advance(env, tag->name_len);
-    readStartTag(env, tag);
+    read_start_tag(env, tag);
     env->lexem = QOR_XML_TAG;
     return 0;
 }
