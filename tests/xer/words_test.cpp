@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "frame/world.h"
 #include "memory/blocks.h"
 #include "support/roundtrip.h"
 #include "xer/lexer.h"
@@ -119,6 +120,26 @@ TEST_F(Words, QualifiedNames)
     for (const Row &r : rows) {
         std::string trace = decode(r.doc, r.flags);
         EXPECT_EQ(trace.substr(0, r.trace.size()), r.trace) << r.doc;
+    }
+}
+
+// A URI that rows of the namespace table repeat is the last such row's
+// pointer: the trace names the schema's own row, and numbers another.
+TEST_F(Words, DuplicatedRowsGiveTheLast)
+{
+    static const char kCopy[] = "urn:example:a";
+    const QorXmlNsRow *own = lexemsExerInfo.ns_table;
+    const QorXmlNsRow rows[2][4] = {
+        {{0, kCopy, "c"}, own[0], own[1], own[2]},
+        {own[0], own[1], own[2], {0, kCopy, "c"}},
+    };
+    const char *traces[2] = {"<wordq>\nword p:x {urn:example:a}\n", "<wordq>\nword p:x {#1}\n"};
+    for (int i = 0; i < 2; i++) {
+        world.privateArea->namespaceCopy = const_cast<QorXmlNsRow *>(rows[i]);
+        world.privateArea->namespaceCount = 4;
+        std::string trace = decode("<wordq xmlns:p='urn:example:a'>p:x</wordq>");
+        world.privateArea->namespaceCopy = nullptr;
+        EXPECT_EQ(trace.substr(0, strlen(traces[i])), traces[i]) << i;
     }
 }
 
