@@ -202,6 +202,9 @@ void declareNamespace(QorXmlEnv *env, QorXmlTag *tag, const unsigned char *prefi
         if (same(prefix, prefixLength, d->prefix, d->prefix_len))
             failText(env, Msg::kXmlPrefixTwice, prefix, prefixLength, false);
     }
+    // The record goes first: a decoded copy of the URI above it can then be
+    // given back when the URI turns out to be known.
+    auto *d = newRecord<QorXmlNsDecl>(env);
     void *mark = stackTop(env);
     const unsigned char *value;
     uint32_t length;
@@ -238,7 +241,6 @@ void declareNamespace(QorXmlEnv *env, QorXmlTag *tag, const unsigned char *prefi
             canonical = reinterpret_cast<const char *>(value);
         }
     }
-    auto *d = newRecord<QorXmlNsDecl>(env);
     d->prefix = prefix;
     d->prefix_len = prefixLength;
     d->pos = pos;
@@ -251,7 +253,8 @@ void declareNamespace(QorXmlEnv *env, QorXmlTag *tag, const unsigned char *prefi
     env->ns_decls = d;
     d->prefix_shadow = index->prefixes[h];
     index->prefixes[h] = d;
-    uint32_t uh = hashOf(value, length) & (kNsBuckets - 1);
+    // By the canonical text, as drop_declarations finds it again.
+    uint32_t uh = hashOf(reinterpret_cast<const unsigned char *>(canonical), length) & (kNsBuckets - 1);
     d->uri_shadow = index->uris[uh];
     index->uris[uh] = d;
     tag->attr_mark = stackTop(env);
