@@ -11,8 +11,9 @@
  * to the trace's own memory (at most 256 octets) as a value decoder keeps
  * one, the stack given back by the consolidating form when the word is on
  * it, the line written after the element that ended the word, from the
- * copy. The element's own attributes are left unread, as a decoder leaves
- * those it does not know. */
+ * copy. "worda": its attributes, newest first, read word by word as
+ * "@name" and the word lines. The element's own attributes are otherwise
+ * left unread, as a decoder leaves those it does not know. */
 #include <string.h>
 
 #include "lexems_trace.h"
@@ -56,6 +57,35 @@ static void traceKept(Trace *t, QorXmlEnv *env, void *top)
     traceText(t, "\n");
 }
 
+/* The words of each attribute of the open tag. */
+static void traceAttributeWords(Trace *t, QorXmlEnv *env)
+{
+    QorXmlInputSave save;
+    AttrHead *a = (AttrHead *)env->open_tag->attrs;
+    if (a == NULL)
+        return;
+    _qor_tlex_store_input(env, &save);
+    for (; a != NULL; a = a->next) {
+        traceText(t, "@");
+        tracePut(t, a->name, a->name_len);
+        traceText(t, "\n");
+        _qor_tlex_set_attr_input(env, a);
+        for (;;) {
+            QorXmlWord w;
+            _qor_tlex_read_word(env, &w);
+            if (w.len != 0) {
+                traceText(t, "word ");
+                tracePut(t, w.text, w.len);
+                traceText(t, "\n");
+            }
+            _qor_tlex_free_name(env);
+            if (env->lexem == QOR_XML_END)
+                break;
+        }
+    }
+    _qor_tlex_restore_input(env, &save);
+}
+
 int traceWords(Trace *t, QorXmlEnv *env)
 {
     const QorXmlTag *open = env->open_tag;
@@ -72,6 +102,8 @@ int traceWords(Trace *t, QorXmlEnv *env)
     if (n == 7 && memcmp(local + 4, "ws", 2) == 0 && lexemsReadWordWs != NULL)
         mode = local[6] - '0';
     traceTag(t, open);
+    if (n == 5 && local[4] == 'a')
+        traceAttributeWords(t, env);
     if (open->kind != 1)
         return 1;
     _qor_tlex_get_lex(env);

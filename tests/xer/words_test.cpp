@@ -84,6 +84,10 @@ TEST_F(Words, WordsAndTheTagsThatEndThem)
         {"<wordc>abc&amp;def<x xmlns:p='urn:u' p:a='1'>t</x>g<y/></wordc>",
          "<wordc>\n<x>\n@p:a {#1}\n'1'\n't'\n</x>\nword abc&def\n<y/>\nword g\n</wordc>\n"},
         {"<wordc>&amp;" + kLong + "<x/></wordc>", "<wordc>\n<x/>\nword &" + std::string(255, 'a') + "\n</wordc>\n"},
+        // In attribute values: a slice to the value's end, through
+        // references and entities, whitespace normalised.
+        {"<!DOCTYPE worda [<!ENTITY e 'c\td'>]><worda x=' a&amp;b&e;e\tf' y='&#x31;2'/>",
+         "<worda/>\n@y\nword 12\n@x\nword a&bc\nword de\nword f\n"},
         {"<word>a\xFF</word>", "D0120S: Incorrect sequence of octets in UTF8String"},
         {"<word>a&nope;</word>", "D0191S: Reference to unknown entity: 'nope'"},
         {"<word>a", "D0081S"},
