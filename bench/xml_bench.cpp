@@ -48,6 +48,12 @@ std::string document(long kind, long n)
     case 3: // one long name
         d.append("<").append(static_cast<size_t>(n), 'n').append("/>");
         break;
+    case 5: // one word, copied for the reference in front
+        d.append("<word>&amp;").append(static_cast<size_t>(n), 'w').append("</word>");
+        break;
+    case 6: // one word, a slice of the input
+        d.append("<word>").append(static_cast<size_t>(n), 'w').append("</word>");
+        break;
     default: // plain text
         d.append("<a>").append(times("text &amp; more ", n / 16)).append("</a>");
     }
@@ -74,5 +80,11 @@ void lexHostile(benchmark::State &state)
 BENCHMARK(lexHostile)
     ->ArgsProduct({{0, 1, 2, 3, 4}, {250000, 500000}})
     ->Unit(benchmark::kMillisecond);
+
+// Words of fifty and a hundred million octets (the trace writes them out too).
+BENCHMARK(lexHostile)
+    ->ArgsProduct({{5, 6}, {50000000, 100000000}})
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(2);
 
 } // namespace

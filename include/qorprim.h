@@ -122,6 +122,16 @@ void _qor_tstk_free(QorGlobal *world, void *mark);
 void *_qor_tstk_get_altdecmem(QorGlobal *world, QorLong size);
 void _qor_tstk_consolidate_altdecmem(QorGlobal *world, void *target, QorLong total, QorLong chunk);
 void _qor_tstk_free_altdecmem(QorGlobal *world, void *mark);
+/* A text built in fragments under an XML lexer environment (a word of the
+ * input, a value's octets): each call gives room for the next `size` octets,
+ * the text so far lying right before it, moved whole when it must; the world's
+ * `tempMark` marks where the text began. The consolidating form copies `size`
+ * octets of the text whose first fragment is `mark` to `target`, gives the
+ * stack back to where the text began and brings the look-ahead tag up to
+ * date, as _qor_tlex_free_name does. */
+struct QorXmlEnv;
+void *_qor_tstk_new_fragment_tag(struct QorXmlEnv *env, QorLong size);
+void _qor_tstk_consolidate_array_tag(struct QorXmlEnv *env, void *mark, void *target, QorLong size);
 
 /* BER, DER and CER. Every primitive takes the position and room of the
  * generated code's locals: encoders write below *pos and return the octets
@@ -1529,6 +1539,17 @@ void _qor_tlex_check_close_tag(QorXmlEnv *env);
 void _qor_tlex_store_input(QorXmlEnv *env, QorXmlInputSave *save);
 void _qor_tlex_set_attr_input(QorXmlEnv *env, void *attribute);
 void _qor_tlex_restore_input(QorXmlEnv *env, QorXmlInputSave *save);
+/* Words. read_word drops whitespace and reads one whitespace-delimited word
+ * into `word` (an empty one with a null text when the lexem is no
+ * character): a slice of the input when it can, else a copy on the temporary
+ * stack, which free_name gives back. A start tag that ended the word is
+ * unread meanwhile, and read again by free_name: its attributes and
+ * declarations are not to be looked at in between. resolve_prefix checks
+ * the word as a qualified name, sets its `colon` and `ns_uri` (the canonical
+ * pointer, null for none) and returns the URI's length. */
+void _qor_tlex_read_word(QorXmlEnv *env, QorXmlWord *word);
+void _qor_tlex_free_name(QorXmlEnv *env);
+uint32_t _qor_tlex_resolve_prefix(QorXmlEnv *env, QorXmlWord *word);
 
 #ifdef __cplusplus
 }

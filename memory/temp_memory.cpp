@@ -70,6 +70,8 @@ void releaseTemp(QorGlobal *world)
 {
     if (world->privateArea->tempBufferSize == 0)
         releaseTempBlocksDownTo(world, nullptr);
+    // A text left in fragments by a call that failed goes with the stack.
+    world->tempMark = nullptr;
     while (void *piece = world->altDecList) {
         world->altDecList = *static_cast<void **>(piece);
         userRelease(world, piece);

@@ -1,11 +1,13 @@
 // The temporary stack: scratch memory of one call in blocks of at least
 // 4096 octets; a mark given back frees everything newer. Also alternate
 // decoder memory, collected in pieces and assembled at the end.
+#include <cassert>
 #include <cstring>
 
 #include "frame/errors.h"
 #include "memory/blocks.h"
 #include "memory/temp_block.h"
+#include "xer/lexer.h"
 
 using namespace qor;
 
@@ -14,10 +16,23 @@ namespace {
 constexpr QorLong kMinimumBlock = 4096;
 constexpr size_t kAltHeader = sizeof(void *); // the link to the next older piece
 
+constexpr QorLong kLargestPiece = (INT32_MAX - 64) & ~QorLong{7};
+
 void checkSize(QorGlobal *world, QorLong size)
 {
     raiseIf(world, size < 0 || size > INT32_MAX - 64, Msg::kOutOfMemory, size);
 }
+
+unsigned char *alignUp8(unsigned char *p) { return p + ((0 - reinterpret_cast<uintptr_t>(p)) & 7); }
+
+// The head of a text built in fragments, at the world's word mark. The text
+// follows it until the top block cannot take the next fragment; then the
+// text moves, to a block twice its size when a block must be added, so that
+// an octet is copied a bounded number of times however long the text grows.
+struct FragmentHead {
+    unsigned char *text; // where the text is now
+    unsigned char *end;  // its end, where the next fragment goes
+};
 
 } // namespace
 
@@ -51,7 +66,63 @@ void _qor_tstk_free(QorGlobal *world, void *mark)
     auto *at = static_cast<unsigned char *>(mark);
     if (world->privateArea->tempBufferSize == 0)
         releaseTempBlocksDownTo(world, at);
+    // A mark above the top is stale: taken before its memory was given back
+    // by somebody else. Raising the top to it would hand out that memory
+    // again while records above the real top still live.
+    assert(at <= world->tempLow && "a stale mark above the temporary stack's top");
     world->tempLow = at;
+}
+
+void *_qor_tstk_new_fragment_tag(QorXmlEnv *env, QorLong size)
+{
+    QorGlobal *world = env->world;
+    checkSize(world, size);
+    auto *head = reinterpret_cast<FragmentHead *>(world->tempMark);
+    if (head == nullptr) {
+        head = static_cast<FragmentHead *>(_qor_tstk_alloc(world, sizeof(FragmentHead)));
+        head->text = head->end = reinterpret_cast<unsigned char *>(head + 1);
+        world->tempMark = reinterpret_cast<unsigned char *>(head);
+    }
+    unsigned char *end = head->end;
+    // The top stays a multiple of 8 for the records that come after; the
+    // text itself grows without padding, so that it stays one piece.
+    if (alignUp8(end) == world->tempLow && world->tempHigh - end >= size) {
+        head->end = end + size;
+        world->tempLow = alignUp8(head->end);
+        return end;
+    }
+    QorLong length = end - head->text;
+    checkSize(world, length + size);
+    QorLong need = roundUp8(length + size);
+    if (world->tempLow == nullptr || world->tempHigh - world->tempLow < need)
+        _qor_tstk_add_block(world, 2 * need <= kLargestPiece ? 2 * need : need);
+    unsigned char *text = world->tempLow;
+    if (length > 0)
+        memcpy(text, head->text, static_cast<size_t>(length));
+    head->text = text;
+    head->end = text + length + size;
+    world->tempLow = alignUp8(head->end);
+    return text + length;
+}
+
+void _qor_tstk_consolidate_array_tag(QorXmlEnv *env, void *mark, void *target, QorLong size)
+{
+    QorGlobal *world = env->world;
+    auto *from = static_cast<const unsigned char *>(mark);
+    void *bottom = mark;
+    auto *head = reinterpret_cast<FragmentHead *>(world->tempMark);
+    // A text of the fragment form is found through the word mark, wherever
+    // it moved from `mark`.
+    if (head != nullptr) {
+        from = head->text;
+        bottom = head;
+        world->tempMark = nullptr;
+    }
+    if (size > 0 && target != nullptr)
+        memcpy(target, from, static_cast<size_t>(size));
+    _qor_tstk_free(world, bottom);
+    qor::tlex::refresh_tag(env);
+    env->state &= ~qor::tlex::kWordOnStack;
 }
 
 void *_qor_tstk_get_altdecmem(QorGlobal *world, QorLong size)

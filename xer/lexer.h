@@ -256,4 +256,27 @@ inline void advance(QorXmlEnv *env, uint32_t n)
 // Drops whitespace octets; whether there were any.
 bool skip_ws_octets(QorXmlEnv *env);
 
+// Words, and the look-ahead tag that ended one.
+constexpr uint32_t kWordOnStack = 4;       // a word is alive: free_name ends it
+constexpr uint32_t kWordTaken = 0x1000;    // the caller brings the tag up to date
+constexpr uint32_t kTagUnread = 0x2000;    // the tag's attributes are to be read again
+constexpr uint32_t kTagMarksStale = 0x4000; // the tag has no records, only old marks
+// Whitespace modes of read_word_ws.
+constexpr int kWsPreserve = 0;
+constexpr int kWsCollapse = 2;
+constexpr int kWsReplace = 4;
+
+// The whole text up to the next tag or the end of the input, whitespace
+// written by `mode`, on the temporary stack; leading whitespace is dropped
+// when collapsing. As read_word, free_name ends its life.
+void read_word_ws(QorXmlEnv *env, QorXmlWord *word, int mode);
+// Gives back the records of a start tag that is the look-ahead, to be read
+// again later: a word below them can then go first.
+void unread_tag(QorXmlEnv *env);
+void reread_tag(QorXmlEnv *env);
+// After a word's stack is given back: the tag's new marks, or its re-read.
+void refresh_tag(QorXmlEnv *env);
+// The attributes and declarations of the start tag in `tag`, its name read.
+void read_start_tag(QorXmlEnv *env, QorXmlTag *tag);
+
 } // namespace qor::tlex

@@ -202,6 +202,9 @@ void declareNamespace(QorXmlEnv *env, QorXmlTag *tag, const unsigned char *prefi
         if (same(prefix, prefixLength, d->prefix, d->prefix_len))
             failText(env, Msg::kXmlPrefixTwice, prefix, prefixLength, false);
     }
+    // The record goes first: a decoded copy of the URI above it can then be
+    // given back when the URI turns out to be known.
+    auto *d = newRecord<QorXmlNsDecl>(env);
     void *mark = stackTop(env);
     const unsigned char *value;
     uint32_t length;
@@ -238,7 +241,6 @@ void declareNamespace(QorXmlEnv *env, QorXmlTag *tag, const unsigned char *prefi
             canonical = reinterpret_cast<const char *>(value);
         }
     }
-    auto *d = newRecord<QorXmlNsDecl>(env);
     d->prefix = prefix;
     d->prefix_len = prefixLength;
     d->pos = pos;
@@ -251,7 +253,8 @@ void declareNamespace(QorXmlEnv *env, QorXmlTag *tag, const unsigned char *prefi
     env->ns_decls = d;
     d->prefix_shadow = index->prefixes[h];
     index->prefixes[h] = d;
-    uint32_t uh = hashOf(value, length) & (kNsBuckets - 1);
+    // By the canonical text, as drop_declarations finds it again.
+    uint32_t uh = hashOf(reinterpret_cast<const unsigned char *>(canonical), length) & (kNsBuckets - 1);
     d->uri_shadow = index->uris[uh];
     index->uris[uh] = d;
     tag->attr_mark = stackTop(env);
@@ -276,7 +279,9 @@ const char *resolve(QorXmlEnv *env, const unsigned char *name, uint32_t length, 
     failText(env, Msg::kXmlUndefinedPrefix, name, length, true);
 }
 
-void readStartTag(QorXmlEnv *env, QorXmlTag *tag)
+} // namespace
+
+void read_start_tag(QorXmlEnv *env, QorXmlTag *tag)
 {
     Index *index = indexOf(env);
     tag->stack_mark = tag->attr_mark = stackTop(env);
@@ -357,8 +362,6 @@ void readStartTag(QorXmlEnv *env, QorXmlTag *tag)
         a->ns_uri = resolve(env, a->name, a->name_len, a->colon, false);
 }
 
-} // namespace
-
 int read_markup(QorXmlEnv *env)
 {
     QorXmlTag *tag = env->tag;
@@ -415,7 +418,7 @@ int read_markup(QorXmlEnv *env)
     env->depth++;
     tag->name_len = scanName(env, &tag->colon);
     advance(env, tag->name_len);
-    readStartTag(env, tag);
+    read_start_tag(env, tag);
     env->lexem = QOR_XML_TAG;
     return 0;
 }

@@ -442,3 +442,35 @@ bool check_uri(const unsigned char *text, uint32_t length)
 }
 
 } // namespace qor::tlex
+
+using namespace qor::tlex;
+
+extern "C" {
+
+uint32_t _qor_tlex_resolve_prefix(QorXmlEnv *env, QorXmlWord *word)
+{
+    const unsigned char *text = word->text;
+    uint32_t length = word->len;
+    const auto *c = length != 0 ? static_cast<const unsigned char *>(memchr(text, ':', length)) : nullptr;
+    int32_t colon = c != nullptr ? static_cast<int32_t>(c - text) : -1;
+    uint32_t skip = colon < 0 ? 0 : static_cast<uint32_t>(colon) + 1;
+    // The local part is a name without colons; a fault shows the whole word.
+    if (int bad = check_name(length != 0 ? text + skip : text, length - skip, kNoColon))
+        failText(env, static_cast<qor::Msg>(bad), text, length, false);
+    word->colon = colon;
+    const QorXmlNsDecl *d = find_prefix(env, colon < 0 ? nullptr : text, colon < 0 ? 0 : static_cast<uint32_t>(colon));
+    if (d != nullptr) {
+        word->ns_uri = d->uri;
+        return d->uri != nullptr ? d->uri_len : 0;
+    }
+    word->ns_uri = nullptr;
+    if (colon < 0)
+        return 0;
+    if (colon == 3 && memcmp(text, "xml", 3) == 0) {
+        word->ns_uri = env->xml_uri;
+        return kXmlNamespaceLength;
+    }
+    failText(env, qor::Msg::kXmlUndefinedPrefix, text, length, true);
+}
+
+} // extern "C"

@@ -34,5 +34,8 @@ void traceLexem(Trace *t, const QorXmlEnv *env);
 /* The element whose start tag is the lexem: its lines, up to and including
  * its close. */
 void traceElement(Trace *t, QorXmlEnv *env);
+/* The open element, if its local name begins with "word" (lexems_words.c):
+ * 1 when it was traced. */
+int traceWords(Trace *t, QorXmlEnv *env);
 
 #endif

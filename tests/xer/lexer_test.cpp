@@ -298,6 +298,10 @@ TEST_F(Lexer, ValueDecoderCalls)
         {"<r><a xmlns='urn:example:a'/> <b>x</b></r>", 0,
          "<r>\nmatch 0 2\n<a {urn:example:a}/>\nmatch 1 0\n<b>\n'x'\n</b>\n"},
         {"<r/>", 0, "<r/>\n"},
+        // URIs compare by pointer: a decoded copy of the table's text is the
+        // table's own pointer; the same local name in another namespace is none.
+        {"<r><p:b xmlns:p='urn:example&#x3A;a'/><p:b xmlns:p='urn:example:b'/></r>", 0,
+         "<r>\nmatch 0 2\n<p:b {urn:example:a}/>\nmatch 0 0\n<p:b {#1}/>\n"},
         {"<r>xy</r>", 5, "D0159E: Expecting mandatory whitespace"},
         {"<r>| <a/></r>", 0, "<r>\n'|'\nmatch 2 0\n<a/>\n"},
         {"<r>| z</r>", 5, "D0214S: XML tag expected"},
