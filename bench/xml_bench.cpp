@@ -48,6 +48,19 @@ std::string document(long kind, long n)
     case 3: // one long name
         d.append("<").append(static_cast<size_t>(n), 'n').append("/>");
         break;
+    case 5: // n / 10 entities, each referred to ten times
+    case 6: // the same in an element that the checking skip passes over
+        d = "<!DOCTYPE a [";
+        for (long i = 0; i < n / 10; i++)
+            d.append("<!ENTITY e").append(std::to_string(i)).append(" 'x'>");
+        d.append(kind == 5 ? "]><a>" : "]><skip>");
+        for (long i = 0; i < n; i++)
+            d.append("&e").append(std::to_string(i % (n / 10))).append(";");
+        d.append(kind == 5 ? "</a>" : "</skip>");
+        break;
+    case 7: // an element nested n deep, skipped
+        d.append("<skip>").append(times("<u>", n)).append(times("</u>", n)).append("</skip>");
+        break;
     default: // plain text
         d.append("<a>").append(times("text &amp; more ", n / 16)).append("</a>");
     }
@@ -59,7 +72,8 @@ void lexHostile(benchmark::State &state)
     QorGlobal world{};
     if (qorinit(&world, &testSchemaTable) != 0 || qorSetEncodingRules(&world, QOR_EXER) != 0)
         abort();
-    qorSetDecodingFlags(&world, IGNORE_UNKNOWN_ATTRIBUTES);
+    qorSetDecodingFlags(&world, IGNORE_UNKNOWN_ATTRIBUTES |
+                                    (state.range(0) == 6 ? STRICT_ENCODING_DECODING_RULES : 0));
     std::string doc = document(state.range(0), state.range(1));
     for (auto _ : state) {
         QorBuf in = {static_cast<QorLong>(doc.size()), reinterpret_cast<unsigned char *>(doc.data())};
@@ -73,6 +87,12 @@ void lexHostile(benchmark::State &state)
 
 BENCHMARK(lexHostile)
     ->ArgsProduct({{0, 1, 2, 3, 4}, {250000, 500000}})
+    ->Unit(benchmark::kMillisecond);
+
+// Entities and skips at the sizes where a quadratic step would show:
+// 10^5 entities with 10^6 references, and 10^6 nested elements skipped.
+BENCHMARK(lexHostile)
+    ->ArgsProduct({{5, 6, 7}, {1000000, 2000000}})
     ->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -127,6 +127,8 @@ static const QorXmlEmbedFn readOn = noHook;
 /* The open element: its tag, attributes and content, up to its end tag. */
 static void walkOpen(Trace *t, QorXmlEnv *env)
 {
+    if (walkSkipped(t, env))
+        return;
     traceTag(t, env->open_tag);
     putAttributes(t, env);
     if (env->open_tag->kind != 1)

@@ -34,5 +34,8 @@ void traceLexem(Trace *t, const QorXmlEnv *env);
 /* The element whose start tag is the lexem: its lines, up to and including
  * its close. */
 void traceElement(Trace *t, QorXmlEnv *env);
+/* Elements that are skipped or hold a contained document (lexems_skip.c):
+ * 1 when the open element was one of those, its end tag now the lexem. */
+int walkSkipped(Trace *t, QorXmlEnv *env);
 
 #endif
