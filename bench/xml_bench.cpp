@@ -50,7 +50,7 @@ std::string document(long kind, long n)
         break;
     case 5: // n / 10 entities, each referred to ten times
     case 6: // the same in an element that the checking skip passes over
-        d = "<!DOCTYPE a [";
+        d = kind == 5 ? "<!DOCTYPE a [" : "<!DOCTYPE skip [";
         for (long i = 0; i < n / 10; i++)
             d.append("<!ENTITY e").append(std::to_string(i)).append(" 'x'>");
         d.append(kind == 5 ? "]><a>" : "]><skip>");
@@ -79,8 +79,11 @@ void lexHostile(benchmark::State &state)
         QorBuf in = {static_cast<QorLong>(doc.size()), reinterpret_cast<unsigned char *>(doc.data())};
         void *out = nullptr;
         int pdu = PDU_Lexems;
-        if (qorDecode(&world, &pdu, &in, &out) == 0)
+        int code = qorDecode(&world, &pdu, &in, &out);
+        if (code == 0)
             qorFreePDU(&world, pdu, out);
+        else if (state.range(0) >= 5) // these documents are good ones
+            state.SkipWithError(qorGetErrMsg(&world));
     }
     qorterm(&world);
 }
