@@ -54,6 +54,19 @@ std::string document(long kind, long n)
     case 6: // one word, a slice of the input
         d.append("<word>").append(static_cast<size_t>(n), 'w').append("</word>");
         break;
+    case 7: // n / 10 entities, each referred to ten times
+    case 8: // the same in an element that the checking skip passes over
+        d = kind == 7 ? "<!DOCTYPE a [" : "<!DOCTYPE skip [";
+        for (long i = 0; i < n / 10; i++)
+            d.append("<!ENTITY e").append(std::to_string(i)).append(" 'x'>");
+        d.append(kind == 7 ? "]><a>" : "]><skip>");
+        for (long i = 0; i < n; i++)
+            d.append("&e").append(std::to_string(i % (n / 10))).append(";");
+        d.append(kind == 7 ? "</a>" : "</skip>");
+        break;
+    case 9: // an element nested n deep, skipped
+        d.append("<skip>").append(times("<u>", n)).append(times("</u>", n)).append("</skip>");
+        break;
     default: // plain text
         d.append("<a>").append(times("text &amp; more ", n / 16)).append("</a>");
     }
@@ -65,14 +78,18 @@ void lexHostile(benchmark::State &state)
     QorGlobal world{};
     if (qorinit(&world, &testSchemaTable) != 0 || qorSetEncodingRules(&world, QOR_EXER) != 0)
         abort();
-    qorSetDecodingFlags(&world, IGNORE_UNKNOWN_ATTRIBUTES);
+    qorSetDecodingFlags(&world, IGNORE_UNKNOWN_ATTRIBUTES |
+                                    (state.range(0) == 8 ? STRICT_ENCODING_DECODING_RULES : 0));
     std::string doc = document(state.range(0), state.range(1));
     for (auto _ : state) {
         QorBuf in = {static_cast<QorLong>(doc.size()), reinterpret_cast<unsigned char *>(doc.data())};
         void *out = nullptr;
         int pdu = PDU_Lexems;
-        if (qorDecode(&world, &pdu, &in, &out) == 0)
+        int code = qorDecode(&world, &pdu, &in, &out);
+        if (code == 0)
             qorFreePDU(&world, pdu, out);
+        else if (state.range(0) >= 5) // these documents are good ones
+            state.SkipWithError(qorGetErrMsg(&world));
     }
     qorterm(&world);
 }
@@ -86,5 +103,11 @@ BENCHMARK(lexHostile)
     ->ArgsProduct({{5, 6}, {50000000, 100000000}})
     ->Unit(benchmark::kMillisecond)
     ->Iterations(2);
+
+// Entities and skips at the sizes where a quadratic step would show:
+// 10^5 entities with 10^6 references, and 10^6 nested elements skipped.
+BENCHMARK(lexHostile)
+    ->ArgsProduct({{7, 8, 9}, {1000000, 2000000}})
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace

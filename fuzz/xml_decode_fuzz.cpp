@@ -1,11 +1,14 @@
 // Fuzzing the XML lexer: the input is decoded as a Lexems document under
-// EXER, which walks every lexem, attribute value and entity it holds.
+// EXER, which walks every lexem, attribute value and entity it holds, and
+// skips or reads as contained documents the elements named for it. An
+// input of odd length is decoded under the strict rules, where skipping
+// checks what it passes.
 #include "fuzz_support.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     QorGlobal *world = qorfuzz::context();
-    qorSetDecodingFlags(world, 0);
+    qorSetDecodingFlags(world, size % 2 != 0 ? STRICT_ENCODING_DECODING_RULES : 0);
     if (qorSetEncodingRules(world, QOR_EXER) != 0)
         __builtin_trap();
     std::vector<unsigned char> input(data, data + size);

@@ -1466,6 +1466,25 @@ typedef struct QorXmlInputSave {
     uint8_t ch_len;
 } QorXmlInputSave;
 
+/* What _qor_tlex_push_input keeps of the outer document while a contained
+ * one is read. Its first member is the contained document's tag record. */
+typedef struct QorXmlDocumentSave {
+    QorXmlTag tag;
+    QorXmlTag *saved_tag;
+    QorXmlTag *open_tag;
+    void *ns_decls;
+    void *stack_top;    /* the temporary stack's top */
+    uint32_t lexem;
+    uint32_t tag_left;
+    uint32_t tag_end_left;
+    uint32_t state;
+    uint32_t ns_floor;  /* where the outer document's declarations end */
+    unsigned char ch[4];
+    uint8_t ch_len;
+    uint8_t reserved;
+    uint16_t input_depth;
+} QorXmlDocumentSave;
+
 /* The function at the head of an embedded-values hook record. */
 typedef void (*QorXmlEmbedFn)(QorXmlEnv *env, void *hook);
 
@@ -1550,6 +1569,22 @@ void _qor_tlex_restore_input(QorXmlEnv *env, QorXmlInputSave *save);
 void _qor_tlex_read_word(QorXmlEnv *env, QorXmlWord *word);
 void _qor_tlex_free_name(QorXmlEnv *env);
 uint32_t _qor_tlex_resolve_prefix(QorXmlEnv *env, QorXmlWord *word);
+/* Skipping: skip_type passes over the open element's content and reads its
+ * end tag, which becomes the lexem (with STRICT_ENCODING_DECODING_RULES the
+ * content is checked on the way), and drops its attributes unexamined.
+ * skip_content passes over elements and text from the lexem on, up to an
+ * end tag; state bit 0x400: one element, which must be there, and then a
+ * tag; 0x800: one element, and the text after it. */
+void _qor_tlex_skip_type(QorXmlEnv *env);
+void _qor_tlex_skip_content(QorXmlEnv *env);
+/* A contained document of `length` octets at `buffer`: push keeps the
+ * lexem, the tags, the declarations and the temporary stack's top in
+ * `save`, and reads the root tag into save->tag, which becomes both `tag`
+ * and `open_tag` (returned); the buffer must outlive the reading. Pop
+ * returns to the outer document as it was. */
+QorXmlTag *_qor_tlex_push_input(QorXmlEnv *env, QorXmlDocumentSave *save, const unsigned char *buffer,
+                                QorULong length);
+void _qor_tlex_pop_input(QorXmlEnv *env, QorXmlDocumentSave *save);
 
 #ifdef __cplusplus
 }

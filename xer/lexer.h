@@ -63,6 +63,8 @@ constexpr uint32_t kDecodedCopy = 4;
 
 // State bits beyond those of the public header.
 constexpr uint32_t kUnionAttempt = 8;
+constexpr uint32_t kSkipOne = 0x400;      // skip_content: one element, then a tag
+constexpr uint32_t kSkipOneLoose = 0x800; // skip_content: one element, text dropped
 
 constexpr QorULong kIgnoreUnknownAttributes = IGNORE_UNKNOWN_ATTRIBUTES;
 
@@ -278,5 +280,16 @@ void reread_tag(QorXmlEnv *env);
 void refresh_tag(QorXmlEnv *env);
 // The attributes and declarations of the start tag in `tag`, its name read.
 void read_start_tag(QorXmlEnv *env, QorXmlTag *tag);
+// Skipping. The raw text of skipped content goes to a sink in pieces, in
+// order, as the skip passes it: the ANY-ELEMENT decoder collects it there.
+struct CopySink {
+    void (*put)(QorXmlEnv *env, CopySink *sink, const unsigned char *text, uint32_t length);
+};
+// Skips the open element's content through its end tag, which becomes the
+// lexem, and drops its attributes; with a sink, the content goes there.
+void skip_element(QorXmlEnv *env, CopySink *sink);
+// The closing of the open element without reading on: its attributes
+// checked, the lexem compared as its end tag, its records given back.
+void close_element(QorXmlEnv *env);
 
 } // namespace qor::tlex

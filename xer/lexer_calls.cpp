@@ -104,6 +104,19 @@ void compareEndTag(QorXmlEnv *env, const QorXmlTag *end)
 
 } // namespace
 
+void close_element(QorXmlEnv *env)
+{
+    QorXmlTag *open = env->open_tag;
+    if (open->attrs != nullptr)
+        check_attrs(env);
+    if (open->kind == 1) {
+        if (env->lexem != QOR_XML_TAG || env->tag->kind != 2)
+            fail(env, Msg::kXmlEndTagExpected);
+        compareEndTag(env, env->tag);
+    }
+    releaseElement(env);
+}
+
 void close_value_tag(QorXmlEnv *env)
 {
     QorXmlTag local;

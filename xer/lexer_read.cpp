@@ -204,7 +204,9 @@ void push_entity(QorXmlEnv *env, const QorXmlEntity *entity)
 
 void pop_entity(QorXmlEnv *env)
 {
-    if (env->input_depth == 0)
+    // A document, the main one or a contained one, ends the reading: an
+    // input below a contained document is never read on into.
+    if (env->input_depth == 0 || (env->input_flags & QOR_XML_DOCUMENT) != 0)
         endOfInput(env);
     const QorXmlInputFrame &saved = env->input_stack[env->input_depth - 1];
     // An entity closes what it opened, and opens nothing it leaves open.
@@ -254,7 +256,7 @@ void _qor_tlex_get_lex(QorXmlEnv *env)
         while (env->input_left == 0) {
             uint32_t f = env->input_flags;
             if ((f & QOR_XML_IN_CDATA) != 0)
-                fail(env, env->input_depth > 0 ? qor::Msg::kXmlCdataUnfinished : qor::Msg::kEndOfInput);
+                fail(env, (f & QOR_XML_DOCUMENT) == 0 ? qor::Msg::kXmlCdataUnfinished : qor::Msg::kEndOfInput);
             if ((f & QOR_XML_IN_ATTR) != 0 && (f & QOR_XML_ATTR_ENTITY) == 0) {
                 env->lexem = QOR_XML_END;
                 return;
@@ -305,6 +307,74 @@ void _qor_tlex_get_lex(QorXmlEnv *env)
             env->ch.bytes[0] = ' ';
         return;
     }
+}
+
+QorXmlTag *_qor_tlex_push_input(QorXmlEnv *env, QorXmlDocumentSave *save, const unsigned char *buffer,
+                                QorULong length)
+{
+    Index *index = indexOf(env);
+    if (length > UINT32_MAX)
+        fail(env, qor::Msg::kXmlTooComplex);
+    save->saved_tag = env->tag;
+    save->open_tag = env->open_tag;
+    save->ns_decls = env->ns_decls;
+    save->stack_top = env->world->tempLow;
+    save->lexem = env->lexem;
+    save->tag_left = env->tag_left;
+    save->tag_end_left = env->tag_end_left;
+    save->state = env->state;
+    save->ns_floor = index->nsFloor;
+    memcpy(save->ch, env->ch.bytes, 4);
+    save->ch_len = env->ch_len;
+    save->reserved = 0;
+    save->input_depth = env->input_depth;
+    // The contained document has no place of its own in the outer one:
+    // its faults point at the outer document's place, plus their offset.
+    uint32_t base = offsetOf(env);
+    pushFrame(env);
+    if (length >= 3 && buffer[0] == 0xEF && buffer[1] == 0xBB && buffer[2] == 0xBF) {
+        buffer += 3;
+        length -= 3;
+    }
+    env->input = buffer;
+    env->input_left = env->input_len = static_cast<uint32_t>(length);
+    env->input_base = base;
+    env->input_flags = QOR_XML_DOCUMENT;
+    env->depth = 0;
+    // The outer document's declarations are out of scope in there.
+    env->ns_decls = nullptr;
+    index->nsFloor = index->nsInScope;
+    env->state |= QOR_XML_DOCUMENT_START;
+    memset(&save->tag, 0, sizeof save->tag);
+    env->tag = &save->tag;
+    _qor_tlex_get_tag(env);
+    if (save->tag.kind == 2)
+        fail(env, qor::Msg::kXmlStartOrEmptyExpected);
+    env->open_tag = &save->tag;
+    return &save->tag;
+}
+
+void _qor_tlex_pop_input(QorXmlEnv *env, QorXmlDocumentSave *save)
+{
+    Index *index = indexOf(env);
+    // The contained document's declarations were a list of their own.
+    drop_declarations(env, 0);
+    index->nsFloor = save->ns_floor;
+    // Whatever the contained document left pushed goes with it.
+    env->input_depth = save->input_depth;
+    restoreInput(env, &env->input_stack[save->input_depth]);
+    env->ns_decls = save->ns_decls;
+    env->tag = save->saved_tag;
+    env->open_tag = save->open_tag;
+    env->lexem = save->lexem;
+    env->tag_left = save->tag_left;
+    env->tag_end_left = save->tag_end_left;
+    env->state = save->state;
+    memcpy(env->ch.bytes, save->ch, 4);
+    env->ch_len = save->ch_len;
+    // A word of the contained document dies with it.
+    env->world->tempMark = nullptr;
+    _qor_tstk_free(env->world, save->stack_top);
 }
 
 void _qor_tlex_get_lex_collapse(QorXmlEnv *env)

@@ -129,6 +129,8 @@ static void walkOpen(Trace *t, QorXmlEnv *env)
 {
     if (traceWords(t, env))
         return;
+    if (walkSkipped(t, env))
+        return;
     traceTag(t, env->open_tag);
     putAttributes(t, env);
     if (env->open_tag->kind != 1)

@@ -37,5 +37,8 @@ void traceElement(Trace *t, QorXmlEnv *env);
 /* The open element, if its local name begins with "word" (lexems_words.c):
  * 1 when it was traced. */
 int traceWords(Trace *t, QorXmlEnv *env);
+/* Elements that are skipped or hold a contained document (lexems_skip.c):
+ * 1 when the open element was one of those, its end tag now the lexem. */
+int walkSkipped(Trace *t, QorXmlEnv *env);
 
 #endif
