@@ -3,53 +3,16 @@
 
 #include <string>
 
-#include "support/roundtrip.h"
+#include "xml_support.h"
 
 namespace {
 
-using qortest::ContextTest;
+using qortest::Outcome;
+using qortest::times;
 using qortest::CountingAllocator;
 
-struct Outcome {
-    int code;
-    std::string trace; // the decoded lines, or the message
-};
+class Lexer : public qortest::XmlTest {};
 
-class Lexer : public ContextTest {
-protected:
-    void SetUp() override
-    {
-        ContextTest::SetUp();
-        ASSERT_EQ(qorSetEncodingRules(&world, QOR_EXER), 0);
-    }
-
-    Outcome decode(const std::string &doc, QorULong flags = 0, int pdu = PDU_Lexems)
-    {
-        QorBuf in = {static_cast<QorLong>(doc.size()),
-                     reinterpret_cast<unsigned char *>(const_cast<char *>(doc.data()))};
-        void *out = nullptr;
-        qorSetDecodingFlags(&world, flags);
-        int code = qorDecode(&world, &pdu, &in, &out);
-        if (code != 0) {
-            EXPECT_EQ(out, nullptr);
-            return {code, qorGetErrMsg(&world)};
-        }
-        auto *raw = static_cast<Raw *>(out);
-        Outcome o{0, std::string(reinterpret_cast<char *>(raw->data), static_cast<size_t>(raw->length))};
-        qorFreePDU(&world, pdu, out);
-        return o;
-    }
-};
-
-// Text of `n` copies of `piece`.
-std::string times(const std::string &piece, size_t n)
-{
-    std::string s;
-    s.reserve(piece.size() * n);
-    for (size_t i = 0; i < n; i++)
-        s += piece;
-    return s;
-}
 
 const char kRich[] =
     "<?xml version=\"1.0\" encoding=\"utf-8\" standalone='yes'?>\r\n"

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <string>
 
-#include "support/roundtrip.h"
+#include "xml_support.h"
 #include "xer/lexer.h"
 
 // The save record is the contained document's tag record first; generated
@@ -27,7 +27,7 @@ static_assert(sizeof(void *) != 8 || (offsetof(QorXmlDocumentSave, saved_tag) ==
 
 namespace {
 
-using qortest::ContextTest;
+using qortest::times;
 
 constexpr QorULong kStrict = STRICT_ENCODING_DECODING_RULES;
 
@@ -37,50 +37,17 @@ struct Row {
     const char *trace; // the whole trace, or the start of the message
 };
 
-class Skip : public ContextTest {
+class Skip : public qortest::XmlTest {
 protected:
     void expectRows(const Row *rows, size_t count)
     {
         for (size_t i = 0; i < count; i++) {
-            std::string got = decode(rows[i].doc, rows[i].flags);
+            std::string got = traceOf(rows[i].doc, rows[i].flags);
             EXPECT_EQ(got.substr(0, strlen(rows[i].trace)), rows[i].trace) << rows[i].doc.substr(0, 120);
         }
     }
-
-    void SetUp() override
-    {
-        ContextTest::SetUp();
-        ASSERT_EQ(qorSetEncodingRules(&world, QOR_EXER), 0);
-    }
-
-    // The trace, or "D" and the message.
-    std::string decode(const std::string &doc, QorULong flags = 0, int *code = nullptr)
-    {
-        QorBuf in = {static_cast<QorLong>(doc.size()),
-                     reinterpret_cast<unsigned char *>(const_cast<char *>(doc.data()))};
-        void *out = nullptr;
-        int pdu = PDU_Lexems;
-        qorSetDecodingFlags(&world, flags);
-        int rc = qorDecode(&world, &pdu, &in, &out);
-        if (code != nullptr)
-            *code = rc;
-        if (rc != 0)
-            return qorGetErrMsg(&world);
-        auto *raw = static_cast<Raw *>(out);
-        std::string s(reinterpret_cast<char *>(raw->data), static_cast<size_t>(raw->length));
-        qorFreePDU(&world, pdu, out);
-        return s;
-    }
 };
 
-std::string times(const std::string &piece, size_t n)
-{
-    std::string s;
-    s.reserve(piece.size() * n);
-    for (size_t i = 0; i < n; i++)
-        s += piece;
-    return s;
-}
 
 // A contained document as the content of a "doc" element.
 std::string doc(const std::string &inner)
@@ -189,7 +156,7 @@ TEST_F(Skip, ContainedDocumentTruncated)
     const std::string inner = "<a x='1'>t&amp;\xC3\xA9<b/><![CDATA[c]]></a>";
     for (size_t n = 0; n < inner.size(); n++) {
         int code = 0;
-        std::string got = decode("<r>" + doc(inner.substr(0, n)) + "</r>", 0, &code);
+        std::string got = traceOf("<r>" + doc(inner.substr(0, n)) + "</r>", 0, &code);
         EXPECT_EQ(code, QOR_MORE_INPUT) << n << ": " << got;
     }
 }

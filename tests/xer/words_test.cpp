@@ -6,7 +6,7 @@
 
 #include "frame/world.h"
 #include "memory/blocks.h"
-#include "support/roundtrip.h"
+#include "xml_support.h"
 #include "xer/lexer.h"
 
 // The trace's white-space elements reach the library's own form through this.
@@ -17,35 +17,8 @@ extern "C" void lexemsReadWordWs(QorXmlEnv *env, QorXmlWord *word, int mode)
 
 namespace {
 
-using qortest::ContextTest;
 
-class Words : public ContextTest {
-protected:
-    void SetUp() override
-    {
-        ContextTest::SetUp();
-        ASSERT_EQ(qorSetEncodingRules(&world, QOR_EXER), 0);
-    }
-
-    // The trace, or "D" and the message.
-    std::string decode(const std::string &doc, QorULong flags = 0, int *code = nullptr)
-    {
-        QorBuf in = {static_cast<QorLong>(doc.size()),
-                     reinterpret_cast<unsigned char *>(const_cast<char *>(doc.data()))};
-        void *out = nullptr;
-        int pdu = PDU_Lexems;
-        qorSetDecodingFlags(&world, flags);
-        int rc = qorDecode(&world, &pdu, &in, &out);
-        if (code != nullptr)
-            *code = rc;
-        if (rc != 0)
-            return qorGetErrMsg(&world);
-        auto *raw = static_cast<Raw *>(out);
-        std::string s(reinterpret_cast<char *>(raw->data), static_cast<size_t>(raw->length));
-        qorFreePDU(&world, pdu, out);
-        return s;
-    }
-};
+class Words : public qortest::XmlTest {};
 
 struct Row {
     std::string doc;
@@ -100,7 +73,7 @@ TEST_F(Words, WordsAndTheTagsThatEndThem)
          "D0251S: A nil identification attribute is not allowed for this type: 'c:nil'", IGNORE_UNKNOWN_ATTRIBUTES},
     };
     for (const Row &r : rows) {
-        std::string trace = decode(r.doc, r.flags);
+        std::string trace = traceOf(r.doc, r.flags);
         EXPECT_EQ(trace.substr(0, r.trace.size()), r.trace) << r.doc.substr(0, 100);
     }
 }
@@ -122,7 +95,7 @@ TEST_F(Words, QualifiedNames)
         {"<wordq>1a</wordq>", "D0206S: Invalid character in a name: '1a'"},
     };
     for (const Row &r : rows) {
-        std::string trace = decode(r.doc, r.flags);
+        std::string trace = traceOf(r.doc, r.flags);
         EXPECT_EQ(trace.substr(0, r.trace.size()), r.trace) << r.doc;
     }
 }
@@ -141,7 +114,7 @@ TEST_F(Words, DuplicatedRowsGiveTheLast)
     for (int i = 0; i < 2; i++) {
         world.privateArea->namespaceCopy = const_cast<QorXmlNsRow *>(rows[i]);
         world.privateArea->namespaceCount = 4;
-        std::string trace = decode("<wordq xmlns:p='urn:example:a'>p:x</wordq>");
+        std::string trace = traceOf("<wordq xmlns:p='urn:example:a'>p:x</wordq>");
         world.privateArea->namespaceCopy = nullptr;
         EXPECT_EQ(trace.substr(0, strlen(traces[i])), traces[i]) << i;
     }
@@ -158,7 +131,7 @@ TEST_F(Words, WhiteSpaceForm)
         {"<wordws4> a\tb <x/></wordws4>", "<wordws4>\ntext | a b |\n<x/>\n</wordws4>\n"},
     };
     for (const Row &r : rows)
-        EXPECT_EQ(decode(r.doc, r.flags), r.trace) << r.doc;
+        EXPECT_EQ(traceOf(r.doc, r.flags), r.trace) << r.doc;
 }
 
 // Ten million octets in one word, in place and copied: linear, and one piece.
@@ -167,7 +140,7 @@ TEST_F(Words, LongWords)
     const std::string body(10000000, 'w');
     for (const char *ref : {"", "&amp;"}) {
         int code = -1;
-        std::string trace = decode(std::string("<word>") + ref + body + "</word>", 0, &code);
+        std::string trace = traceOf(std::string("<word>") + ref + body + "</word>", 0, &code);
         ASSERT_EQ(code, 0) << trace.substr(0, 200);
         EXPECT_EQ(trace.size(), body.size() + (ref[0] != 0 ? 1 : 0) + 21);
     }
