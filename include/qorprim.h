@@ -126,9 +126,10 @@ void _qor_tstk_free_altdecmem(QorGlobal *world, void *mark);
  * input, a value's octets): each call gives room for the next `size` octets,
  * the text so far lying right before it, moved whole when it must; the world's
  * `tempMark` marks where the text began. The consolidating form copies `size`
- * octets of the text whose first fragment is `mark` to `target`, gives the
- * stack back to where the text began and brings the look-ahead tag up to
- * date, as _qor_tlex_free_name does. */
+ * octets of the word's text to `target` (the text built in fragments,
+ * wherever it moved; with none, the slice of the input at `mark`), gives
+ * the stack back to where a built text began and brings the look-ahead tag
+ * up to date, as _qor_tlex_free_name does. */
 struct QorXmlEnv;
 void *_qor_tstk_new_fragment_tag(struct QorXmlEnv *env, QorLong size);
 void _qor_tstk_consolidate_array_tag(struct QorXmlEnv *env, void *mark, void *target, QorLong size);
@@ -1474,6 +1475,7 @@ typedef struct QorXmlDocumentSave {
     QorXmlTag *open_tag;
     void *ns_decls;
     void *stack_top;    /* the temporary stack's top */
+    unsigned char *word_mark; /* a word of the outer document alive meanwhile */
     uint32_t lexem;
     uint32_t tag_left;
     uint32_t tag_end_left;

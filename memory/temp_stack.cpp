@@ -109,18 +109,18 @@ void _qor_tstk_consolidate_array_tag(QorXmlEnv *env, void *mark, void *target, Q
 {
     QorGlobal *world = env->world;
     auto *from = static_cast<const unsigned char *>(mark);
-    void *bottom = mark;
     auto *head = reinterpret_cast<FragmentHead *>(world->tempMark);
     // A text of the fragment form is found through the word mark, wherever
-    // it moved from `mark`.
-    if (head != nullptr) {
+    // it moved from `mark`. Without one the text is a slice of the input
+    // and there is nothing to give back: `mark` is no stack mark then.
+    if (head != nullptr)
         from = head->text;
-        bottom = head;
-        world->tempMark = nullptr;
-    }
     if (size > 0 && target != nullptr)
         memcpy(target, from, static_cast<size_t>(size));
-    _qor_tstk_free(world, bottom);
+    if (head != nullptr) {
+        world->tempMark = nullptr;
+        _qor_tstk_free(world, head);
+    }
     qor::tlex::refresh_tag(env);
     env->state &= ~qor::tlex::kWordOnStack;
 }

@@ -269,8 +269,8 @@ constexpr int kWsCollapse = 2;
 constexpr int kWsReplace = 4;
 
 // The whole text up to the next tag or the end of the input, whitespace
-// written by `mode`, on the temporary stack; leading whitespace is dropped
-// when collapsing. As read_word, free_name ends its life.
+// written by `mode`, on the temporary stack; collapsing writes each run as
+// one blank and drops a trailing one. As read_word, free_name ends its life.
 void read_word_ws(QorXmlEnv *env, QorXmlWord *word, int mode);
 // Gives back the records of a start tag that is the look-ahead, to be read
 // again later: a word below them can then go first.

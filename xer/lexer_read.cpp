@@ -319,6 +319,7 @@ QorXmlTag *_qor_tlex_push_input(QorXmlEnv *env, QorXmlDocumentSave *save, const 
     save->open_tag = env->open_tag;
     save->ns_decls = env->ns_decls;
     save->stack_top = env->world->tempLow;
+    save->word_mark = env->world->tempMark;
     save->lexem = env->lexem;
     save->tag_left = env->tag_left;
     save->tag_end_left = env->tag_end_left;
@@ -344,6 +345,10 @@ QorXmlTag *_qor_tlex_push_input(QorXmlEnv *env, QorXmlDocumentSave *save, const 
     // The outer document's declarations are out of scope in there.
     env->ns_decls = nullptr;
     index->nsFloor = index->nsInScope;
+    // A word or a stored lexem of the outer document waits for the pop: the
+    // contained document's words start afresh above it.
+    env->world->tempMark = nullptr;
+    env->state &= ~(QOR_XML_STORED | kWordOnStack | kWordTaken | kTagUnread | kTagMarksStale);
     env->state |= QOR_XML_DOCUMENT_START;
     memset(&save->tag, 0, sizeof save->tag);
     env->tag = &save->tag;
@@ -372,9 +377,9 @@ void _qor_tlex_pop_input(QorXmlEnv *env, QorXmlDocumentSave *save)
     env->state = save->state;
     memcpy(env->ch.bytes, save->ch, 4);
     env->ch_len = save->ch_len;
-    // A word of the contained document dies with it.
-    env->world->tempMark = nullptr;
+    // A word of the contained document dies with it; the outer one's lives on.
     _qor_tstk_free(env->world, save->stack_top);
+    env->world->tempMark = save->word_mark;
 }
 
 void _qor_tlex_get_lex_collapse(QorXmlEnv *env)

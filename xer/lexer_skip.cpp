@@ -327,8 +327,11 @@ void _qor_tlex_skip_content(QorXmlEnv *env)
     void *embed = look->embed;
     uint32_t options = env->state & (kSkipOne | kSkipOneLoose);
     for (;;) {
-        if (env->lexem == QOR_XML_END)
+        if (env->lexem == QOR_XML_END) {
+            if ((options & kSkipOne) != 0)
+                fail(env, qor::Msg::kXmlTagExpected);
             break;
+        }
         if (env->lexem != QOR_XML_TAG) {
             if ((options & kSkipOne) != 0)
                 fail(env, qor::Msg::kXmlTagExpected);

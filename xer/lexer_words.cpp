@@ -159,8 +159,6 @@ void finishWord(QorXmlEnv *env, QorXmlWord *w, const Text *t)
 
 void read_word_ws(QorXmlEnv *env, QorXmlWord *w, int mode)
 {
-    if (mode == kWsCollapse && wsLexem(env))
-        _qor_tlex_skip_ws(env);
     startWord(env, w);
     Text t = {nullptr, 0};
     bool blank = false; // collapsing: a run of whitespace is pending
@@ -217,6 +215,9 @@ void reread_tag(QorXmlEnv *env)
     env->depth++;
     advance(env, tag->name_len);
     read_start_tag(env, tag);
+    // A reference in a namespace value was read as a lexem of its own: the
+    // tag is the lexem again.
+    env->lexem = QOR_XML_TAG;
 }
 
 void refresh_tag(QorXmlEnv *env)

@@ -40,13 +40,7 @@ static void traceKept(Trace *t, QorXmlEnv *env, void *top)
     uint32_t n;
     _qor_tlex_read_word(env, &w);
     n = w.len < KEPT ? w.len : KEPT;
-    if (env->world->tempMark != NULL) {
-        _qor_tstk_consolidate_array_tag(env, (void *)w.text, kept, n);
-    } else {
-        if (n != 0)
-            memcpy(kept, w.text, n);
-        _qor_tlex_free_name(env);
-    }
+    _qor_tstk_consolidate_array_tag(env, (void *)w.text, kept, n);
     if (env->lexem == QOR_XML_TAG && env->tag->kind != 2) {
         traceElement(t, env);
         if (nextTop(env) != top)

@@ -15,15 +15,16 @@ static_assert(sizeof(void *) != 8 || (offsetof(QorXmlDocumentSave, saved_tag) ==
                                        offsetof(QorXmlDocumentSave, open_tag) == 80 &&
                                        offsetof(QorXmlDocumentSave, ns_decls) == 88 &&
                                        offsetof(QorXmlDocumentSave, stack_top) == 96 &&
-                                       offsetof(QorXmlDocumentSave, lexem) == 104 &&
-                                       offsetof(QorXmlDocumentSave, tag_left) == 108 &&
-                                       offsetof(QorXmlDocumentSave, tag_end_left) == 112 &&
-                                       offsetof(QorXmlDocumentSave, state) == 116 &&
-                                       offsetof(QorXmlDocumentSave, ns_floor) == 120 &&
-                                       offsetof(QorXmlDocumentSave, ch) == 124 &&
-                                       offsetof(QorXmlDocumentSave, ch_len) == 128 &&
-                                       offsetof(QorXmlDocumentSave, input_depth) == 130 &&
-                                       sizeof(QorXmlDocumentSave) == 136));
+                                       offsetof(QorXmlDocumentSave, word_mark) == 104 &&
+                                       offsetof(QorXmlDocumentSave, lexem) == 112 &&
+                                       offsetof(QorXmlDocumentSave, tag_left) == 116 &&
+                                       offsetof(QorXmlDocumentSave, tag_end_left) == 120 &&
+                                       offsetof(QorXmlDocumentSave, state) == 124 &&
+                                       offsetof(QorXmlDocumentSave, ns_floor) == 128 &&
+                                       offsetof(QorXmlDocumentSave, ch) == 132 &&
+                                       offsetof(QorXmlDocumentSave, ch_len) == 136 &&
+                                       offsetof(QorXmlDocumentSave, input_depth) == 138 &&
+                                       sizeof(QorXmlDocumentSave) == 144));
 
 namespace {
 

@@ -42,6 +42,8 @@ TEST_F(Words, WordsAndTheTagsThatEndThem)
         {"<word> abc<x a='1'/></word>", "<word>\nword abc\n<x/>\n@a\n'1'\n</word>\n"},
         // A tag with no records only takes new marks.
         {"<word>ab&#99;<x>1</x><y/>d</word>", "<word>\nword abc\n<x>\n'1'\n</x>\n<y/>\nword d\n</word>\n"},
+        // A reference in a namespace value: the tag read again is the lexem.
+        {"<word>abc<x xmlns:p='urn:a&#47;b'/>d</word>", "<word>\nword abc\n<x/>\nword d\n</word>\n"},
         // Ten thousand octets around a reference, across the first block.
         {"<word>" + kLong + "<x a='1'/></word>", "<word>\nword " + std::string(5000, 'a') + "&" +
                                                      std::string(5000, 'b') + "\n<x/>\n@a\n'1'\n</word>\n"},
@@ -127,7 +129,7 @@ TEST_F(Words, WhiteSpaceForm)
     const Row rows[] = {
         {"<wordws0> a&#9;b<x/></wordws0>", "<wordws0>\ntext | a\tb|\n<x/>\n</wordws0>\n"},
         {"<wordws2> \t a \n\n b&#32;<x a='1'/> c</wordws2>",
-         "<wordws2>\ntext |a b|\n<x/>\n@a\n'1'\ntext |c|\n</wordws2>\n"},
+         "<wordws2>\ntext | a b|\n<x/>\n@a\n'1'\ntext | c|\n</wordws2>\n"},
         {"<wordws4> a\tb <x/></wordws4>", "<wordws4>\ntext | a b |\n<x/>\n</wordws4>\n"},
     };
     for (const Row &r : rows)
