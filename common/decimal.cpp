@@ -7,14 +7,14 @@
 #include <cmath>
 #include <cstring>
 
+#include "common/digits.h"
 #include "frame/errors.h"
 
 namespace qor {
 
 namespace {
 
-// Digits and blanks by their codes, never through the locale.
-inline bool isDigit(int c) { return c >= '0' && c <= '9'; }
+// Blanks and points by their codes, never through the locale.
 inline bool isBlank(int c) { return c == ' '; }
 inline bool isPoint(int c) { return c == '.' || c == ','; }
 

@@ -5,6 +5,7 @@
 // Digits are tested and made by their codes, never through the locale.
 #include <cstring>
 
+#include "common/digits.h"
 #include "objects/arcs.h"
 
 using namespace qor;
@@ -20,7 +21,6 @@ constexpr size_t kLocalRoom = 2048;
 // Nine octets of value bits reach 22 digits; one more than this is refused.
 constexpr int kMaxArcText = 21;
 
-inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
 inline bool isSeparator(char c) { return c == ' ' || c == '.' || c == '{' || c == '}'; }
 
 // Where a result is made: the caller's buffer, cleared, or the local one.

@@ -20,20 +20,7 @@ bool strictRules(const QorGlobal *world)
 }
 
 using qor::isDigit;
-
-// Reads `count` digits at `*at` into `*value`; false if they are not all digits.
-bool readDigits(const char *&at, int count, int *value)
-{
-    int v = 0;
-    for (int i = 0; i < count; i++) {
-        if (!isDigit(at[i]))
-            return false;
-        v = v * 10 + (at[i] - '0');
-    }
-    *value = v;
-    at += count;
-    return true;
-}
+using qor::readDigits;
 
 // Writes `value` (at least 0) in exactly `count` digits; false if it needs more.
 bool writeDigits(char *&out, int64_t value, int count)

@@ -4,13 +4,12 @@
 #include <cstdint>
 #include <cstring>
 
+#include "common/digits.h"
 #include "frame/errors.h"
 
 namespace qor {
 
 namespace {
-
-inline bool isDigit(int c) { return c >= '0' && c <= '9'; }
 
 // `value` in exactly `digits` decimal digits; one that does not fit is message 72.
 char *putNumber(QorGlobal *world, char *out, int value, int digits)
@@ -85,10 +84,7 @@ bool twoDigits(QorGlobal *world, const char *&p, int &value)
 int requiredDigits(QorGlobal *world, const char *&p, int digits)
 {
     int value = 0;
-    for (int i = 0; i < digits; i++, p++) {
-        raiseIf(world, !isDigit(*p), Msg::kBadTime, 0);
-        value = value * 10 + (*p - '0');
-    }
+    raiseIf(world, !readDigits(p, digits, &value), Msg::kBadTime, 0);
     return value;
 }
 

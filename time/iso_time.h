@@ -9,11 +9,10 @@
 #include <cstddef>
 #include <cstring>
 
+#include "common/digits.h"
 #include "frame/world.h"
 
 namespace qor {
-
-inline bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // The Gregorian rule, on the signed year for years before 0 too.
 inline bool isLeapYear(int64_t year)

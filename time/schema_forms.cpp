@@ -134,18 +134,7 @@ template <class Compose> int writeText(QorGlobal *world, char **text, Compose &&
 struct Reader {
     const char *at;
 
-    bool exact(int count, int *value)
-    {
-        int v = 0;
-        for (int i = 0; i < count; i++) {
-            if (!isDigit(at[i]))
-                return false;
-            v = v * 10 + (at[i] - '0');
-        }
-        at += count;
-        *value = v;
-        return true;
-    }
+    bool exact(int count, int *value) { return qor::readDigits(at, count, value); }
     bool literal(const char *s)
     {
         const size_t n = strlen(s);

@@ -4,14 +4,12 @@
 // runs where a broken value is no error of its own.
 #include <cstring>
 
+#include "common/digits.h"
 #include "frame/world.h"
 
 namespace {
 
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
+using qor::isDigit;
 
 // Fractions of an hour, a minute and a second: the digits read, and the
 // milliseconds of one unit of the first digit is `scale` times ten to the
